@@ -1,0 +1,32 @@
+// What happened, in virtual time: one line an event, "time_us thread device event key=value ...".
+//
+// The lines hold nothing that differs between two runs of one scenario: no pointer, no thread
+// number of the kernel, no real time. Called by whichever registered thread holds the baton.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vcam {
+
+/// Add a line. @p format gives the key=value text and may be empty.
+void trace(const char *device, const char *event, const char *format, ...)
+    __attribute__((format(printf, 3, 4)));
+
+/// Something that the hardware would not forgive: counted, kept and traced.
+void recordViolation(const char *device, const char *format, ...)
+    __attribute__((format(printf, 2, 3)));
+
+int violationCount();
+const std::vector<std::string> &violations();
+
+/// Start the trace; with an empty path only the tail is kept. False when the file cannot be made.
+bool openTrace(const std::string &path);
+
+/// Hand what is buffered to the file: before _exit, and whenever someone wants to look.
+void flushTrace();
+
+/// The last @p lineCount lines at most.
+std::string traceTail(int lineCount);
+
+} // namespace vcam
