@@ -1,0 +1,11 @@
+// Everything below the boundary that is not the serial port: one call switches it on.
+#pragma once
+
+#include "camera_options.h"
+
+namespace vcam {
+
+/// Once, before the clock starts: lens, driver chip, SPI link, GPIO lines, scene, optics and ISP.
+void powerOnDevices(const CameraOptions &options);
+
+} // namespace vcam
