@@ -1,0 +1,47 @@
+// The image signal processor: frames, focus statistics and exposure. The HI_MPI_ISP_... calls that
+// the library leaves undefined are defined in isp.cpp.
+//
+// Models: frames at a fixed rate; 8 x 8 focus zones of the frame that ended last, seen through the
+// lens as it stood at that frame's end (the exposure is short and sits just before the VD); gains
+// that rise at night; lamps that saturate zones; the window and the focus configuration.
+// Does not model: an exposure that settles, rolling shutter, other statistics engines, other grids.
+// Faults: any call made to fail from a given frame on; a sensor that stops delivering frames.
+#pragma once
+
+#include <cstdint>
+
+#include "camera_options.h"
+
+namespace vcam {
+
+enum class IspCall {
+    GetStatisticsConfig,
+    SetStatisticsConfig,
+    GetPubAttr,
+    GetVdTimeOut,
+    GetStatistics,
+    QueryExposureInfo
+};
+
+/// The call returns `code` the next `times` times (-1: always), once `fromFrame` frames have ended.
+void failIspCall(IspCall call, int32_t code, int times, int64_t fromFrame = 0);
+
+/// No frame ends from now until that instant.
+void stallFramesUntilUs(int64_t timeUs);
+
+/// Frames that have ended since power-on, by the sensor's clock.
+int64_t frameCount();
+
+/// Lamps in the picture: bit row * 8 + column saturates that zone at night.
+void saturateZones(uint64_t zoneMask);
+
+/// Another picture size than 1920 x 1080, for a host that has configured one.
+void setWindow(uint32_t widthPx, uint32_t heightPx);
+
+/// What a person watches: the weighted average of the finer filter over the picture's centre (zone
+/// rows and columns 2 to 5), of the frame that ended last.
+double focusValue();
+
+void powerOnIsp(const CameraOptions &options);
+
+} // namespace vcam

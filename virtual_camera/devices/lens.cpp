@@ -1,0 +1,181 @@
+// Positions are kept as runs: where the axis stood when a run began, and how its steps spread in
+// time. Nothing moves by itself; a position is worked out when somebody asks. Any thread, one at a
+// time, as the virtual clock guarantees.
+#include "devices/lens.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "clock/trace.h"
+#include "clock/virtual_clock.h"
+#include "devices/seeded_random.h"
+
+namespace vcam {
+namespace {
+
+constexpr int kTravelStart = 10000;
+constexpr int kStopMargin = 24; // steps between the end of the travel and the hard stop
+constexpr size_t kRunsKept = 8;
+constexpr uint64_t kStartPurpose = 1;
+
+/// Travel and photo-interrupter edge of one axis, in steps from kTravelStart.
+struct Mechanics {
+    int travel;
+    int edge;           // lowest position on the edge's upper side
+    int levelAboveEdge; // what the sensor reads there
+};
+
+// [lens type 0 or other][axis]. The zoom sensor of LENS_B still reads 1 at its very edge 6744 when
+// it comes from the wide side, so its upper side begins one step later; likewise LENS_A's focus.
+constexpr Mechanics kMechanics[2][2] = {
+    {{5552 + 4720, 5552, 1}, {2192 + 2192, 2193, 0}},
+    {{6744 + 4296, 6745, 0}, {1360 + 3520, 1360, 1}},
+};
+
+struct Run {
+    int64_t startUs = 0;
+    double stepUs = 1;
+    int from = kTravelStart;
+    int direction = 1;
+    int steps = 0;
+};
+
+struct AxisState {
+    std::array<Run, kRunsKept> runs; // the newest at index `newest`, older ones before it, a ring
+    size_t newest = 0;
+    long lost = 0; // by runs that are over
+    int stuckLevel = -1;
+    Mechanics mechanics = kMechanics[1][0];
+};
+
+AxisState axes[2];
+
+AxisState &stateOf(Axis axis) {
+    return axes[axis == Axis::Zoom ? 0 : 1];
+}
+
+const char *nameOf(Axis axis) {
+    return axis == Axis::Zoom ? "zoom" : "focus";
+}
+
+int countSteps(const Run &run, int64_t timeUs) {
+    const auto elapsedUs = static_cast<double>(timeUs - run.startUs);
+    if (elapsedUs >= run.stepUs * run.steps) {
+        return run.steps;
+    }
+    return std::max(0, static_cast<int>(elapsedUs / run.stepUs));
+}
+
+int limitToStops(const AxisState &state, int position) {
+    return std::clamp(position, kTravelStart - kStopMargin,
+                      kTravelStart + state.mechanics.travel + kStopMargin);
+}
+
+int positionInRun(const AxisState &state, const Run &run, int64_t timeUs) {
+    return limitToStops(state, run.from + run.direction * countSteps(run, timeUs));
+}
+
+int lostInRun(const AxisState &state, const Run &run, int64_t timeUs) {
+    const int wanted = run.from + run.direction * countSteps(run, timeUs);
+    return std::abs(wanted - limitToStops(state, wanted));
+}
+
+/// Ends the newest run where it stands now and opens another from there.
+Run &beginRun(Axis axis) {
+    AxisState &state = stateOf(axis);
+    const int64_t now = nowUs();
+    Run &last = state.runs[state.newest];
+    last.steps = countSteps(last, now);
+    if (const int lost = lostInRun(state, last, now); lost != 0) {
+        state.lost += lost;
+        trace("lens", "lost", "axis=%s steps=%d total=%ld", nameOf(axis), lost, state.lost);
+    }
+    const int from = positionInRun(state, last, now);
+    state.newest = (state.newest + 1) % kRunsKept;
+    Run &run = state.runs[state.newest];
+    run = Run{};
+    run.startUs = now;
+    run.from = from;
+    return run;
+}
+
+} // namespace
+
+int truePositionAt(Axis axis, int64_t timeUs) {
+    const AxisState &state = stateOf(axis);
+    for (size_t back = 0; back < kRunsKept; ++back) {
+        const Run &run = state.runs[(state.newest + kRunsKept - back) % kRunsKept];
+        if (run.startUs <= timeUs) {
+            return positionInRun(state, run, timeUs);
+        }
+    }
+    return state.runs[(state.newest + 1) % kRunsKept].from;
+}
+
+int truePosition(Axis axis) {
+    return truePositionAt(axis, nowUs());
+}
+
+void placeAt(Axis axis, int position) {
+    beginRun(axis).from = limitToStops(stateOf(axis), position);
+    trace("lens", "place", "axis=%s position=%d", nameOf(axis), truePosition(axis));
+}
+
+long lostSteps(Axis axis) {
+    const AxisState &state = stateOf(axis);
+    return state.lost + lostInRun(state, state.runs[state.newest], nowUs());
+}
+
+int travelEnd(Axis axis) {
+    return kTravelStart + stateOf(axis).mechanics.travel;
+}
+
+void runMotor(Axis axis, int direction, int steps, double stepUs) {
+    Run &run = beginRun(axis);
+    run.direction = direction;
+    run.steps = steps;
+    run.stepUs = stepUs;
+}
+
+void stopMotor(Axis axis) {
+    beginRun(axis);
+}
+
+bool isMotorRunning(Axis axis) {
+    const AxisState &state = stateOf(axis);
+    const Run &run = state.runs[state.newest];
+    return countSteps(run, nowUs()) < run.steps;
+}
+
+int readPhotoInterrupter(Axis axis) {
+    const AxisState &state = stateOf(axis);
+    if (state.stuckLevel >= 0) {
+        return state.stuckLevel;
+    }
+    const bool isAbove = truePosition(axis) >= kTravelStart + state.mechanics.edge;
+    return isAbove ? state.mechanics.levelAboveEdge : 1 - state.mechanics.levelAboveEdge;
+}
+
+void stickPhotoInterrupter(Axis axis, int level) {
+    stateOf(axis).stuckLevel = level;
+    trace("lens", "stick", "axis=%s level=%d", nameOf(axis), level);
+}
+
+void powerOnLens(const CameraOptions &options) {
+    SeededRandom random(options.seed, kStartPurpose);
+    const int asked[2] = {options.zoomStart, options.focusStart};
+    for (const Axis axis : {Axis::Zoom, Axis::Focus}) {
+        AxisState &state = stateOf(axis);
+        const int index = axis == Axis::Zoom ? 0 : 1;
+        state = AxisState{};
+        state.mechanics = kMechanics[options.lensType == 0 ? 0 : 1][index];
+        const int drawn = random.drawBetween(kTravelStart, travelEnd(axis));
+        const int start = limitToStops(state, asked[index] >= 0 ? asked[index] : drawn);
+        for (Run &run : state.runs) {
+            run.from = start;
+        }
+    }
+}
+
+} // namespace vcam

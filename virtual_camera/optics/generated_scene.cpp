@@ -1,0 +1,155 @@
+// Layers from front to back: board, trees, near houses, far houses, sky. The first one that holds
+// the sample paints it.
+#include "optics/generated_scene.h"
+
+#include "optics/focus_chart.h"
+#include "optics/paint_tools.h"
+#include "optics/surface_texture.h"
+
+namespace vcam {
+namespace {
+
+constexpr float kTop = -0.28125F;
+constexpr float kHorizon = 0.15F;
+
+constexpr Rgb kZenith = {0.07F, 0.11F, 0.27F};
+constexpr Rgb kDusk = {0.47F, 0.35F, 0.52F};
+constexpr Rgb kGlow = {0.99F, 0.69F, 0.42F};
+constexpr Rgb kHaze = {0.36F, 0.29F, 0.42F};
+constexpr Rgb kWall = {0.085F, 0.095F, 0.16F};
+constexpr Rgb kWarmPane = {1.0F, 0.82F, 0.47F};
+constexpr Rgb kCoolPane = {0.72F, 0.86F, 1.0F};
+constexpr Rgb kDarkPane = {0.17F, 0.20F, 0.30F};
+constexpr Rgb kLeafShade = {0.025F, 0.055F, 0.045F};
+constexpr Rgb kLeafLight = {0.30F, 0.38F, 0.15F};
+
+/// A row of houses: how wide a house is, how high it may be, how large its windows are.
+struct Row {
+    float houseWidth;
+    float baseHeight;
+    float extraHeight;
+    float window;
+    float litShare;
+    int salt;
+};
+
+constexpr Row kFarRow = {0.023F, 0.045F, 0.14F, 0.0040F, 0.36F, 11};
+constexpr Row kNearRow = {0.058F, 0.060F, 0.24F, 0.0085F, 0.30F, 23};
+
+float houseHeight(const Row &row, int house) {
+    const float variety = hashUnit(house, row.salt, 1);
+    return row.baseHeight + row.extraHeight * variety * variety;
+}
+
+Rgb paintSky(const SceneSample &at) {
+    const float share = std::clamp((at.y - kTop) / (kHorizon - kTop), 0.0F, 1.0F);
+    Rgb sky = share < 0.55F ? mixColours(kZenith, kDusk, share / 0.55F)
+                            : mixColours(kDusk, kGlow, (share - 0.55F) / 0.45F);
+    const float sunX = at.x - 0.27F;
+    const float sunY = at.y - 0.10F;
+    const float glow = 0.012F / (0.012F + sunX * sunX + 3 * sunY * sunY);
+    sky = mixColours(sky, {1.0F, 0.86F, 0.60F}, 0.55F * glow);
+    const SceneSample drawnOut = {at.x, 3.5F * at.y, 0.02F};
+    const float cloud = std::clamp(0.16F * sampleSurface(drawnOut, 0.25F), -0.1F, 0.5F);
+    return mixColours(sky, {0.98F, 0.62F, 0.50F}, 0.6F * cloud);
+}
+
+/// A pane with a cross bar and a sill; what lies behind it is lit or not.
+Rgb paintWindow(const Row &row, const SceneSample &at, float fromTop, const Rgb &wall) {
+    const float cell = row.window;
+    const float column = std::floor(at.x / cell);
+    const float storey = std::floor(fromTop / (1.4F * cell));
+    const float x = at.x - (column + 0.5F) * cell;
+    const float y = fromTop - (storey + 0.5F) * 1.4F * cell;
+    const float pane = coverBox(x, y, 0.32F * cell, 0.42F * cell, at.size) *
+                       (1 - coverSpan(x, -0.03F * cell, 0.03F * cell, at.size)) *
+                       (1 - coverSpan(y, -0.13F * cell, -0.08F * cell, at.size));
+    const int first = static_cast<int>(column);
+    const int second = static_cast<int>(storey) + row.salt * 1000;
+    Rgb light = kDarkPane;
+    if (hashUnit(first, second, 3) < row.litShare) {
+        light = hashUnit(first, second, 4) < 0.8F ? kWarmPane : kCoolPane;
+        light = scaleColour(light, 0.55F + 0.45F * hashUnit(first, second, 5));
+    }
+    return mixColours(wall, light, pane);
+}
+
+/// False where the row's houses leave the view open.
+bool paintHouses(const Row &row, const Rgb &wallColour, const SceneSample &at, Rgb &colour) {
+    const int house = static_cast<int>(std::floor(at.x / row.houseWidth));
+    const float fromTop = at.y - (kHorizon - houseHeight(row, house));
+    const float middle = (static_cast<float>(house) + 0.5F) * row.houseWidth;
+    const float mastHalf = 0.012F * row.houseWidth;
+    const bool isMast = hashUnit(house, row.salt, 6) < 0.35F && fromTop > -0.35F * row.houseWidth &&
+                        std::fabs(at.x - middle) < mastHalf + at.size / 2;
+    if (fromTop < 0 && !isMast) {
+        return false;
+    }
+    const float tone = 0.8F + 0.5F * hashUnit(house, row.salt, 2);
+    const float falloff = 1.0F + 0.9F * std::max(0.0F, fromTop);
+    colour = scaleColour(wallColour, tone * falloff);
+    const float edge = std::fabs(at.x - middle) / row.houseWidth;
+    const bool isFacade = edge < 0.46F && fromTop > 0.6F * row.window;
+    if (isFacade) {
+        colour = paintWindow(row, at, fromTop, colour);
+    }
+    return true;
+}
+
+/// Crowns of trees along the lower edge, lit from the right.
+bool paintTrees(const SceneSample &at, Rgb &colour) {
+    const SceneSample alongTop = {at.x, 0.37F, 0.004F};
+    const float crown = 0.205F + 0.008F * sampleSurface(alongTop, 0.13F);
+    if (at.y < crown) {
+        return false;
+    }
+    constexpr float kCoarsestLeaf = 0.03F;
+    const float leaf = 0.16F * sampleSurface(at, kCoarsestLeaf);
+    const float depth = (at.y - crown) / 0.12F;
+    colour =
+        mixColours(kLeafShade, kLeafLight, std::clamp(0.40F + leaf - 0.30F * depth, 0.0F, 1.0F));
+    return true;
+}
+
+bool paintBoard(const SceneSample &at, Rgb &colour) {
+    constexpr float kRim = 0.006F;
+    constexpr float kPostX = 0.13F;
+    constexpr float kPostHalf = 0.006F;
+    const float x = std::fabs(at.x);
+    const float y = std::fabs(at.y);
+    if (x < kBoardHalfWidth && y < kBoardHalfHeight) {
+        colour = paintChart(at);
+        return true;
+    }
+    const bool isRim = x < kBoardHalfWidth + kRim && y < kBoardHalfHeight + kRim;
+    const bool isPost = at.y > 0 && std::fabs(x - kPostX) < kPostHalf;
+    colour = {0.16F, 0.17F, 0.20F};
+    return isRim || isPost;
+}
+
+Rgb paintLayers(const SceneSample &at, bool &hasSurface) {
+    Rgb colour{};
+    hasSurface = true;
+    if (paintTrees(at, colour) || paintBoard(at, colour) ||
+        paintHouses(kNearRow, kWall, at, colour) || paintHouses(kFarRow, kHaze, at, colour)) {
+        return colour;
+    }
+    hasSurface = false;
+    return paintSky(at);
+}
+
+} // namespace
+
+Rgb paintScene(const SceneSample &at) {
+    constexpr float kSurfaceContrast = 0.035F;
+    constexpr float kCoarsest = 8; // in samples: three octaves of grain
+    bool hasSurface = false;
+    const Rgb colour = paintLayers(at, hasSurface);
+    if (!hasSurface) {
+        return colour;
+    }
+    const float grain = kSurfaceContrast * sampleSurface(at, kCoarsest * at.size);
+    return scaleColour(colour, std::max(0.0F, 1 + grain));
+}
+
+} // namespace vcam

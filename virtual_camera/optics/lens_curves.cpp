@@ -1,0 +1,157 @@
+// The curves are tabulated once at power-on on the zoom grid, the unit's offset included, and
+// interpolated in the true zoom position. Pure functions of position and distance otherwise.
+#include "optics/lens_curves.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "devices/lens.h"
+#include "devices/seeded_random.h"
+#include "optics/curve_table.h"
+#include "optics/optical_model.h"
+#include "optics/scene.h"
+
+namespace vcam {
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr uint64_t kUnitPurpose = 2;
+constexpr double kTwoMetreDioptres = 0.5;
+constexpr double kMicrometresPerMm = 1000;
+constexpr double kMmPerM = 1000;
+
+using Curve = std::array<double, kGridPoints>;
+
+struct Unit {
+    std::array<double, kGridPoints> zoom{};
+    Curve infinity{};
+    Curve twoMetres{};
+};
+
+Unit unit;
+
+/// Where a zoom position lies on the grid: the point at or below it and the share of the way on.
+struct GridPlace {
+    size_t point;
+    double share;
+};
+
+void layGrid(int start) {
+    double zoom = start;
+    for (int section = 0; section < kTagPoints - 1; ++section) {
+        for (int quarter = 0; quarter < kQuarters; ++quarter) {
+            unit.zoom[static_cast<size_t>(section * kQuarters + quarter)] =
+                zoom + quarter * (kSectionSteps[section] / kQuarters);
+        }
+        zoom += kSectionSteps[section];
+    }
+    unit.zoom.back() = zoom;
+}
+
+/// The quarters of an even section take a whole number of steps each; the third takes one more
+/// when the fall does not divide by four, the last what is left.
+Curve expand(const CurveTable &table) {
+    Curve curve{};
+    for (int section = 0; section < kEvenSections; ++section) {
+        const int from = table.tags[section];
+        const int to = section + 1 < kEvenSections ? table.tags[section + 1] : table.grid[0];
+        const int quarterFall = (from - to) / kQuarters;
+        const int extra = (from - to) % kQuarters > 0 ? 1 : 0;
+        for (int quarter = 0; quarter < kQuarters; ++quarter) {
+            const int fall = quarter * quarterFall + (quarter == kQuarters - 1 ? extra : 0);
+            curve[static_cast<size_t>(section * kQuarters + quarter)] = from - fall;
+        }
+    }
+    std::copy(std::begin(table.grid), std::end(table.grid),
+              curve.begin() + kEvenSections * kQuarters);
+    return curve;
+}
+
+GridPlace findPlace(double zoom) {
+    const auto above = std::upper_bound(unit.zoom.begin() + 1, unit.zoom.end() - 1, zoom);
+    const auto point = static_cast<size_t>(above - unit.zoom.begin()) - 1;
+    const double width = unit.zoom[point + 1] - unit.zoom[point];
+    return {point, (zoom - unit.zoom[point]) / width};
+}
+
+double interpolate(const Curve &curve, GridPlace place) {
+    return curve[place.point] + (curve[place.point + 1] - curve[place.point]) * place.share;
+}
+
+/// How this unit differs: a constant and two gentle waves, the same for every distance.
+void bendUnit(uint64_t seed) {
+    SeededRandom random(seed, kUnitPurpose);
+    constexpr double kFirstWaveShare = 0.6;
+    const double offset = random.drawBetween(-kOptics.mostOffset, kOptics.mostOffset);
+    const double first = (2 * random.drawUnit() - 1) * kOptics.mostBend * kFirstWaveShare;
+    const double second = (2 * random.drawUnit() - 1) * kOptics.mostBend * (1 - kFirstWaveShare);
+    for (size_t point = 0; point < kGridPoints; ++point) {
+        const double phase = kPi * zoomShareAt(unit.zoom[point]);
+        const double bend = offset + first * std::sin(phase) + second * std::sin(2 * phase);
+        unit.infinity[point] += bend;
+        unit.twoMetres[point] += bend;
+    }
+}
+
+double presentDioptres() {
+    return 1 / objectDistanceM();
+}
+
+} // namespace
+
+double inFocusPositionAt(double zoom, double dioptres) {
+    const GridPlace place = findPlace(zoom);
+    const double infinity = interpolate(unit.infinity, place);
+    return infinity -
+           (infinity - interpolate(unit.twoMetres, place)) * dioptres / kTwoMetreDioptres;
+}
+
+double zoomShareAt(double zoom) {
+    const double share = (zoom - unit.zoom.front()) / (unit.zoom.back() - unit.zoom.front());
+    return std::clamp(share, 0.0, 1.0);
+}
+
+double focalLengthMmAt(double zoom) {
+    return kOptics.wideFocalMm * zoomFactorAt(zoom);
+}
+
+double zoomFactorAt(double zoom) {
+    return std::pow(kOptics.teleFocalMm / kOptics.wideFocalMm, zoomShareAt(zoom));
+}
+
+double fNumberAt(double zoom) {
+    return kOptics.wideFNumber + (kOptics.teleFNumber - kOptics.wideFNumber) * zoomShareAt(zoom);
+}
+
+double halfDepthStepsAt(double zoom) {
+    const double stepsPerDioptre =
+        (inFocusPositionAt(zoom, 0) - inFocusPositionAt(zoom, kTwoMetreDioptres)) /
+        kTwoMetreDioptres;
+    const double focalMm = focalLengthMmAt(zoom);
+    const double umPerStep = focalMm * focalMm * kMicrometresPerMm / kMmPerM / stepsPerDioptre;
+    return fNumberAt(zoom) * kOptics.circleUm / umPerStep;
+}
+
+double inFocusPosition() {
+    return inFocusPositionAt(truePosition(Axis::Zoom), presentDioptres());
+}
+
+double focusErrorHalfDepthsAt(double zoom, double focus) {
+    return (focus - inFocusPositionAt(zoom, presentDioptres())) / halfDepthStepsAt(zoom);
+}
+
+double focusErrorHalfDepths() {
+    return focusErrorHalfDepthsAt(truePosition(Axis::Zoom), truePosition(Axis::Focus));
+}
+
+void powerOnLensCurves(const CameraOptions &options) {
+    layGrid(kGridStart[options.lensType == 0 ? 0 : 1]);
+    unit.infinity = expand(kInfinityCurve);
+    unit.twoMetres = expand(kTwoMetreCurve);
+    if (!options.builtInCurves) {
+        bendUnit(options.seed);
+    }
+}
+
+} // namespace vcam

@@ -1,0 +1,131 @@
+// Painted once in focus with a margin, then every pixel gathers its disc: a disc is a stack of
+// row spans, and running sums along the rows give each span at the price of two look-ups.
+#include "optics/render.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <png.h>
+#include <vector>
+
+#include "devices/lens.h"
+#include "optics/lens_curves.h"
+#include "optics/optical_model.h"
+#include "optics/scene.h"
+#include "optics/scene_view.h"
+
+namespace vcam {
+namespace {
+
+constexpr int kReduction = 2; // sensor pixels to one of the picture
+constexpr int kWidth = kViewWidth / kReduction;
+constexpr int kHeight = kViewHeight / kReduction;
+constexpr int kLargestRadius = 60;
+constexpr int kChannels = 3;
+constexpr float kFullScale = 255;
+
+/// The focused view and a margin on all sides, as running sums along each row.
+struct Canvas {
+    int margin;
+    int width;
+    std::vector<float> sums; // [row][column][channel], one column more than painted
+
+    const float *sumAt(int row, int column) const {
+        return &sums[(static_cast<size_t>(row) * static_cast<size_t>(width + 1) +
+                      static_cast<size_t>(column)) *
+                     kChannels];
+    }
+};
+
+/// Four samples a pixel: the picture is half as fine as the sensor.
+Rgb paintPixel(int column, int row, float zoomFactor) {
+    Rgb sum{};
+    for (int part = 0; part < kReduction * kReduction; ++part) {
+        const auto x = static_cast<float>(column * kReduction + part % kReduction);
+        const auto y = static_cast<float>(row * kReduction + part / kReduction);
+        const Rgb colour = sampleScene(placePixel(x, y, zoomFactor));
+        sum = {sum.r + colour.r, sum.g + colour.g, sum.b + colour.b};
+    }
+    return scaleColour(sum, 1.0F / (kReduction * kReduction));
+}
+
+Canvas paintCanvas(int margin, float zoomFactor) {
+    Canvas canvas{margin, kWidth + 2 * margin, {}};
+    const int height = kHeight + 2 * margin;
+    canvas.sums.reserve(static_cast<size_t>(height) * static_cast<size_t>(canvas.width + 1) *
+                        kChannels);
+    for (int row = 0; row < height; ++row) {
+        Rgb sum{};
+        for (int column = 0; column <= canvas.width; ++column) {
+            canvas.sums.insert(canvas.sums.end(), {sum.r, sum.g, sum.b});
+            const Rgb colour = paintPixel(column - margin, row - margin, zoomFactor);
+            sum = {sum.r + colour.r, sum.g + colour.g, sum.b + colour.b};
+        }
+    }
+    return canvas;
+}
+
+/// Half width of the disc's span in each row from the top, whole pixels.
+std::vector<int> discSpans(float radius) {
+    const int rows = static_cast<int>(radius);
+    std::vector<int> spans;
+    for (int row = -rows; row <= rows; ++row) {
+        const auto offset = static_cast<float>(row);
+        spans.push_back(static_cast<int>(std::sqrt(radius * radius - offset * offset)));
+    }
+    return spans;
+}
+
+Rgb gatherDisc(const Canvas &canvas, const std::vector<int> &spans, int column, int row) {
+    float sum[kChannels] = {};
+    int pixels = 0;
+    const int rows = static_cast<int>(spans.size()) / 2;
+    for (int offset = -rows; offset <= rows; ++offset) {
+        const int half = spans[static_cast<size_t>(offset + rows)];
+        const float *from = canvas.sumAt(row + offset, column - half);
+        const float *to = canvas.sumAt(row + offset, column + half + 1);
+        for (int channel = 0; channel < kChannels; ++channel) {
+            sum[channel] += to[channel] - from[channel];
+        }
+        pixels += 2 * half + 1;
+    }
+    return scaleColour({sum[0], sum[1], sum[2]}, 1.0F / static_cast<float>(pixels));
+}
+
+uint8_t toByte(float value) {
+    return static_cast<uint8_t>(std::lround(std::clamp(value, 0.0F, 1.0F) * kFullScale));
+}
+
+bool writePng(const char *path, const std::vector<uint8_t> &rgb) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = kWidth;
+    image.height = kHeight;
+    image.format = PNG_FORMAT_RGB;
+    return png_image_write_to_file(&image, path, 0, rgb.data(), 0, nullptr) != 0;
+}
+
+} // namespace
+
+bool writeScenePng(const char *path) {
+    const auto zoomFactor = static_cast<float>(zoomFactorAt(truePosition(Axis::Zoom)));
+    const double diameter =
+        std::fabs(focusErrorHalfDepths()) * kOptics.circleUm / kOptics.pixelUm / kReduction;
+    const float radius = std::min(static_cast<float>(diameter / 2), float{kLargestRadius});
+    const int margin = static_cast<int>(std::ceil(radius));
+    const Canvas canvas = paintCanvas(margin, zoomFactor);
+    const std::vector<int> spans = discSpans(radius);
+    const float light = isNight() ? static_cast<float>(kOptics.nightLuminance) : 1.0F;
+    std::vector<uint8_t> rgb;
+    rgb.reserve(static_cast<size_t>(kWidth) * kHeight * kChannels);
+    for (int row = 0; row < kHeight; ++row) {
+        for (int column = 0; column < kWidth; ++column) {
+            const Rgb colour =
+                scaleColour(gatherDisc(canvas, spans, column + margin, row + margin), light);
+            rgb.insert(rgb.end(), {toByte(colour.r), toByte(colour.g), toByte(colour.b)});
+        }
+    }
+    return writePng(path, rgb);
+}
+
+} // namespace vcam

@@ -1,0 +1,70 @@
+// One small tile of white noise, looked up once an octave with shifted origins. The tile is made
+// at its first use and then only read.
+#include "optics/surface_texture.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+
+#include "devices/seeded_random.h"
+
+namespace vcam {
+namespace {
+
+constexpr int kTileSize = 128;
+constexpr uint64_t kTileSeed = 77; // the surfaces look the same whatever the camera's seed
+constexpr int kFinestOctave = 24;
+
+using Tile = std::array<float, kTileSize * kTileSize>;
+
+Tile makeTile() {
+    Tile tile{};
+    SeededRandom random(kTileSeed, 0);
+    for (float &value : tile) {
+        value = random.drawNormal();
+    }
+    return tile;
+}
+
+float lookUp(const Tile &tile, float x, float y) {
+    const float cellX = std::floor(x);
+    const float cellY = std::floor(y);
+    const auto column = static_cast<unsigned>(static_cast<int>(cellX)) % kTileSize;
+    const auto row = static_cast<unsigned>(static_cast<int>(cellY)) % kTileSize;
+    const unsigned nextColumn = (column + 1) % kTileSize;
+    const float *upper = &tile[row * kTileSize];
+    const float *lower = &tile[(row + 1) % kTileSize * kTileSize];
+    const float shareX = x - cellX;
+    const float above = upper[column] + (upper[nextColumn] - upper[column]) * shareX;
+    const float below = lower[column] + (lower[nextColumn] - lower[column]) * shareX;
+    return above + (below - above) * (y - cellY);
+}
+
+} // namespace
+
+float sampleSurface(const SceneSample &at, float coarsest) {
+    static const Tile tile = makeTile();
+    const float finestOctave = std::log2(1.0F / at.size);
+    const int first = static_cast<int>(std::ceil(std::log2(1.0F / coarsest)));
+    const int last = std::min(static_cast<int>(finestOctave), kFinestOctave);
+    float sum = 0;
+    for (int octave = first; octave <= last; ++octave) {
+        const float texels = std::ldexp(1.0F, octave);
+        const float shift = 17.3F * static_cast<float>(octave);
+        const float weight = std::min(1.0F, finestOctave - static_cast<float>(octave));
+        sum += weight * lookUp(tile, at.x * texels + shift, at.y * texels - shift);
+    }
+    return sum;
+}
+
+float hashUnit(int first, int second, int third) {
+    uint32_t value = static_cast<uint32_t>(first) * 0x9E3779B1U;
+    value = (value ^ value >> 15) + static_cast<uint32_t>(second) * 0x85EBCA77U;
+    value = (value ^ value >> 13) * 0xC2B2AE3DU + static_cast<uint32_t>(third) * 0x27D4EB2FU;
+    value = (value ^ value >> 16) * 0x7FEB352DU;
+    value = (value ^ value >> 15) * 0x846CA68BU;
+    return static_cast<float>((value ^ value >> 16) >> 8) * 0x1p-24F;
+}
+
+} // namespace vcam

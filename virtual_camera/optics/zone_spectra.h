@@ -1,0 +1,32 @@
+// How much detail of which fineness each zone holds, in perfect focus: the input of everything
+// that the statistics engine is made to report.
+#pragma once
+
+#include <array>
+
+namespace vcam {
+
+constexpr int kZoneRows = 8;
+constexpr int kZoneColumns = 8;
+constexpr int kZoneCount = kZoneRows * kZoneColumns;
+
+enum Band { kH1, kH2, kV1, kV2, kBandCount };
+
+/// Frequency bins, evenly spaced in the logarithm, from kLowestFrequency to 0.5 cycles per pixel.
+constexpr int kBinCount = 16;
+constexpr double kLowestFrequency = 2.0 / 256;
+
+/// Lower edge of a bin, in cycles per pixel; kBinCount gives the upper edge of the last.
+double binEdge(int bin);
+
+/// One zone after one filter: variance of the luminance (8-bit levels, squared) by frequency.
+using BinEnergies = std::array<float, kBinCount>;
+
+struct ViewSpectra {
+    std::array<std::array<BinEnergies, kZoneCount>, kBandCount> energies{};
+    std::array<float, kZoneCount> luminance{}; ///< Mean, in 8-bit levels.
+};
+
+ViewSpectra analyseView(double zoomFactor);
+
+} // namespace vcam
