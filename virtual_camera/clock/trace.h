@@ -26,7 +26,8 @@ bool openTrace(const std::string &path);
 /// Hand what is buffered to the file: before _exit, and whenever someone wants to look.
 void flushTrace();
 
-/// The last @p lineCount lines at most.
-std::string traceTail(int lineCount);
+/// Write the last @p lineCount lines at most to a descriptor; takes no memory, so that a signal
+/// handler may call it.
+void writeTraceTail(int descriptor, int lineCount);
 
 } // namespace vcam

@@ -14,7 +14,7 @@ constexpr int64_t kForeverUs = INT64_MAX;
 /// Threads that wait for something, longest first; the name is for whoever reads a stopped
 /// camera's thread table. Its address is what threads wait on: it holds no list of its own.
 struct WaitQueue {
-    const char *name;
+    const char *name = "queue";
 };
 
 /// Virtual time since power-on.

@@ -1,0 +1,29 @@
+// Between virtual microseconds since power-on and the times that POSIX calls take and give.
+#pragma once
+
+#include "clock/virtual_clock.h"
+
+#include <ctime>
+
+namespace vcam {
+
+constexpr int64_t kUsPerSecond = 1000000;
+constexpr int64_t kNsPerUs = 1000;
+constexpr int64_t kNsPerSecond = kUsPerSecond * kNsPerUs;
+
+/// The camera is always switched on at 2024-01-01 00:00:00 UTC, so that log files repeat too.
+constexpr int64_t kPowerOnCalendarUs = 1704067200 * kUsPerSecond;
+
+/// Rounded up: a wait is never shorter than asked for.
+inline int64_t toUsUp(const struct timespec &time) {
+    return time.tv_sec * kUsPerSecond + (time.tv_nsec + kNsPerUs - 1) / kNsPerUs;
+}
+
+/// The virtual instant of an absolute time. Which clock it is of need not be known: before the date
+/// of power-on only the monotonic clock can be meant, which counts from power-on.
+inline int64_t toDeadlineUs(const struct timespec &time) {
+    const int64_t us = toUsUp(time);
+    return us >= kPowerOnCalendarUs ? us - kPowerOnCalendarUs : us;
+}
+
+} // namespace vcam

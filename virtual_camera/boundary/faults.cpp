@@ -1,0 +1,60 @@
+#include "boundary/faults.h"
+
+#include "clock/thread_table.h"
+#include "clock/trace.h"
+#include "clock/unobserved.h"
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+namespace vcam {
+
+struct Fault {
+    std::string call;
+    std::string subject;
+    int count;
+    int error;
+    int passed;
+};
+
+static std::vector<Fault> faults;
+
+void failCalls(const char *call, const char *subject, int count, int error, int passed) {
+    const Unobserved unobserved;
+    faults.push_back({call, subject, count, error, passed});
+}
+
+void clearFaults() {
+    const Unobserved unobserved;
+    faults.clear();
+}
+
+static bool strikes(Fault &fault, const char *call, const char *subject) {
+    const bool isMeant = fault.call == call && (fault.subject.empty() || fault.subject == subject);
+    if (!isMeant || fault.count == 0)
+        return false;
+    if (fault.passed > 0) {
+        fault.passed--;
+        return false;
+    }
+    if (fault.count > 0)
+        fault.count--;
+    return true;
+}
+
+bool failsNow(const char *call, const char *subject) {
+    if (faults.empty() || !isRegisteredThread())
+        return false;
+    const Unobserved unobserved;
+    for (Fault &fault : faults) {
+        if (!strikes(fault, call, subject))
+            continue;
+        trace("fault", call, "subject=%s errno=%d", subject, fault.error);
+        errno = fault.error;
+        return true;
+    }
+    return false;
+}
+
+} // namespace vcam

@@ -1,0 +1,21 @@
+// The back door through which tests make system calls fail.
+//
+// Calls are named as in C: open, close, ioctl, read, write, select, access, fopen, unlink, system,
+// pthread_create. What they are made on is a path or a device: "/dev/hi_gpio", "/dev/spidev1.0",
+// "serial", for system the command; "" is any. malloc and calloc fail only inside the library.
+#pragma once
+
+namespace vcam {
+
+constexpr int kAlways = -1;
+
+/// Let the next @p count such calls fail with errno @p error, after @p passed have gone well.
+void failCalls(const char *call, const char *subject, int count, int error, int passed = 0);
+
+/// From now on all calls work again.
+void clearFaults();
+
+/// For the boundary: whether this call fails now; errno is set if so.
+bool failsNow(const char *call, const char *subject);
+
+} // namespace vcam
