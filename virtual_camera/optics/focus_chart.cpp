@@ -18,8 +18,8 @@ constexpr float kStarX = 0.68F;
 constexpr float kStarRadius = 0.25F;
 constexpr float kStarSpokes = 36;
 
-constexpr Rgb kPaper = {0.93F, 0.91F, 0.86F};
-constexpr Rgb kInk = {0.07F, 0.08F, 0.11F};
+constexpr Rgb kPaper = {0.85F, 0.82F, 0.76F};
+constexpr Rgb kInk = {0.11F, 0.12F, 0.16F};
 constexpr Rgb kAccents[] = {
     {0.80F, 0.20F, 0.16F}, {0.93F, 0.62F, 0.13F}, {0.20F, 0.55F, 0.36F}, {0.16F, 0.37F, 0.67F}};
 
@@ -43,7 +43,7 @@ float markFrame(const Place &at) {
 
 float markStar(const Place &at) {
     const float x = std::fabs(at.x) - kStarX;
-    const float radius = std::hypot(x, at.y);
+    const float radius = std::sqrt(x * x + at.y * at.y);
     if (radius > kStarRadius + at.size) {
         return 0;
     }
@@ -90,8 +90,8 @@ float markText(const Place &at) {
     if (std::fabs(at.x) > kHalfBox || fromTop < 0 || fromTop > kBottom - kTop) {
         return 0;
     }
-    const int dotX = static_cast<int>(std::floor((at.x + kHalfBox) / kDot));
-    const int dotY = static_cast<int>(std::floor(fromTop / kDot));
+    const int dotX = floorToInt((at.x + kHalfBox) / kDot);
+    const int dotY = floorToInt(fromTop / kDot);
     const int glyph = dotX / kDotsAcross;
     const int line = dotY / (kDotsDown + 1) + (at.y < 0 ? 0 : 100);
     const bool isGap = dotX % kDotsAcross == 0 || dotY % (kDotsDown + 1) > kDotsDown - 2 ||

@@ -49,34 +49,33 @@ Rgb paintSky(const SceneSample &at) {
     const float sunY = at.y - 0.10F;
     const float glow = 0.012F / (0.012F + sunX * sunX + 3 * sunY * sunY);
     sky = mixColours(sky, {1.0F, 0.86F, 0.60F}, 0.55F * glow);
-    const SceneSample drawnOut = {at.x, 3.5F * at.y, 0.02F};
-    const float cloud = std::clamp(0.16F * sampleSurface(drawnOut, 0.25F), -0.1F, 0.5F);
+    const SceneSample drawnOut = {at.x, 3.5F * at.y, 0.02F, 5.6F};
+    const float cloud = std::clamp(0.16F * sampleSurface(drawnOut, 2), -0.1F, 0.5F);
     return mixColours(sky, {0.98F, 0.62F, 0.50F}, 0.6F * cloud);
 }
 
 /// A pane with a cross bar and a sill; what lies behind it is lit or not.
 Rgb paintWindow(const Row &row, const SceneSample &at, float fromTop, const Rgb &wall) {
     const float cell = row.window;
-    const float column = std::floor(at.x / cell);
-    const float storey = std::floor(fromTop / (1.4F * cell));
-    const float x = at.x - (column + 0.5F) * cell;
-    const float y = fromTop - (storey + 0.5F) * 1.4F * cell;
+    const int column = floorToInt(at.x / cell);
+    const int storey = floorToInt(fromTop / (1.4F * cell));
+    const float x = at.x - (static_cast<float>(column) + 0.5F) * cell;
+    const float y = fromTop - (static_cast<float>(storey) + 0.5F) * 1.4F * cell;
     const float pane = coverBox(x, y, 0.32F * cell, 0.42F * cell, at.size) *
                        (1 - coverSpan(x, -0.03F * cell, 0.03F * cell, at.size)) *
                        (1 - coverSpan(y, -0.13F * cell, -0.08F * cell, at.size));
-    const int first = static_cast<int>(column);
-    const int second = static_cast<int>(storey) + row.salt * 1000;
+    const int second = storey + row.salt * 1000;
     Rgb light = kDarkPane;
-    if (hashUnit(first, second, 3) < row.litShare) {
-        light = hashUnit(first, second, 4) < 0.8F ? kWarmPane : kCoolPane;
-        light = scaleColour(light, 0.55F + 0.45F * hashUnit(first, second, 5));
+    if (hashUnit(column, second, 3) < row.litShare) {
+        light = hashUnit(column, second, 4) < 0.8F ? kWarmPane : kCoolPane;
+        light = scaleColour(light, 0.55F + 0.45F * hashUnit(column, second, 5));
     }
     return mixColours(wall, light, pane);
 }
 
 /// False where the row's houses leave the view open.
 bool paintHouses(const Row &row, const Rgb &wallColour, const SceneSample &at, Rgb &colour) {
-    const int house = static_cast<int>(std::floor(at.x / row.houseWidth));
+    const int house = floorToInt(at.x / row.houseWidth);
     const float fromTop = at.y - (kHorizon - houseHeight(row, house));
     const float middle = (static_cast<float>(house) + 0.5F) * row.houseWidth;
     const float mastHalf = 0.012F * row.houseWidth;
@@ -98,12 +97,16 @@ bool paintHouses(const Row &row, const Rgb &wallColour, const SceneSample &at, R
 
 /// Crowns of trees along the lower edge, lit from the right.
 bool paintTrees(const SceneSample &at, Rgb &colour) {
-    const SceneSample alongTop = {at.x, 0.37F, 0.004F};
-    const float crown = 0.205F + 0.008F * sampleSurface(alongTop, 0.13F);
+    constexpr float kHighestCrown = 0.16F;
+    if (at.y < kHighestCrown) {
+        return false;
+    }
+    const SceneSample alongTop = {at.x, 0.37F, 0.004F, 8.0F};
+    const float crown = std::max(kHighestCrown, 0.205F + 0.008F * sampleSurface(alongTop, 3));
     if (at.y < crown) {
         return false;
     }
-    constexpr float kCoarsestLeaf = 0.03F;
+    constexpr int kCoarsestLeaf = 5;
     const float leaf = 0.16F * sampleSurface(at, kCoarsestLeaf);
     const float depth = (at.y - crown) / 0.12F;
     colour =
@@ -141,14 +144,15 @@ Rgb paintLayers(const SceneSample &at, bool &hasSurface) {
 } // namespace
 
 Rgb paintScene(const SceneSample &at) {
-    constexpr float kSurfaceContrast = 0.035F;
-    constexpr float kCoarsest = 8; // in samples: three octaves of grain
+    constexpr float kSurfaceContrast = 0.05F;
+    constexpr int kGrainOctaves = 2;
     bool hasSurface = false;
     const Rgb colour = paintLayers(at, hasSurface);
     if (!hasSurface) {
         return colour;
     }
-    const float grain = kSurfaceContrast * sampleSurface(at, kCoarsest * at.size);
+    const float grain =
+        kSurfaceContrast * sampleSurface(at, static_cast<int>(at.finestOctave) + 1 - kGrainOctaves);
     return scaleColour(colour, std::max(0.0F, 1 + grain));
 }
 

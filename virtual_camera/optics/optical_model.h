@@ -21,17 +21,17 @@ struct OpticalModel {
 
     // The statistics engine: band-pass responses, centre in cycles per pixel and sharpness.
     // Assumed: the platform documents its filters' registers, not what its counts mean.
-    double centre[4] = {0.20, 0.10, 0.17, 0.09}; ///< h1, h2, v1, v2
-    double quality[4] = {1.0, 0.6, 1.0, 0.6};
+    double centre[4] = {0.23, 0.11, 0.20, 0.10}; ///< h1, h2, v1, v2
+    double quality[4] = {1.5, 0.7, 1.5, 0.7};
 
     // Counts. The engine's gain follows the view: in focus, the weighted average of h1 is
     // focusedCounts for a view of usual contrast, and goes with contrast^contrastShare.
-    double focusedCounts = 16000;
-    double contrastShare = 0.3;
+    double focusedCounts = 14500;
+    double contrastShare = 0.15;
     double usualContrast = 10; ///< Band energy's root, in 8-bit luminance levels.
     double leastCounts = 12000;
     double mostCounts = 20000;
-    double floorCounts = 200;  ///< From pixel noise, at gain 1, in quadrature.
+    double floorCounts = 180;  ///< From pixel noise, at gain 1, in quadrature.
     double noiseShare = 0.008; ///< Deviation of one zone from frame to frame, at gain 1.
 
     // Night: a gain of 16, a quarter of the contrast left by day, lamps that bloom.

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "optics/scene_sample.h"
+
 namespace vcam {
 
 constexpr float kTwoPi = 6.2831853F;
@@ -22,8 +24,9 @@ inline float coverBox(float x, float y, float halfWidth, float halfHeight, float
 inline float paintStripes(float phase, float width) {
     constexpr float kFadeStart = 0.75F;
     const float contrast = std::clamp(2 * (kFadeStart - width), 0.0F, 1.0F);
-    const float slope = 1 / (0.5F * kTwoPi * width + 0.02F);
-    return 0.5F + 0.5F * contrast * std::clamp(std::sin(kTwoPi * phase) * slope, -1.0F, 1.0F);
+    const float share = phase - static_cast<float>(floorToInt(phase));
+    const float triangle = 1 - 4 * std::fabs(share - 0.5F); // steepness 4 a cycle
+    return 0.5F + 0.5F * contrast * std::clamp(triangle / (2 * width), -1.0F, 1.0F);
 }
 
 } // namespace vcam

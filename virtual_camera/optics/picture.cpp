@@ -114,15 +114,14 @@ Rgb toColour(const uint8_t *pixel) {
 }
 
 Rgb interpolate(const PixelGrid &grid, float x, float y) {
-    const float cellX = std::floor(x);
-    const float cellY = std::floor(y);
-    const int column = static_cast<int>(cellX);
-    const int row = static_cast<int>(cellY);
+    const int column = floorToInt(x);
+    const int row = floorToInt(y);
+    const float shareX = x - static_cast<float>(column);
     const Rgb upper = mixColours(toColour(pixelAt(grid, column, row)),
-                                 toColour(pixelAt(grid, column + 1, row)), x - cellX);
+                                 toColour(pixelAt(grid, column + 1, row)), shareX);
     const Rgb lower = mixColours(toColour(pixelAt(grid, column, row + 1)),
-                                 toColour(pixelAt(grid, column + 1, row + 1)), x - cellX);
-    return mixColours(upper, lower, y - cellY);
+                                 toColour(pixelAt(grid, column + 1, row + 1)), shareX);
+    return mixColours(upper, lower, y - static_cast<float>(row));
 }
 
 } // namespace
@@ -136,6 +135,7 @@ bool Picture::load(const std::string &path) {
     const auto width = static_cast<float>(grid.width);
     const auto height = static_cast<float>(grid.height);
     pixelsPerUnit = std::min(width, height / kViewAspect);
+    pixelOctave = std::log2(pixelsPerUnit);
     levels.push_back(std::move(grid));
     while (levels.back().width > 1 && levels.back().height > 1) {
         levels.push_back(halve(levels.back()));
@@ -145,7 +145,7 @@ bool Picture::load(const std::string &path) {
 
 Rgb Picture::sample(const SceneSample &at) const {
     const float pixels = at.size * pixelsPerUnit;
-    const int wanted = static_cast<int>(std::lround(std::log2(std::max(pixels, 1.0F))));
+    const int wanted = static_cast<int>(std::lround(std::max(0.0F, pixelOctave - at.finestOctave)));
     const int level = std::min(wanted, static_cast<int>(levels.size()) - 1);
     const PixelGrid &grid = levels[static_cast<size_t>(level)];
     const float scale = std::ldexp(pixelsPerUnit, -level);
@@ -155,7 +155,8 @@ Rgb Picture::sample(const SceneSample &at) const {
     if (pixels >= 1) {
         return colour;
     }
-    const float texture = kSurfaceContrast * sampleSurface(at, 1 / pixelsPerUnit);
+    const float texture =
+        kSurfaceContrast * sampleSurface(at, static_cast<int>(std::ceil(pixelOctave)));
     return scaleColour(colour, std::max(0.0F, 1 + texture));
 }
 

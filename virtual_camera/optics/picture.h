@@ -26,6 +26,7 @@ public:
 private:
     std::vector<PixelGrid> levels; ///< Each half as wide as the one before.
     float pixelsPerUnit = 0;       ///< Of the first level.
+    float pixelOctave = 0;         ///< log2(pixelsPerUnit).
 };
 
 } // namespace vcam

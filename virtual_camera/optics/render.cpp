@@ -38,18 +38,18 @@ struct Canvas {
 };
 
 /// Four samples a pixel: the picture is half as fine as the sensor.
-Rgb paintPixel(int column, int row, float zoomFactor) {
+Rgb paintPixel(int column, int row, const ViewScale &scale) {
     Rgb sum{};
     for (int part = 0; part < kReduction * kReduction; ++part) {
         const auto x = static_cast<float>(column * kReduction + part % kReduction);
         const auto y = static_cast<float>(row * kReduction + part / kReduction);
-        const Rgb colour = sampleScene(placePixel(x, y, zoomFactor));
+        const Rgb colour = sampleScene(placePixel(x, y, scale));
         sum = {sum.r + colour.r, sum.g + colour.g, sum.b + colour.b};
     }
     return scaleColour(sum, 1.0F / (kReduction * kReduction));
 }
 
-Canvas paintCanvas(int margin, float zoomFactor) {
+Canvas paintCanvas(int margin, const ViewScale &scale) {
     Canvas canvas{margin, kWidth + 2 * margin, {}};
     const int height = kHeight + 2 * margin;
     canvas.sums.reserve(static_cast<size_t>(height) * static_cast<size_t>(canvas.width + 1) *
@@ -58,7 +58,7 @@ Canvas paintCanvas(int margin, float zoomFactor) {
         Rgb sum{};
         for (int column = 0; column <= canvas.width; ++column) {
             canvas.sums.insert(canvas.sums.end(), {sum.r, sum.g, sum.b});
-            const Rgb colour = paintPixel(column - margin, row - margin, zoomFactor);
+            const Rgb colour = paintPixel(column - margin, row - margin, scale);
             sum = {sum.r + colour.r, sum.g + colour.g, sum.b + colour.b};
         }
     }
@@ -108,12 +108,12 @@ bool writePng(const char *path, const std::vector<uint8_t> &rgb) {
 } // namespace
 
 bool writeScenePng(const char *path) {
-    const auto zoomFactor = static_cast<float>(zoomFactorAt(truePosition(Axis::Zoom)));
+    const ViewScale scale = scaleView(zoomFactorAt(truePosition(Axis::Zoom)));
     const double diameter =
         std::fabs(focusErrorHalfDepths()) * kOptics.circleUm / kOptics.pixelUm / kReduction;
     const float radius = std::min(static_cast<float>(diameter / 2), float{kLargestRadius});
     const int margin = static_cast<int>(std::ceil(radius));
-    const Canvas canvas = paintCanvas(margin, zoomFactor);
+    const Canvas canvas = paintCanvas(margin, scale);
     const std::vector<int> spans = discSpans(radius);
     const float light = isNight() ? static_cast<float>(kOptics.nightLuminance) : 1.0F;
     std::vector<uint8_t> rgb;

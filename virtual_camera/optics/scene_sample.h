@@ -15,8 +15,15 @@ struct Rgb {
 struct SceneSample {
     float x;
     float y;
-    float size; ///< Width of the sample; finer detail than this is left out.
+    float size;         ///< Width of the sample; finer detail than this is left out.
+    float finestOctave; ///< log2(1 / size), kept beside it because a view shares it.
 };
+
+/// std::floor to an integer, inline: the baseline instruction set would call the library.
+inline int floorToInt(float value) {
+    const int whole = static_cast<int>(value);
+    return static_cast<float>(whole) > value ? whole - 1 : whole;
+}
 
 inline float luminanceOf(const Rgb &colour) {
     return 0.299F * colour.r + 0.587F * colour.g + 0.114F * colour.b;

@@ -1,6 +1,8 @@
 // Chosen at power-on, only read afterwards.
 #include "optics/scene_view.h"
 
+#include <cmath>
+
 #include "optics/generated_scene.h"
 #include "optics/picture.h"
 
@@ -14,10 +16,9 @@ Picture &pictureInHand() {
 
 } // namespace
 
-SceneSample placePixel(float column, float row, float zoomFactor) {
-    const float size = 1 / (static_cast<float>(kViewWidth) * zoomFactor);
-    return {(column + 0.5F - kViewWidth / 2.0F) * size, (row + 0.5F - kViewHeight / 2.0F) * size,
-            size};
+ViewScale scaleView(double zoomFactor) {
+    const double pixels = kViewWidth * zoomFactor;
+    return {static_cast<float>(1 / pixels), static_cast<float>(std::log2(pixels))};
 }
 
 Rgb sampleScene(const SceneSample &at) {

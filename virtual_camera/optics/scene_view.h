@@ -11,8 +11,19 @@ namespace vcam {
 constexpr int kViewWidth = 1920;
 constexpr int kViewHeight = 1080;
 
+/// What all samples of a view share.
+struct ViewScale {
+    float pixel;        ///< Width of a sensor pixel in the scene.
+    float finestOctave; ///< log2(1 / pixel).
+};
+
+ViewScale scaleView(double zoomFactor);
+
 /// The middle of a sensor pixel, the origin at the sensor's upper left corner; may lie outside.
-SceneSample placePixel(float column, float row, float zoomFactor);
+inline SceneSample placePixel(float column, float row, const ViewScale &scale) {
+    return {(column + 0.5F - kViewWidth / 2.0F) * scale.pixel,
+            (row + 0.5F - kViewHeight / 2.0F) * scale.pixel, scale.pixel, scale.finestOctave};
+}
 
 /// Perfectly focused.
 Rgb sampleScene(const SceneSample &at);

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 
 #include "devices/seeded_random.h"
@@ -28,31 +27,29 @@ Tile makeTile() {
 }
 
 float lookUp(const Tile &tile, float x, float y) {
-    const float cellX = std::floor(x);
-    const float cellY = std::floor(y);
-    const auto column = static_cast<unsigned>(static_cast<int>(cellX)) % kTileSize;
-    const auto row = static_cast<unsigned>(static_cast<int>(cellY)) % kTileSize;
+    const int cellX = floorToInt(x);
+    const int cellY = floorToInt(y);
+    const unsigned column = static_cast<unsigned>(cellX) % kTileSize;
+    const unsigned row = static_cast<unsigned>(cellY) % kTileSize;
     const unsigned nextColumn = (column + 1) % kTileSize;
     const float *upper = &tile[row * kTileSize];
     const float *lower = &tile[(row + 1) % kTileSize * kTileSize];
-    const float shareX = x - cellX;
+    const float shareX = x - static_cast<float>(cellX);
     const float above = upper[column] + (upper[nextColumn] - upper[column]) * shareX;
     const float below = lower[column] + (lower[nextColumn] - lower[column]) * shareX;
-    return above + (below - above) * (y - cellY);
+    return above + (below - above) * (y - static_cast<float>(cellY));
 }
 
 } // namespace
 
-float sampleSurface(const SceneSample &at, float coarsest) {
+float sampleSurface(const SceneSample &at, int firstOctave) {
     static const Tile tile = makeTile();
-    const float finestOctave = std::log2(1.0F / at.size);
-    const int first = static_cast<int>(std::ceil(std::log2(1.0F / coarsest)));
-    const int last = std::min(static_cast<int>(finestOctave), kFinestOctave);
+    const int last = std::min(static_cast<int>(at.finestOctave), kFinestOctave);
     float sum = 0;
-    for (int octave = first; octave <= last; ++octave) {
-        const float texels = std::ldexp(1.0F, octave);
+    for (int octave = firstOctave; octave <= last; ++octave) {
+        const auto texels = static_cast<float>(1 << octave);
         const float shift = 17.3F * static_cast<float>(octave);
-        const float weight = std::min(1.0F, finestOctave - static_cast<float>(octave));
+        const float weight = std::min(1.0F, at.finestOctave - static_cast<float>(octave));
         sum += weight * lookUp(tile, at.x * texels + shift, at.y * texels - shift);
     }
     return sum;

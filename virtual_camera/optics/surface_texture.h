@@ -6,9 +6,10 @@
 
 namespace vcam {
 
-/// About normal with deviation 1 per octave; octaves run from `coarsest` down to the sample's size,
-/// the finest one faded in, so that zooming never makes structure jump.
-float sampleSurface(const SceneSample &at, float coarsest);
+/// About normal with deviation 1 per octave. Octave n has 2^n grains to the unit; octaves run from
+/// the first one, 0 at least, down to the sample's size, the finest one faded in, so that zooming
+/// never makes structure jump.
+float sampleSurface(const SceneSample &at, int firstOctave);
 
 /// Uniform in [0, 1), a pure function of its arguments: the painters' source of variety.
 float hashUnit(int first, int second, int third);

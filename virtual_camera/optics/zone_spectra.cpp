@@ -1,4 +1,4 @@
-// A zone is sampled along eight of its rows and eight of its columns at full resolution. Two lines
+// A zone is sampled along six of its rows and six of its columns at full resolution. Two lines
 // are transformed at once, one as the real and one as the imaginary part: only the sum of their
 // powers is wanted. Structure that is neither upright nor level counts by its share along each.
 #include "optics/zone_spectra.h"
@@ -13,7 +13,7 @@ namespace vcam {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-constexpr int kLines = 8;
+constexpr int kLines = 6;
 constexpr int kZoneWidth = kViewWidth / kZoneColumns;
 constexpr int kZoneHeight = kViewHeight / kZoneRows;
 constexpr float kFullScale = 255;
@@ -136,12 +136,12 @@ void binPower(const std::array<float, Length / 2> &power, const Filters<Length> 
     }
 }
 
-float sampleLuminance(float column, float row, float zoomFactor) {
-    return kFullScale * luminanceOf(sampleScene(placePixel(column, row, zoomFactor)));
+float sampleLuminance(float column, float row, const ViewScale &scale) {
+    return kFullScale * luminanceOf(sampleScene(placePixel(column, row, scale)));
 }
 
 /// Mean luminance along the rows, as a by-product.
-float analyseRows(int left, int top, float zoomFactor, ViewSpectra &view, int zone) {
+float analyseRows(int left, int top, const ViewScale &scale, ViewSpectra &view, int zone) {
     static const LineTransform<kRowLength> transform;
     static const Filters<kRowLength> filters;
     std::array<float, kRowLength / 2> power{};
@@ -153,8 +153,8 @@ float analyseRows(int left, int top, float zoomFactor, ViewSpectra &view, int zo
         const float row = static_cast<float>(top) + kSpacing * (static_cast<float>(pair) + 0.5F);
         for (int index = 0; index < kRowLength; ++index) {
             const float column = start + static_cast<float>(index);
-            lines[index] = {sampleLuminance(column, row, zoomFactor),
-                            sampleLuminance(column, row + kSpacing, zoomFactor)};
+            lines[index] = {sampleLuminance(column, row, scale),
+                            sampleLuminance(column, row + kSpacing, scale)};
             sum += lines[index].real() + lines[index].imag();
         }
         transform.addPower(lines, power);
@@ -164,7 +164,7 @@ float analyseRows(int left, int top, float zoomFactor, ViewSpectra &view, int zo
     return sum / (kLines * kRowLength);
 }
 
-void analyseColumns(int left, int top, float zoomFactor, ViewSpectra &view, int zone) {
+void analyseColumns(int left, int top, const ViewScale &scale, ViewSpectra &view, int zone) {
     static const LineTransform<kColumnLength> transform;
     static const Filters<kColumnLength> filters;
     std::array<float, kColumnLength / 2> power{};
@@ -176,8 +176,8 @@ void analyseColumns(int left, int top, float zoomFactor, ViewSpectra &view, int 
             static_cast<float>(left) + kSpacing * (static_cast<float>(pair) + 0.5F);
         for (int index = 0; index < kColumnLength; ++index) {
             const float row = start + static_cast<float>(index);
-            lines[index] = {sampleLuminance(column, row, zoomFactor),
-                            sampleLuminance(column + kSpacing, row, zoomFactor)};
+            lines[index] = {sampleLuminance(column, row, scale),
+                            sampleLuminance(column + kSpacing, row, scale)};
         }
         transform.addPower(lines, power);
     }
@@ -194,12 +194,12 @@ double binEdge(int bin) {
 
 ViewSpectra analyseView(double zoomFactor) {
     ViewSpectra view;
-    const auto factor = static_cast<float>(zoomFactor);
+    const ViewScale scale = scaleView(zoomFactor);
     for (int zone = 0; zone < kZoneCount; ++zone) {
         const int left = zone % kZoneColumns * kZoneWidth;
         const int top = zone / kZoneColumns * kZoneHeight;
-        view.luminance[zone] = analyseRows(left, top, factor, view, zone);
-        analyseColumns(left, top, factor, view, zone);
+        view.luminance[zone] = analyseRows(left, top, scale, view, zone);
+        analyseColumns(left, top, scale, view, zone);
     }
     return view;
 }

@@ -137,7 +137,7 @@ double average(const ZoneRow &row, bool isCentre) {
 /// Counts per level of contrast for this view: the engine's shifts and the exposure follow it.
 double chooseScale(const KeyTable &table) {
     const ZoneRow &focused = table.counts[0][kH1];
-    const double contrast = (average(focused, true) + average(focused, false)) / 2;
+    const double contrast = std::sqrt(average(focused, true) * average(focused, false));
     if (contrast <= 0) {
         return 0;
     }
