@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "clock/trace.h"
+#include "clock/unobserved.h"
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "optics/scene.h"
@@ -165,6 +166,7 @@ void setWindow(uint32_t widthPx, uint32_t heightPx) {
 }
 
 double focusValue() {
+    const Unobserved unobserved;
     refreshZones();
     return averageCentre(isp.zones);
 }
@@ -179,6 +181,7 @@ void powerOnIsp(const CameraOptions &options) {
 using namespace vcam;
 
 HI_S32 HI_MPI_ISP_GetStatisticsConfig(ISP_DEV, ISP_STATISTICS_CFG_S *pstStatCfg) {
+    const Unobserved unobserved;
     const HI_S32 code = takeFault(IspCall::GetStatisticsConfig);
     if (code == 0) {
         *pstStatCfg = isp.config;
@@ -187,6 +190,7 @@ HI_S32 HI_MPI_ISP_GetStatisticsConfig(ISP_DEV, ISP_STATISTICS_CFG_S *pstStatCfg)
 }
 
 HI_S32 HI_MPI_ISP_SetStatisticsConfig(ISP_DEV, const ISP_STATISTICS_CFG_S *pstStatCfg) {
+    const Unobserved unobserved;
     if (const HI_S32 code = takeFault(IspCall::SetStatisticsConfig); code != 0) {
         return code;
     }
@@ -202,6 +206,7 @@ HI_S32 HI_MPI_ISP_SetStatisticsConfig(ISP_DEV, const ISP_STATISTICS_CFG_S *pstSt
 }
 
 HI_S32 HI_MPI_ISP_GetPubAttr(ISP_DEV, ISP_PUB_ATTR_S *pstPubAttr) {
+    const Unobserved unobserved;
     const HI_S32 code = takeFault(IspCall::GetPubAttr);
     if (code == 0) {
         pstPubAttr->stWndRect = RECT_S{0, 0, isp.widthPx, isp.heightPx};
@@ -210,6 +215,7 @@ HI_S32 HI_MPI_ISP_GetPubAttr(ISP_DEV, ISP_PUB_ATTR_S *pstPubAttr) {
 }
 
 HI_S32 HI_MPI_ISP_GetVDTimeOut(ISP_DEV, ISP_VD_INFO_S *pstIspVdInfo, HI_U32 u32MilliSec) {
+    const Unobserved unobserved;
     constexpr int64_t kMicrosecondsPerMs = 1000;
     if (const HI_S32 code = takeFault(IspCall::GetVdTimeOut); code != 0) {
         // A driver that fails at once would make its caller spin; this one fails at frame rate.
@@ -228,6 +234,7 @@ HI_S32 HI_MPI_ISP_GetVDTimeOut(ISP_DEV, ISP_VD_INFO_S *pstIspVdInfo, HI_U32 u32M
 }
 
 HI_S32 HI_MPI_ISP_GetStatistics(ISP_DEV, ISP_STATISTICS_S *pstStat) {
+    const Unobserved unobserved;
     if (const HI_S32 code = takeFault(IspCall::GetStatistics); code != 0) {
         return code;
     }
@@ -245,6 +252,7 @@ HI_S32 HI_MPI_ISP_GetStatistics(ISP_DEV, ISP_STATISTICS_S *pstStat) {
 }
 
 HI_S32 HI_MPI_ISP_QueryExposureInfo(ISP_DEV, ISP_EXP_INFO_S *pstExpInfo) {
+    const Unobserved unobserved;
     if (const HI_S32 code = takeFault(IspCall::QueryExposureInfo); code != 0) {
         return code;
     }

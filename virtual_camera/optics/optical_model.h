@@ -28,18 +28,19 @@ struct OpticalModel {
     // focusedCounts for a view of usual contrast, and goes with contrast^contrastShare.
     double focusedCounts = 14500;
     double contrastShare = 0.15;
-    double usualContrast = 10; ///< Band energy's root, in 8-bit luminance levels.
+    double usualContrast = 9; ///< Band energy's root, in 8-bit luminance levels.
     double leastCounts = 12000;
     double mostCounts = 20000;
-    double floorCounts = 180;  ///< From pixel noise, at gain 1, in quadrature.
-    double noiseShare = 0.008; ///< Deviation of one zone from frame to frame, at gain 1.
+    double mostCountsPerLevel = 12000; ///< A view fainter than one level stays faint.
+    double floorCounts = 180;          ///< From pixel noise, at gain 1, in quadrature.
+    double noiseShare = 0.008;         ///< Deviation of one zone from frame to frame, at gain 1.
 
-    // Night: a gain of 16, a quarter of the contrast left by day, lamps that bloom.
+    // Night: a gain of 16, half of the contrast by day, lamps that bloom.
     int nightGain = 16;
     double nightContrast = 0.5;
     double nightLuminance = 0.2;
-    double lampCounts = 9000;      ///< A saturated zone in focus; its disc's rim grows with blur
-    double lampRimPixels = 12;     ///< and doubles the counts every so many pixels,
+    double lampCounts = 9000;      ///< A saturated zone in focus; the rim of its disc adds as
+    double lampRimPixels = 12;     ///< many again every so many pixels of blur,
     double lampMostCounts = 60000; ///< up to here.
     double lampLuminance = 64000;  ///< Of a saturated zone, full scale being 65535.
 };

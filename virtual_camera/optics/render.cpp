@@ -8,6 +8,7 @@
 #include <png.h>
 #include <vector>
 
+#include "clock/unobserved.h"
 #include "devices/lens.h"
 #include "optics/lens_curves.h"
 #include "optics/optical_model.h"
@@ -108,6 +109,7 @@ bool writePng(const char *path, const std::vector<uint8_t> &rgb) {
 } // namespace
 
 bool writeScenePng(const char *path) {
+    const Unobserved unobserved;
     const ViewScale scale = scaleView(zoomFactorAt(truePosition(Axis::Zoom)));
     const double diameter =
         std::fabs(focusErrorHalfDepths()) * kOptics.circleUm / kOptics.pixelUm / kReduction;

@@ -76,7 +76,7 @@ double findLevel(double diameter) {
     return kFineLevels + std::min(share, 1.0) * kCoarseLevels;
 }
 
-/// Transfer function of a uniform disc. Its side lobes are what makes false peaks.
+/// Transfer function of a uniform disc. Its side lobes let a fine pattern rise again out of focus.
 double transferDisc(double diameter, double frequency) {
     const double x = kPi * diameter * frequency;
     return x < 1e-6 ? 1.0 : 2 * j1(x) / x;
@@ -143,7 +143,8 @@ double chooseScale(const KeyTable &table) {
     }
     const double wanted =
         kOptics.focusedCounts * std::pow(contrast / kOptics.usualContrast, kOptics.contrastShare);
-    return std::clamp(wanted, kOptics.leastCounts, kOptics.mostCounts) / contrast;
+    const double scale = std::clamp(wanted, kOptics.leastCounts, kOptics.mostCounts) / contrast;
+    return std::min(scale, kOptics.mostCountsPerLevel);
 }
 
 std::unique_ptr<KeyTable> buildTable(int key) {
