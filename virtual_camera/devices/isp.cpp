@@ -16,7 +16,7 @@
 
 // The program exports these calls to the library, which is loaded beside it.
 #pragma GCC visibility push(default)
-#include "platform/isp_interface.h"
+#include "platform/isp.h"
 #pragma GCC visibility pop
 
 namespace vcam {
@@ -130,8 +130,7 @@ HI_U16 toMetric(float value) {
     return static_cast<HI_U16>(std::clamp(value, 0.0F, 65535.0F));
 }
 
-void fillZone(ISP_FOCUS_ZONE_S &zone, int index) {
-    const auto at = static_cast<size_t>(index);
+void fillZone(ISP_FOCUS_ZONE_S &zone, size_t at) {
     zone.u16h1 = toMetric(isp.zones.band[kH1][at]);
     zone.u16h2 = toMetric(isp.zones.band[kH2][at]);
     zone.u16v1 = toMetric(isp.zones.band[kV1][at]);
@@ -243,8 +242,8 @@ HI_S32 HI_MPI_ISP_GetStatistics(ISP_DEV, ISP_STATISTICS_S *pstStat) {
         return kBadArgument;
     }
     refreshZones();
-    for (int row = 0; row < kZoneRows; ++row) {
-        for (int column = 0; column < kZoneColumns; ++column) {
+    for (size_t row = 0; row < kZoneRows; ++row) {
+        for (size_t column = 0; column < kZoneColumns; ++column) {
             fillZone(pstStat->stFocusStat.stZoneMetrics[row][column], row * kZoneColumns + column);
         }
     }

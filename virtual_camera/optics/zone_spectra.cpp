@@ -14,19 +14,19 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr int kLines = 6;
-constexpr int kZoneWidth = kViewWidth / kZoneColumns;
-constexpr int kZoneHeight = kViewHeight / kZoneRows;
+constexpr size_t kZoneWidth = kViewWidth / kZoneColumns;
+constexpr size_t kZoneHeight = kViewHeight / kZoneRows;
 constexpr float kFullScale = 255;
 
 using Sample = std::complex<float>;
 
 /// Power spectra of lines of a fixed length, a power of two.
-template <int Length> class LineTransform {
+template <size_t Length> class LineTransform {
 public:
     LineTransform() {
         double windowEnergy = 0;
-        for (int index = 0; index < Length; ++index) {
-            const double angle = 2 * kPi * index / Length;
+        for (size_t index = 0; index < Length; ++index) {
+            const double angle = 2 * kPi * static_cast<double>(index) / Length;
             window[index] = static_cast<float>(0.5 - 0.5 * std::cos(angle));
             windowEnergy += window[index] * window[index];
             turns[index] = {static_cast<float>(std::cos(angle)),
@@ -43,11 +43,11 @@ public:
             mean += sample;
         }
         mean /= static_cast<float>(Length);
-        for (int index = 0; index < Length; ++index) {
+        for (size_t index = 0; index < Length; ++index) {
             lines[index] = (lines[index] - mean) * window[index];
         }
         transform(lines);
-        for (int index = 1; index < Length / 2; ++index) {
+        for (size_t index = 1; index < Length / 2; ++index) {
             power[index] += scale * (std::norm(lines[index]) + std::norm(lines[Length - index]));
         }
     }
@@ -55,8 +55,8 @@ public:
 private:
     /// In place, decimation in time.
     void transform(std::array<Sample, Length> &lines) const {
-        for (int index = 1, mirrored = 0; index < Length; ++index) {
-            int bit = Length >> 1;
+        for (size_t index = 1, mirrored = 0; index < Length; ++index) {
+            size_t bit = Length >> 1;
             for (; (mirrored & bit) != 0; bit >>= 1) {
                 mirrored ^= bit;
             }
@@ -65,9 +65,9 @@ private:
                 std::swap(lines[index], lines[mirrored]);
             }
         }
-        for (int half = 1; half < Length; half *= 2) {
-            for (int start = 0; start < Length; start += 2 * half) {
-                for (int index = 0; index < half; ++index) {
+        for (size_t half = 1; half < Length; half *= 2) {
+            for (size_t start = 0; start < Length; start += 2 * half) {
+                for (size_t index = 0; index < half; ++index) {
                     combine(lines[start + index], lines[start + index + half],
                             turns[index * (Length / 2 / half)]);
                 }
@@ -87,8 +87,8 @@ private:
     float scale = 0;
 };
 
-constexpr int kRowLength = 256;    // a zone's 240 pixels and a few of its neighbours'
-constexpr int kColumnLength = 128; // most of a zone's 135
+constexpr size_t kRowLength = 256;    // a zone's 240 pixels and a few of its neighbours'
+constexpr size_t kColumnLength = 128; // most of a zone's 135
 
 /// Energy left of a frequency by the sensor's pixels and a perfectly focused lens.
 double lensEnergy(double frequency) {
@@ -99,7 +99,7 @@ double lensEnergy(double frequency) {
 }
 
 /// Energy that a band's filter lets through.
-double bandEnergy(int band, double frequency) {
+double bandEnergy(size_t band, double frequency) {
     const double centre = kOptics.centre[band];
     const double detuning = kOptics.quality[band] * (frequency / centre - centre / frequency);
     const double gain = 1 / (1 + detuning * detuning);
@@ -107,17 +107,17 @@ double bandEnergy(int band, double frequency) {
 }
 
 /// For each frequency of a line: its bin and what each band's filter leaves of it.
-template <int Length> struct Filters {
-    std::array<int, Length / 2> bin{};
+template <size_t Length> struct Filters {
+    std::array<size_t, Length / 2> bin{}; // kBinCount where it is too low for any
     std::array<std::array<float, Length / 2>, kBandCount> energy{};
 
     Filters() {
         const double ratio = std::log(binEdge(1) / binEdge(0));
-        for (int index = 1; index < Length / 2; ++index) {
+        for (size_t index = 1; index < Length / 2; ++index) {
             const double frequency = static_cast<double>(index) / Length;
             const double place = std::log(frequency / kLowestFrequency) / ratio;
-            bin[index] = place < 0 ? -1 : static_cast<int>(place + 1e-9);
-            for (int band = 0; band < kBandCount; ++band) {
+            bin[index] = place < 0 ? size_t{kBinCount} : static_cast<size_t>(place + 1e-9);
+            for (size_t band = 0; band < kBandCount; ++band) {
                 energy[band][index] =
                     static_cast<float>(lensEnergy(frequency) * bandEnergy(band, frequency));
             }
@@ -125,11 +125,11 @@ template <int Length> struct Filters {
     }
 };
 
-template <int Length>
-void binPower(const std::array<float, Length / 2> &power, const Filters<Length> &filters, int band,
-              BinEnergies &energies) {
-    for (int index = 1; index < Length / 2; ++index) {
-        if (filters.bin[index] >= 0) {
+template <size_t Length>
+void binPower(const std::array<float, Length / 2> &power, const Filters<Length> &filters,
+              size_t band, BinEnergies &energies) {
+    for (size_t index = 1; index < Length / 2; ++index) {
+        if (filters.bin[index] < kBinCount) {
             energies[filters.bin[index]] +=
                 power[index] * filters.energy[band][index] / static_cast<float>(kLines);
         }
@@ -141,7 +141,7 @@ float sampleLuminance(float column, float row, const ViewScale &scale) {
 }
 
 /// Mean luminance along the rows, as a by-product.
-float analyseRows(int left, int top, const ViewScale &scale, ViewSpectra &view, int zone) {
+float analyseRows(size_t left, size_t top, const ViewScale &scale, ViewSpectra &view, size_t zone) {
     static const LineTransform<kRowLength> transform;
     static const Filters<kRowLength> filters;
     std::array<float, kRowLength / 2> power{};
@@ -151,7 +151,7 @@ float analyseRows(int left, int top, const ViewScale &scale, ViewSpectra &view, 
     for (int pair = 0; pair < kLines; pair += 2) {
         std::array<Sample, kRowLength> lines;
         const float row = static_cast<float>(top) + kSpacing * (static_cast<float>(pair) + 0.5F);
-        for (int index = 0; index < kRowLength; ++index) {
+        for (size_t index = 0; index < kRowLength; ++index) {
             const float column = start + static_cast<float>(index);
             lines[index] = {sampleLuminance(column, row, scale),
                             sampleLuminance(column, row + kSpacing, scale)};
@@ -164,7 +164,8 @@ float analyseRows(int left, int top, const ViewScale &scale, ViewSpectra &view, 
     return sum / (kLines * kRowLength);
 }
 
-void analyseColumns(int left, int top, const ViewScale &scale, ViewSpectra &view, int zone) {
+void analyseColumns(size_t left, size_t top, const ViewScale &scale, ViewSpectra &view,
+                    size_t zone) {
     static const LineTransform<kColumnLength> transform;
     static const Filters<kColumnLength> filters;
     std::array<float, kColumnLength / 2> power{};
@@ -174,7 +175,7 @@ void analyseColumns(int left, int top, const ViewScale &scale, ViewSpectra &view
         std::array<Sample, kColumnLength> lines;
         const float column =
             static_cast<float>(left) + kSpacing * (static_cast<float>(pair) + 0.5F);
-        for (int index = 0; index < kColumnLength; ++index) {
+        for (size_t index = 0; index < kColumnLength; ++index) {
             const float row = start + static_cast<float>(index);
             lines[index] = {sampleLuminance(column, row, scale),
                             sampleLuminance(column + kSpacing, row, scale)};
@@ -187,7 +188,7 @@ void analyseColumns(int left, int top, const ViewScale &scale, ViewSpectra &view
 
 } // namespace
 
-double binEdge(int bin) {
+double binEdge(size_t bin) {
     return kLowestFrequency *
            std::pow(0.5 / kLowestFrequency, static_cast<double>(bin) / kBinCount);
 }
@@ -195,9 +196,9 @@ double binEdge(int bin) {
 ViewSpectra analyseView(double zoomFactor) {
     ViewSpectra view;
     const ViewScale scale = scaleView(zoomFactor);
-    for (int zone = 0; zone < kZoneCount; ++zone) {
-        const int left = zone % kZoneColumns * kZoneWidth;
-        const int top = zone / kZoneColumns * kZoneHeight;
+    for (size_t zone = 0; zone < kZoneCount; ++zone) {
+        const size_t left = zone % kZoneColumns * kZoneWidth;
+        const size_t top = zone / kZoneColumns * kZoneHeight;
         view.luminance[zone] = analyseRows(left, top, scale, view, zone);
         analyseColumns(left, top, scale, view, zone);
     }

@@ -3,21 +3,22 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 
 namespace vcam {
 
-constexpr int kZoneRows = 8;
-constexpr int kZoneColumns = 8;
-constexpr int kZoneCount = kZoneRows * kZoneColumns;
+constexpr size_t kZoneRows = 8;
+constexpr size_t kZoneColumns = 8;
+constexpr size_t kZoneCount = kZoneRows * kZoneColumns;
 
-enum Band { kH1, kH2, kV1, kV2, kBandCount };
+enum Band : size_t { kH1, kH2, kV1, kV2, kBandCount };
 
 /// Frequency bins, evenly spaced in the logarithm, from kLowestFrequency to 0.5 cycles per pixel.
-constexpr int kBinCount = 16;
+constexpr size_t kBinCount = 16;
 constexpr double kLowestFrequency = 2.0 / 256;
 
 /// Lower edge of a bin, in cycles per pixel; kBinCount gives the upper edge of the last.
-double binEdge(int bin);
+double binEdge(size_t bin);
 
 /// One zone after one filter: variance of the luminance (8-bit levels, squared) by frequency.
 using BinEnergies = std::array<float, kBinCount>;

@@ -21,23 +21,23 @@ constexpr float kFullCounts = 65535;
 constexpr float kCountsPerLevel = 257;
 
 /// Zoom keys lie evenly in the logarithm of the focal length.
-constexpr int kKeyCount = 41;
+constexpr size_t kKeyCount = 41;
 
 /// Blur levels: quarter pixels of disc diameter first, then a constant ratio.
-constexpr int kFineLevels = 64;
+constexpr size_t kFineLevels = 64;
 constexpr double kFineStep = 0.25;
 constexpr double kFineEnd = kFineLevels * kFineStep;
-constexpr int kCoarseLevels = 128;
+constexpr size_t kCoarseLevels = 128;
 constexpr double kLargestDisc = 2000;
-constexpr int kLevelCount = kFineLevels + kCoarseLevels + 1;
+constexpr size_t kLevelCount = kFineLevels + kCoarseLevels + 1;
 
 constexpr int kWeights[kZoneRows][kZoneColumns] = {
     {1, 1, 1, 1, 1, 1, 1, 1}, {1, 2, 2, 2, 2, 2, 2, 1}, {1, 2, 2, 2, 2, 2, 2, 1},
     {1, 2, 2, 3, 3, 2, 2, 1}, {1, 2, 2, 3, 3, 2, 2, 1}, {1, 2, 2, 2, 2, 2, 2, 1},
     {1, 2, 2, 2, 2, 2, 2, 1}, {1, 1, 1, 1, 1, 1, 1, 1},
 };
-constexpr int kCentreFrom = 2;
-constexpr int kCentreTo = 5;
+constexpr size_t kCentreFrom = 2;
+constexpr size_t kCentreTo = 5;
 
 using ZoneRow = std::array<float, kZoneCount>;
 
@@ -60,9 +60,9 @@ Engine &engine() {
     return state;
 }
 
-double levelDiameter(int level) {
+double levelDiameter(size_t level) {
     if (level <= kFineLevels) {
-        return level * kFineStep;
+        return static_cast<double>(level) * kFineStep;
     }
     const double share = static_cast<double>(level - kFineLevels) / kCoarseLevels;
     return kFineEnd * std::pow(kLargestDisc / kFineEnd, share);
@@ -89,7 +89,7 @@ double transferGaussian(double diameter, double frequency) {
 }
 
 /// Mean over the bin, so that a side lobe narrower than a bin does not depend on where it falls.
-double attenuateBin(int bin, double diameter, bool isGaussian) {
+double attenuateBin(size_t bin, double diameter, bool isGaussian) {
     constexpr int kParts = 8;
     double sum = 0;
     for (int part = 0; part < kParts; ++part) {
@@ -103,8 +103,8 @@ double attenuateBin(int bin, double diameter, bool isGaussian) {
 }
 
 void tabulateAttenuation(bool isGaussian, Attenuation &attenuation) {
-    for (int level = 0; level < kLevelCount; ++level) {
-        for (int bin = 0; bin < kBinCount; ++bin) {
+    for (size_t level = 0; level < kLevelCount; ++level) {
+        for (size_t bin = 0; bin < kBinCount; ++bin) {
             attenuation[level][bin] =
                 static_cast<float>(attenuateBin(bin, levelDiameter(level), isGaussian));
         }
@@ -113,7 +113,7 @@ void tabulateAttenuation(bool isGaussian, Attenuation &attenuation) {
 
 float blurredEnergy(const BinEnergies &energies, const std::array<float, kBinCount> &attenuation) {
     float sum = 0;
-    for (int bin = 0; bin < kBinCount; ++bin) {
+    for (size_t bin = 0; bin < kBinCount; ++bin) {
         sum += energies[bin] * attenuation[bin];
     }
     return sum;
@@ -123,10 +123,10 @@ float blurredEnergy(const BinEnergies &energies, const std::array<float, kBinCou
 double average(const ZoneRow &row, bool isCentre) {
     double sum = 0;
     int weights = 0;
-    const int from = isCentre ? kCentreFrom : 0;
-    const int to = isCentre ? kCentreTo : kZoneRows - 1;
-    for (int y = from; y <= to; ++y) {
-        for (int x = from; x <= to; ++x) {
+    const size_t from = isCentre ? kCentreFrom : 0;
+    const size_t to = isCentre ? kCentreTo : kZoneRows - 1;
+    for (size_t y = from; y <= to; ++y) {
+        for (size_t x = from; x <= to; ++x) {
             sum += kWeights[y][x] * static_cast<double>(row[y * kZoneColumns + x]);
             weights += kWeights[y][x];
         }
@@ -147,15 +147,15 @@ double chooseScale(const KeyTable &table) {
     return std::min(scale, kOptics.mostCountsPerLevel);
 }
 
-std::unique_ptr<KeyTable> buildTable(int key) {
+std::unique_ptr<KeyTable> buildTable(size_t key) {
     const double share = static_cast<double>(key) / (kKeyCount - 1);
     const ViewSpectra view =
         analyseView(std::pow(kOptics.teleFocalMm / kOptics.wideFocalMm, share));
     auto table = std::make_unique<KeyTable>();
-    for (int level = 0; level < kLevelCount; ++level) {
+    for (size_t level = 0; level < kLevelCount; ++level) {
         const std::array<float, kBinCount> &attenuation = engine().attenuation[level];
-        for (int band = 0; band < kBandCount; ++band) {
-            for (int zone = 0; zone < kZoneCount; ++zone) {
+        for (size_t band = 0; band < kBandCount; ++band) {
+            for (size_t zone = 0; zone < kZoneCount; ++zone) {
                 table->counts[level][band][zone] =
                     std::sqrt(blurredEnergy(view.energies[band][zone], attenuation));
             }
@@ -173,7 +173,7 @@ std::unique_ptr<KeyTable> buildTable(int key) {
     return table;
 }
 
-const KeyTable &tableOf(int key) {
+const KeyTable &tableOf(size_t key) {
     std::unique_ptr<KeyTable> &table = engine().tables[key];
     if (table == nullptr) {
         table = buildTable(key);
@@ -182,16 +182,16 @@ const KeyTable &tableOf(int key) {
 }
 
 void blendRow(ZoneRow &sum, const ZoneRow &row, float weight) {
-    for (int zone = 0; zone < kZoneCount; ++zone) {
+    for (size_t zone = 0; zone < kZoneCount; ++zone) {
         sum[zone] += weight * row[zone];
     }
 }
 
 /// What one key's table gives between two of its blur levels.
 void blendKey(const KeyTable &table, double level, float weight, ZoneValues &values) {
-    const int lower = std::min(static_cast<int>(level), kLevelCount - 2);
-    const auto share = static_cast<float>(level - lower);
-    for (int band = 0; band < kBandCount; ++band) {
+    const size_t lower = std::min(static_cast<size_t>(level), kLevelCount - 2);
+    const auto share = static_cast<float>(level - static_cast<double>(lower));
+    for (size_t band = 0; band < kBandCount; ++band) {
         blendRow(values.band[band], table.counts[lower][band], weight * (1 - share));
         blendRow(values.band[band], table.counts[lower + 1][band], weight * share);
     }
@@ -219,7 +219,7 @@ void exposeZones(uint64_t frame, ZoneValues &values) {
 void lightLamps(uint64_t lampZones, double diameter, ZoneValues &values) {
     const double counts = std::min(kOptics.lampCounts * (1 + diameter / kOptics.lampRimPixels),
                                    kOptics.lampMostCounts);
-    for (int zone = 0; zone < kZoneCount; ++zone) {
+    for (size_t zone = 0; zone < kZoneCount; ++zone) {
         if ((lampZones >> zone & 1) == 0) {
             continue;
         }
@@ -237,8 +237,8 @@ void measureZones(int zoom, int focus, uint64_t frame, uint64_t lampZones, ZoneV
         std::fabs(focusErrorHalfDepthsAt(zoom, focus)) * kOptics.circleUm / kOptics.pixelUm;
     const double level = findLevel(diameter);
     const double place = zoomShareAt(zoom) * (kKeyCount - 1);
-    const int key = std::min(static_cast<int>(place), kKeyCount - 2);
-    const auto share = static_cast<float>(place - key);
+    const size_t key = std::min(static_cast<size_t>(place), kKeyCount - 2);
+    const auto share = static_cast<float>(place - static_cast<double>(key));
     values = ZoneValues{};
     blendKey(tableOf(key), level, 1 - share, values);
     if (share > 0) {
