@@ -4,6 +4,7 @@
 #include "clock/virtual_clock.h"
 
 #include <ctime>
+#include <sys/time.h>
 
 namespace vcam {
 
@@ -17,6 +18,10 @@ constexpr int64_t kPowerOnCalendarUs = 1704067200 * kUsPerSecond;
 /// Rounded up: a wait is never shorter than asked for.
 inline int64_t toUsUp(const struct timespec &time) {
     return time.tv_sec * kUsPerSecond + (time.tv_nsec + kNsPerUs - 1) / kNsPerUs;
+}
+
+inline int64_t toUs(const struct timeval &time) {
+    return time.tv_sec * kUsPerSecond + time.tv_usec;
 }
 
 /// The virtual instant of an absolute time. Which clock it is of need not be known: before the date

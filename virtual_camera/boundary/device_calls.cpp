@@ -1,4 +1,4 @@
-// ioctl, read, write, close and select, answered for the simulated devices' descriptors on the
+// ioctl, read, write and close, answered for the simulated devices' descriptors on the
 // calling registered thread; any other descriptor's calls go to libc.
 #include "boundary/faults.h"
 #include "boundary/placeholders.h"
@@ -13,7 +13,6 @@
 #include <cerrno>
 #include <cstdarg>
 #include <sys/ioctl.h>
-#include <sys/select.h>
 #include <unistd.h>
 
 namespace vcam {
@@ -22,9 +21,6 @@ static NextCall<int(int, unsigned long, ...)> nextIoctl{"ioctl"};
 static NextCall<ssize_t(int, void *, size_t)> nextRead{"read"};
 static NextCall<ssize_t(int, const void *, size_t)> nextWrite{"write"};
 static NextCall<int(int)> nextClose{"close"};
-static NextCall<int(int, fd_set *, fd_set *, fd_set *, struct timeval *)> nextSelect{"select"};
-
-constexpr int64_t kUsPerSecond = 1000000;
 
 static int fail(int error) {
     errno = error;
@@ -81,69 +77,6 @@ static int answerClose(Device device, int descriptor) {
     return failsNow("close", nameDevice(device)) ? -1 : 0; // closed all the same, as on Linux
 }
 
-// ---- select
-
-struct Watched {
-    int serial = -1; ///< The serial descriptor when it is asked about, for reading.
-    bool hasClosed = false;
-    bool hasPlaceholder = false;
-};
-
-static Watched findWatched(int count, const fd_set *reading, const fd_set *writing) {
-    Watched watched;
-    for (int descriptor = 0; descriptor < count; descriptor++) {
-        const bool isRead = reading != nullptr && FD_ISSET(descriptor, reading);
-        const bool isWritten = writing != nullptr && FD_ISSET(descriptor, writing);
-        if (!isRead && !isWritten)
-            continue;
-        const Device device = findDevice(descriptor);
-        watched.hasPlaceholder = watched.hasPlaceholder || device != Device::None;
-        watched.hasClosed = watched.hasClosed || device == Device::Closed;
-        if (device == Device::Serial && isRead)
-            watched.serial = descriptor;
-    }
-    return watched;
-}
-
-static int64_t computeDeadline(const struct timeval *timeout) {
-    if (timeout == nullptr)
-        return kForeverUs;
-    return nowUs() + timeout->tv_sec * kUsPerSecond + timeout->tv_usec;
-}
-
-static void clearSet(fd_set *set) {
-    if (set != nullptr)
-        FD_ZERO(set);
-}
-
-/// The serial line for reading, or nothing but a time-out. A set that mixes placeholders with the
-/// process's own descriptors is answered for the placeholders alone.
-static int answerSelect(const Watched &watched, fd_set *reading, fd_set *writing, fd_set *excepted,
-                        struct timeval *timeout) {
-    const Unobserved unobserved;
-    if (watched.hasClosed)
-        return fail(EBADF);
-    if (failsNow("select", watched.serial >= 0 ? "serial" : ""))
-        return -1;
-    const int64_t deadlineUs = computeDeadline(timeout);
-    bool isReady = false;
-    if (watched.serial >= 0)
-        isReady = waitSerialReadable(deadlineUs);
-    else
-        sleepUntilUs(deadlineUs);
-    clearSet(reading);
-    clearSet(writing);
-    clearSet(excepted);
-    if (isReady)
-        FD_SET(watched.serial, reading);
-    if (timeout != nullptr) { // Linux leaves the time that was not slept
-        const int64_t leftUs = deadlineUs > nowUs() ? deadlineUs - nowUs() : 0;
-        timeout->tv_sec = leftUs / kUsPerSecond;
-        timeout->tv_usec = leftUs % kUsPerSecond;
-    }
-    return isReady ? 1 : 0;
-}
-
 } // namespace vcam
 
 // ======== the calls that we override: nothing above calls one of them
@@ -182,16 +115,6 @@ int close(int descriptor) {
     const vcam::Device device = vcam::findAnswering(descriptor);
     return device == vcam::Device::None ? vcam::nextClose(descriptor)
                                         : vcam::answerClose(device, descriptor);
-}
-
-int select(int count, fd_set *reading, fd_set *writing, fd_set *excepted, struct timeval *timeout) {
-    if (!vcam::isRegisteredThread())
-        return vcam::nextSelect(count, reading, writing, excepted, timeout);
-    const vcam::Watched watched = vcam::findWatched(count, reading, writing);
-    const bool isOnlyASleep = reading == nullptr && writing == nullptr && excepted == nullptr;
-    if (!watched.hasPlaceholder && !isOnlyASleep)
-        return vcam::nextSelect(count, reading, writing, excepted, timeout);
-    return vcam::answerSelect(watched, reading, writing, excepted, timeout);
 }
 }
 #pragma GCC visibility pop

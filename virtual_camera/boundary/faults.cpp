@@ -1,10 +1,13 @@
 #include "boundary/faults.h"
 
+#include "boundary/library_imports.h"
 #include "clock/thread_table.h"
 #include "clock/trace.h"
 #include "clock/unobserved.h"
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -20,8 +23,32 @@ struct Fault {
 
 static std::vector<Fault> faults;
 
+static const char kLibraryName[] = "libautofocus.so";
+
+static void *allocate(size_t size) {
+    return failsNow("malloc", "") ? nullptr : malloc(size);
+}
+
+static void *allocateCleared(size_t count, size_t size) {
+    return failsNow("calloc", "") ? nullptr : calloc(count, size);
+}
+
+/// Memory fails for the library alone. A fault that could never strike is an error in the test.
+static void leadMemoryCallsHere(const std::string &call) {
+    void *replacement = nullptr;
+    if (call == "malloc")
+        replacement = reinterpret_cast<void *>(allocate);
+    if (call == "calloc")
+        replacement = reinterpret_cast<void *>(allocateCleared);
+    if (replacement == nullptr || replaceImport(kLibraryName, call.c_str(), replacement))
+        return;
+    fprintf(stderr, "virtual camera: %s does not call %s\n", kLibraryName, call.c_str());
+    abort();
+}
+
 void failCalls(const char *call, const char *subject, int count, int error, int passed) {
     const Unobserved unobserved;
+    leadMemoryCallsHere(call);
     faults.push_back({call, subject, count, error, passed});
 }
 

@@ -84,6 +84,12 @@ int pthread_mutex_lock(pthread_mutex_t *mutex) __THROWNL {
     return vcam::isRegisteredThread() ? vcam::lock(mutex, vcam::kForeverUs) : vcam::nextLock(mutex);
 }
 
+int pthread_mutex_trylock(pthread_mutex_t *mutex) __THROWNL {
+    if (vcam::isRegisteredThread())
+        vcam::chargeCall();
+    return vcam::nextTrylock(mutex);
+}
+
 int pthread_mutex_timedlock(pthread_mutex_t *__restrict mutex,
                             const struct timespec *__restrict time) __THROWNL {
     return vcam::isRegisteredThread() ? vcam::lock(mutex, vcam::toDeadlineUs(*time))

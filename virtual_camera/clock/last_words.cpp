@@ -24,10 +24,10 @@ static void say(const char *text, int length) {
 static void sayThread(const Thread &thread) {
     char text[160];
     const char *state = "sleeps";
-    if (&thread == threadTable.running)
-        state = "runs";
-    else if (thread.waitKind != nullptr)
+    if (thread.waitKind != nullptr)
         state = thread.waitKind;
+    else if (&thread == threadTable.running)
+        state = "runs";
     int length = snprintf(text, sizeof(text), "  %-32s %-10s ", thread.name, state);
     say(text, length);
     if (thread.deadlineUs == kForeverUs)

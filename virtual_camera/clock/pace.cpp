@@ -3,7 +3,6 @@
 #include "clock/next_call.h"
 #include "clock/unobserved.h"
 #include "clock/virtual_clock.h"
-#include "clock/watchdog.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -76,10 +75,8 @@ static int64_t computeReachedUs(int64_t fromUs, int64_t deadlineUs) {
 static bool pollOutside(int64_t sleepNs) {
     const struct timespec timeout = {sleepNs / kNsPerSecond, sleepNs % kNsPerSecond};
     struct pollfd outside = {outsideDescriptor, POLLIN, 0};
-    allowRealSleep(true);
     const int ready =
         nextPpoll(&outside, 1, &timeout, nullptr); // a negative descriptor only sleeps
-    allowRealSleep(false);
     return ready > 0 && (outside.revents & POLLIN) != 0;
 }
 

@@ -23,6 +23,7 @@ static uint64_t nextTicket;
 
 /// Let time pass until a thread is due, and say which.
 static Thread &advanceToNext() {
+    __atomic_store_n(&threadTable.waits, threadTable.waits + 1, __ATOMIC_RELAXED);
     for (;;) {
         Thread *next = findEarliest();
         if (next->deadlineUs == kForeverUs && !isOutsideWatched())
@@ -41,7 +42,6 @@ static Thread &advanceToNext() {
 }
 
 static void passBatonFrom(Thread &self) {
-    __atomic_store_n(&threadTable.waits, threadTable.waits + 1, __ATOMIC_RELAXED);
     Thread &next = advanceToNext();
     threadTable.running = &next;
     if (&next == &self)
@@ -174,18 +174,20 @@ static void stayOnOneProcessor() {
 
 void startClock(double pace) {
     pthread_key_create(&endOfThread, endThread);
-    if (pace <= 0)
-        stayOnOneProcessor();
     startPace(pace, threadTable.nowUs);
+    if (pace <= 0) { // people who watch may block the camera as long as they like
+        startWatchdog();
+        stayOnOneProcessor();
+    }
     Thread *host = addThread("host");
     host->handle = pthread_self();
+    pthread_setspecific(endOfThread, host);
     threadTable.running = host;
     currentThread = host;
-    startWatchdog();
 }
 
 void stopClock() {
-    startWatchdog(0);
+    stopWatchdog();
     currentThread = nullptr;
 }
 

@@ -1,5 +1,8 @@
 // What happened, in virtual time: one line an event, "time_us thread device event key=value ...".
 //
+//     11136 host shell run command="himm 0x200f0158 0x1"
+//     1011136 SonyVisca serial read bytes=8101ff
+//
 // The lines hold nothing that differs between two runs of one scenario: no pointer, no thread
 // number of the kernel, no real time. Called by whichever registered thread holds the baton.
 #pragma once

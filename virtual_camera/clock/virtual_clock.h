@@ -1,7 +1,8 @@
 // The camera's time: microseconds since power-on, and waiting for them to pass.
 //
 // Code costs no time; only waiting does. One registered thread runs at a time: it holds the
-// baton until it waits, then the thread with the earliest deadline goes on, at that instant.
+// baton until it waits, then the thread with the earliest deadline goes on, at that instant; of
+// several the one that was registered first.
 #pragma once
 
 #include <cstdint>
