@@ -25,7 +25,7 @@ typedef enum { HI_FALSE = 0, HI_TRUE = 1 } HI_BOOL;
 typedef HI_S32 ISP_DEV;
 
 /** Rows and columns of the focus zone grid that the hardware offers at most. */
-#define AF_ZONE_ROW 15
+#define AF_ZONE_ROW    15
 #define AF_ZONE_COLUMN 17
 
 typedef enum { ISP_AF_STA_NORM = 0, ISP_AF_STA_PEAK = 1 } ISP_AF_PEAK_MODE_E;

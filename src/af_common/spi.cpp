@@ -1,0 +1,97 @@
+#include "af_common/spi.h"
+#include "platform/shared_word.h"
+
+#include <fcntl.h>
+#include <linux/spi/spidev.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+static const char kSpiDevice[] = "/dev/spidev1.0";
+static const int kFrameBytes = 3;
+static const unsigned char kReadFlag = 0x40;
+
+int g_SPIFd = 0;
+unsigned char g_RxBuff[kFrameBytes];
+
+static unsigned char g_SPIMode = SPI_LSB_FIRST | SPI_CPOL | SPI_CPHA;
+static unsigned char g_SPIBits = 8;
+static unsigned int g_SPICLK = 1000000;
+static unsigned short g_SPIDelay = 0;
+
+static void requestSetting(int fd, unsigned long request, void *setting, const char *failure) {
+    if (ioctl(fd, request, setting) < 0)
+        perror(failure);
+}
+
+int SPI_Init(void) {
+    const int fd = open(kSpiDevice, O_RDWR);
+    storeWord(&g_SPIFd, fd);
+    if (fd < 0) {
+        puts("__can't open spi device");
+        return -1;
+    }
+    requestSetting(fd, SPI_IOC_WR_MODE, &g_SPIMode, "can't set spi mode");
+    requestSetting(fd, SPI_IOC_RD_MODE, &g_SPIMode, "can't get spi mode");
+    requestSetting(fd, SPI_IOC_WR_BITS_PER_WORD, &g_SPIBits, "can't set bits per word");
+    requestSetting(fd, SPI_IOC_RD_BITS_PER_WORD, &g_SPIBits, "can't get bits per word");
+    requestSetting(fd, SPI_IOC_WR_MAX_SPEED_HZ, &g_SPICLK, "can't set max speed hz");
+    requestSetting(fd, SPI_IOC_RD_MAX_SPEED_HZ, &g_SPICLK, "can't get max speed hz");
+    printf("==== >>> spi mode: %d\n", g_SPIMode);
+    printf("==== >>> bits per word: %d\n", g_SPIBits);
+    printf("==== >>> max speed: %d Hz (%d KHz)\n", static_cast<int>(g_SPICLK),
+           static_cast<int>(g_SPICLK / 1000));
+    return 0;
+}
+
+// The statistics thread releases the link when it gives up, while the lens-control thread may be
+// in the middle of a move. The number of a closed descriptor is soon another file's, so -1 takes
+// its place before the close; what follows fails instead of reaching that file.
+void SPI_Release(void) {
+    const int fd = loadWord(&g_SPIFd);
+    storeWord(&g_SPIFd, -1);
+    close(fd);
+    printf("__%s ok.\n", __func__);
+}
+
+void SPI_SendByte(unsigned char *data, int len) {
+    unsigned char tx[kFrameBytes] = {0, 0, 0};
+    memset(g_RxBuff, 0, sizeof g_RxBuff);
+    if (len > kFrameBytes)
+        len = kFrameBytes;
+    if (len < 0)
+        len = 0;
+    memcpy(tx, data, static_cast<size_t>(len));
+
+    struct spi_ioc_transfer transfer;
+    memset(&transfer, 0, sizeof transfer);
+    transfer.tx_buf = reinterpret_cast<uintptr_t>(tx);
+    transfer.rx_buf = reinterpret_cast<uintptr_t>(g_RxBuff);
+    transfer.len = static_cast<uint32_t>(len);
+    transfer.speed_hz = g_SPICLK;
+    transfer.delay_usecs = g_SPIDelay;
+    transfer.bits_per_word = g_SPIBits;
+    transfer.cs_change = 1;
+    if (ioctl(loadWord(&g_SPIFd), SPI_IOC_MESSAGE(1), &transfer) < 1)
+        perror("can't send spi message");
+}
+
+void Spi_Write(unsigned char addr, unsigned int data) {
+    unsigned char frame[kFrameBytes] = {
+        static_cast<unsigned char>(addr & (kReadFlag - 1)),
+        static_cast<unsigned char>(data & 0xFF),
+        static_cast<unsigned char>((data >> 8) & 0xFF),
+    };
+    SPI_SendByte(frame, kFrameBytes);
+}
+
+int Spi_Read(unsigned char addr) {
+    unsigned char frame[kFrameBytes] = {addr, 0, 0};
+    SPI_SendByte(frame, kFrameBytes);
+    const int value = g_RxBuff[2] * 256 + g_RxBuff[1];
+    printf("__%s Regaddr 0x%x data=0x%x\n", __func__, static_cast<unsigned>(addr - kReadFlag),
+           static_cast<unsigned>(value));
+    return value;
+}

@@ -1,0 +1,198 @@
+#include "af_ms419xx/ms419xx.h"
+
+#include "af_common/gpio_setup.h"
+#include "af_common/spi.h"
+#include "af_ms419xx/registers.h"
+#include "af_ms419xx/vd_timing.h"
+#include "autofocus/settings.h"
+#include "platform/shared_word.h"
+
+#include <stdio.h>
+#include <unistd.h>
+
+static const unsigned int kPeriodVdfzUs = 25000;
+static const unsigned int kPeriodVdfUs = 10000;
+static const unsigned int kPeriodVdirUs = 17000;
+
+// Period totals in the chip's timing units; 28203 of them last one 25000 us period.
+static const unsigned int kTotalVdfz = 28203;
+static const unsigned int kTotalVdf = 11280;
+
+static const useconds_t kResetUs = 10000;
+static const useconds_t kBusyPollUs = 100;
+
+static const unsigned int kChipSetup = 0x0F02;
+static const unsigned int kChannelSetup = 0x0002;
+static const unsigned int kPulseWidth = 0x6C6C;
+static const unsigned int kStartPeriod = 0x1AB5;
+
+static unsigned int g_vdPeriods = 0;
+
+unsigned int countVdPeriods(void) {
+    return loadWord(&g_vdPeriods);
+}
+
+static void pulseVd(unsigned int pin, unsigned int periodUs) {
+    if (Hisi_Gpio_SetVDF(pin, periodUs) >= 0)
+        storeWord(&g_vdPeriods, g_vdPeriods + 1);
+}
+
+static bool isZoom(MS_Action_em type) {
+    return type == MS_Z_WIDE || type == MS_Z_TELE;
+}
+
+static bool isFocus(MS_Action_em type) {
+    return type == MS_F_NEAR || type == MS_F_FAR;
+}
+
+static unsigned char maxOf(unsigned char a, unsigned char b) {
+    return a > b ? a : b;
+}
+
+void MS419XX_Init(void) {
+    SPI_Init();
+    Af_Gpio_Init();
+    MS419XX_Rest();
+    MS419XX_Init_Register();
+    MS419XX_Printf_Register();
+}
+
+void MS419XX_Rest(void) {
+    Hisi_Gpio_Write(kPinReset, 1);
+    usleep(kResetUs);
+    Hisi_Gpio_Write(kPinReset, 0);
+    usleep(kResetUs);
+    Hisi_Gpio_Write(kPinReset, 1);
+    printf("__%s ok.\n", __func__);
+}
+
+void MS419XX_Init_Register(void) {
+    Spi_Write(kRegChip, kChipSetup);
+    Spi_Write(kRegPulseWidthAB, kPulseWidth);
+    Spi_Write(kRegPulseWidthCD, kPulseWidth);
+    Spi_Write(kRegSetupAB, kChannelSetup);
+    Spi_Write(kRegStepAB, kBrakeWord);
+    Spi_Write(kRegPeriodAB, kStartPeriod);
+    Spi_Write(kRegSetupCD, kChannelSetup);
+    Spi_Write(kRegStepCD, kBrakeWord);
+    Spi_Write(kRegPeriodCD, kStartPeriod);
+    MS419XX_VDFZ(); // puts the words in force
+    printf("__%s ok.\n", __func__);
+}
+
+void MS419XX_Printf_Register(void) {
+    static const unsigned char kRegisters[] = {
+        kRegChip,    kRegSetupAB,      kRegPulseWidthAB, kRegStepAB,   kRegPeriodAB,
+        kRegSetupCD, kRegPulseWidthCD, kRegStepCD,       kRegPeriodCD,
+    };
+    for (unsigned char reg : kRegisters)
+        Spi_Read(static_cast<unsigned char>(reg | kRegReadFlag));
+}
+
+static void programZoom(MS_Action_em type, unsigned char steps, unsigned int total, MS_LED_em led) {
+    Spi_Write(kRegStepAB, encodeStepWord(type, steps, led, g_LensType));
+    Spi_Write(kRegPeriodAB, encodeStepPeriod(total, steps));
+}
+
+static void programFocus(MS_Action_em type, unsigned char steps, unsigned int total,
+                         MS_LED_em led) {
+    Spi_Write(kRegStepCD, encodeStepWord(type, steps, led, g_LensType));
+    Spi_Write(kRegPeriodCD, encodeStepPeriod(total, steps));
+}
+
+int MS419XX_Set_PSUM_ICNT_Register(MS_Action_em type, unsigned char nStep, MS_LED_em emLed) {
+    if (isZoom(type)) {
+        programZoom(type, nStep, kTotalVdfz, emLed);
+    } else if (isFocus(type)) {
+        programFocus(type, nStep, kTotalVdfz, emLed);
+    } else {
+        printf("__%s@ Set type %d step %d failure.\n", __func__, static_cast<int>(type), nStep);
+        return -1;
+    }
+    return 0;
+}
+
+int MS419XX_Set_PSUM_ICNT_RegSync(int flag, MS_Action_em zType, unsigned char zStep,
+                                  MS_Action_em fType, unsigned char fStep, MS_LED_em emLed) {
+    const unsigned int total = static_cast<unsigned int>(PSUMXICNTGet(flag, maxOf(zStep, fStep)));
+    if (isZoom(zType))
+        programZoom(zType, zStep, total, emLed);
+    else
+        MS419XX_Break_MotorAB(LED_DISABLE);
+    if (isFocus(fType))
+        programFocus(fType, fStep, total, emLed);
+    else
+        MS419XX_Break_MotorCD(LED_DISABLE);
+    return 0;
+}
+
+int MS419XX_Set_PSUM_ICNT_RegofFocus(MS_Action_em type, unsigned char nStep) {
+    if (!isFocus(type)) {
+        printf("__%s@ Set type %d step %d failure.\n", __func__, static_cast<int>(type), nStep);
+        return -1;
+    }
+    programFocus(type, nStep, kTotalVdf, LED_DISABLE);
+    return 0;
+}
+
+void MS419XX_Break_MotorAB(MS_LED_em emLed) {
+    Spi_Write(kRegStepAB, kBrakeWord | encodeLed(emLed));
+}
+
+void MS419XX_Break_MotorCD(MS_LED_em emLed) {
+    Spi_Write(kRegStepCD, kBrakeWord | encodeLed(emLed));
+}
+
+void MS419XX_Stop_MotorAB(void) {
+    Spi_Write(kRegStepAB, kStopWord);
+}
+
+void MS419XX_Stop_MotorCD(void) {
+    Spi_Write(kRegStepCD, kStopWord);
+}
+
+void MS419XX_VDFZ(void) {
+    pulseVd(kPinVd, kPeriodVdfzUs);
+}
+
+void MS419XX_VDF(void) {
+    pulseVd(kPinVd, kPeriodVdfUs);
+}
+
+void MS419XX_VDZ(int flag, unsigned char zStep, unsigned char fStep) {
+    pulseVd(kPinVd, static_cast<unsigned int>(PSUMXICNTGet(flag, maxOf(zStep, fStep))));
+}
+
+void MS419XX_VDIR(void) {
+    pulseVd(kPinVdSecond, kPeriodVdirUs);
+}
+
+void MS419XX_VD_Test(int delay) {
+    pulseVd(kPinVd, static_cast<unsigned int>(delay));
+}
+
+// A line that cannot be read (-1) ends the wait too: nobody would ever see it fall.
+static void waitWhileBusy(unsigned int pin) {
+    while (Hisi_Gpio_Read(pin) > 0)
+        usleep(kBusyPollUs);
+}
+
+void MS419XX_Wait_Motor_Stop(void) {
+    waitWhileBusy(kPinZoomBusy);
+}
+
+void MS419XX_Wait_MotorAB_Stop(void) {
+    waitWhileBusy(kPinZoomBusy);
+}
+
+void MS419XX_Wait_MotorCD_Stop(void) {
+    waitWhileBusy(kPinFocusBusy);
+}
+
+void MS419XX_Set_PPWAB_Register(unsigned int ppw) {
+    Spi_Write(kRegPulseWidthAB, ppw);
+}
+
+void MS419XX_Set_PPWCD_Register(unsigned int ppw) {
+    Spi_Write(kRegPulseWidthCD, ppw);
+}

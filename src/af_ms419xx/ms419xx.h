@@ -1,0 +1,12 @@
+// The motor driver chip: turns an action and a step count into register words and issues the VD
+// pulses that start each move. It knows nothing of lens positions. Channel AB is the zoom, CD the
+// focus. Runs on the thread that drives the motors; nothing here takes a lock.
+#pragma once
+
+#include "autofocus_service.h"
+
+extern "C" {
+
+/// VD periods that have passed since the library was loaded; wraps.
+unsigned int countVdPeriods(void);
+}

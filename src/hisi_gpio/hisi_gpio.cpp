@@ -1,0 +1,55 @@
+#include "hisi_gpio/hisi_gpio.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+static const char kGpioDevice[] = "/dev/hi_gpio";
+static const unsigned int kPinsPerGroup = 8;
+
+int Hisi_Gpio_Option(unsigned int num, GPIO_CMD_EM cmd, unsigned int value) {
+    GPIO_GroupBit_Info info;
+    info.groupnumber = (num - 1) / kPinsPerGroup;
+    info.bitnumber = (num - 1) % kPinsPerGroup;
+    info.value = value;
+
+    const int fd = open(kGpioDevice, O_RDONLY);
+    if (fd < 0) {
+        perror("open hi_gpio");
+        return -1;
+    }
+    if (ioctl(fd, static_cast<unsigned long>(cmd), &info) < 0) {
+        perror("ioctl");
+        printf("fail to read gpio:group%d,bit%d\n", static_cast<int>(info.groupnumber),
+               static_cast<int>(info.bitnumber));
+        close(fd);
+        return -1;
+    }
+    close(fd);
+    return static_cast<int>(info.value);
+}
+
+int Hisi_Gpio_Read(unsigned int num) {
+    return Hisi_Gpio_Option(num, GPIO_R_BIT, 0);
+}
+
+int Hisi_Gpio_Write(unsigned int num, unsigned int value) {
+    return Hisi_Gpio_Option(num, GPIO_W_BIT, value);
+}
+
+int Hisi_Gpio_SetVDF(unsigned int num, unsigned int value) {
+    return Hisi_Gpio_Option(num, GPIO_G_VDF, value);
+}
+
+int Hisi_Gpio_CheckPLS(unsigned int num) {
+    return Hisi_Gpio_Option(num, GPIO_C_PLS, 0);
+}
+
+int Hisi_Gpio_Getdir(unsigned int num) {
+    return Hisi_Gpio_Option(num, GPIO_G_DIR, 0);
+}
+
+int Hisi_Gpio_Setdir(unsigned int num, unsigned int value) {
+    return Hisi_Gpio_Option(num, GPIO_S_DIR, value);
+}

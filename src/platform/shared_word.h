@@ -1,0 +1,25 @@
+// The one way to touch a word that two threads share.
+//
+// The word keeps its plain type, so that C hosts see an ordinary variable; a store is one
+// instruction, and what was written before it is seen by whoever reads the new value.
+#pragma once
+
+template <typename Word> inline Word loadWord(const Word *word) {
+    Word value;
+    __atomic_load(word, &value, __ATOMIC_ACQUIRE);
+    return value;
+}
+
+template <typename Word> struct SameWord { using Type = Word; };
+
+template <typename Word> inline void storeWord(Word *word, typename SameWord<Word>::Type value) {
+    __atomic_store(word, &value, __ATOMIC_RELEASE);
+}
+
+/// Store @p value only if the word holds @p expected; true when it did.
+template <typename Word>
+inline bool exchangeWord(Word *word, typename SameWord<Word>::Type expected,
+                         typename SameWord<Word>::Type value) {
+    return __atomic_compare_exchange(word, &expected, &value, false, __ATOMIC_ACQ_REL,
+                                     __ATOMIC_ACQUIRE);
+}
