@@ -1,0 +1,183 @@
+#include "af_lens/model/focus_lines.h"
+
+#include "af_lens/model/focus_line_tables.h"
+#include "af_lens/model/lens_state.h"
+#include "af_lens/model/zoom_grid.h"
+#include "platform/trace.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+FLine_Tagposition_ST g_FLineInfo;
+FLine_Tagposition_ST g_FLineInfo_2M;
+FLine_Tagposition_ST g_FLineInfo_Tmp;
+unsigned int g_Interpolation[kTagPoints][kQuarters];
+unsigned int FM_Step_Run[kTagPoints][kQuarters];
+unsigned int FM_Step_Run_2M[kTagPoints][kQuarters];
+unsigned int FM_Step_Run_Tmp[kTagPoints][kQuarters];
+int g_FLineFlag = kLineInfinity;
+
+static const int kSensorSingledOut = 1;
+static const int kFirstFullRow = kAnchorRows - 1;
+static const int kReferenceTolerance = 8; // a unit this close below a group belongs to it
+
+// Fill columns 1 to 3 of the rows whose column 0 alone is known. The line falls from row to row
+// here. Of a remainder one step goes to the third quarter, the rest is left to the last.
+static void fillQuarters(FLine_Tagposition_ST *line) {
+    for (int i = 0; i < kFirstFullRow; ++i) {
+        unsigned int *row = line->tagPosition[i];
+        const unsigned int fall = row[0] - line->tagPosition[i + 1][0];
+        const unsigned int quarter = fall >> 2;
+        row[1] = row[0] - quarter;
+        row[2] = row[1] - quarter;
+        row[3] = row[2] - quarter - ((fall & 3) != 0 ? 1 : 0);
+    }
+}
+
+void Lens_Init_FLineInfo(void) {
+    const InfinityAnchors &anchors =
+        g_SensType == kSensorSingledOut ? kInfinitySensor1 : kInfinityOtherSensors;
+    for (int i = 0; i < kAnchorRows; ++i)
+        g_FLineInfo.tagPosition[i][0] = anchors.firstColumn[i];
+    fillQuarters(&g_FLineInfo);
+    for (int k = 0; k < kFullRowsEntries; ++k) {
+        const int point = kFirstFullRow * kQuarters + 1 + k;
+        g_FLineInfo.tagPosition[point / kQuarters][point % kQuarters] = anchors.fullRows[k];
+    }
+}
+
+// The group whose reference is the largest not above @p focus, unless the next one up lies within
+// the tolerance.
+static int choose2MGroup(const unsigned int *references, unsigned int focus) {
+    int k = 0;
+    while (k < kGroups && references[k] <= focus)
+        ++k;
+    if (k == 0)
+        return 0;
+    if (k == kGroups)
+        return kGroups - 1;
+    const int below = static_cast<int>(references[k] - focus);
+    return below <= kReferenceTolerance ? k : k - 1;
+}
+
+static void expandGroup(const unsigned int *values, FLine_Tagposition_ST *line) {
+    memset(line, 0, sizeof *line);
+    for (int i = 0; i < kFirstFullRow; ++i)
+        line->tagPosition[i][0] = *values++;
+    for (int i = kFirstFullRow; i < kTeleTag; ++i)
+        for (int j = 0; j < kQuarters; ++j)
+            line->tagPosition[i][j] = *values++;
+    line->tagPosition[kTeleTag][0] = *values;
+    fillQuarters(line);
+}
+
+void Lens_Init_2MFocusLine(void) {
+    const bool singledOut = g_SensType == kSensorSingledOut;
+    const unsigned int *references =
+        singledOut ? kGroupReferenceSensor1 : kGroupReferenceOtherSensors;
+    const int group = choose2MGroup(references, g_FLineInfo.tagPosition[0][0]);
+    expandGroup(singledOut ? tagGroup[group] : tagGroup290[group], &g_FLineInfo_2M);
+}
+
+static unsigned int distance(unsigned int a, unsigned int b) {
+    return static_cast<unsigned int>(abs(static_cast<int>(a - b)));
+}
+
+void Lens_Init_Interpolation(void) {
+    for (int i = 0; i < kTagPoints; ++i) {
+        for (int j = 0; j < kQuarters; ++j) {
+            g_Interpolation[i][j] =
+                distance(g_FLineInfo.tagPosition[i][j], g_FLineInfo_2M.tagPosition[i][j]);
+            TRACE_FORMAT("Interpolation[%d][%d]=%d\n", i, j,
+                         static_cast<int>(g_Interpolation[i][j]));
+        }
+    }
+}
+
+static void fillQuarterSteps(const FLine_Tagposition_ST *line, unsigned int (*steps)[kQuarters]) {
+    for (int i = 0; i < kTeleTag; ++i) {
+        for (int j = 0; j < kQuarters; ++j) {
+            const bool lastQuarter = j == kQuarters - 1;
+            const unsigned int next =
+                lastQuarter ? line->tagPosition[i + 1][0] : line->tagPosition[i][j + 1];
+            steps[i][j] = distance(next, line->tagPosition[i][j]);
+        }
+    }
+}
+
+void Lens_Set_FocusStep(void) {
+    fillQuarterSteps(&g_FLineInfo, FM_Step_Run);
+    fillQuarterSteps(&g_FLineInfo_2M, FM_Step_Run_2M);
+}
+
+void Lens_Set_FocusStepTmp(float ratio) {
+    for (int i = 0; i < kTagPoints; ++i) {
+        for (int j = 0; j < kQuarters; ++j) {
+            const float share = static_cast<float>(g_Interpolation[i][j]) * ratio;
+            g_FLineInfo_Tmp.tagPosition[i][j] =
+                g_FLineInfo.tagPosition[i][j] - static_cast<unsigned int>(static_cast<int>(share));
+        }
+    }
+    fillQuarterSteps(&g_FLineInfo_Tmp, FM_Step_Run_Tmp);
+}
+
+FLine_Tagposition_ST *Lens_Get_FocusLine(void) {
+    switch (g_FLineFlag) {
+    case kLine2M:
+        return &g_FLineInfo_2M;
+    case kLineBetween:
+        return &g_FLineInfo_Tmp;
+    default:
+        return &g_FLineInfo;
+    }
+}
+
+unsigned char Lens_Get_FocusStep(int i, int j) {
+    switch (g_FLineFlag) {
+    case kLineInfinity:
+        return static_cast<unsigned char>(FM_Step_Run[i][j] & 0xFF);
+    case kLine2M:
+        return static_cast<unsigned char>(FM_Step_Run_2M[i][j] & 0xFF);
+    case kLineBetween:
+        return static_cast<unsigned char>(FM_Step_Run_Tmp[i][j] & 0xFF);
+    default:
+        return 0;
+    }
+}
+
+int Lens_Get_FLTagPosition(void) {
+    const int section = Lens_Get_FLTagIndex();
+    if (section < 0 || section == kTeleTag)
+        return section < 0 ? -1 : static_cast<int>(g_FLineInfo.tagPosition[kTeleTag][0]);
+    const int here = static_cast<int>(g_FLineInfo.tagPosition[section][0]);
+    const int next = static_cast<int>(g_FLineInfo.tagPosition[section + 1][0]);
+    const int offset = static_cast<int>(zoomPosition() - ZM_Step_Run[section]);
+    return here + (next - here) * offset / static_cast<int>(sectionLength(section));
+}
+
+int Lens_Get_SearchRange(int index1, int index2, unsigned int *nP, unsigned int *fP) {
+    const unsigned int near2M = g_FLineInfo_2M.tagPosition[index1][index2];
+    const unsigned int farInfinity = g_FLineInfo.tagPosition[index1][index2];
+    *nP = near2M > FM_Near_Limit ? near2M : FM_Near_Limit;
+    *fP = farInfinity < FM_Far_Limit ? farInfinity : FM_Far_Limit;
+    return 0;
+}
+
+void Lens_FCurve_Choise(int index1, int index2) {
+    unsigned int nearEnd, farEnd;
+    Lens_Get_SearchRange(index1, index2, &nearEnd, &farEnd);
+    const unsigned int focus = focusPosition();
+    if (focus >= farEnd) {
+        g_FLineFlag = kLineInfinity;
+        TRACE_TEXT("@@__INF__@@.\n");
+    } else if (focus <= nearEnd) {
+        g_FLineFlag = kLine2M;
+        TRACE_TEXT("@@__222__@@.\n");
+    } else {
+        const float ratio =
+            static_cast<float>(farEnd - focus) / static_cast<float>(farEnd - nearEnd);
+        Lens_Set_FocusStepTmp(ratio);
+        g_FLineFlag = kLineBetween;
+        TRACE_TEXT("@@__TMP__@@.\n");
+    }
+}

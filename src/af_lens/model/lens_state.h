@@ -1,0 +1,34 @@
+// Where the lens is: geometry, limits, step levels and the two position counters.
+//
+// There is no encoder. The counters follow the steps that were commanded since the
+// photo-interrupter edges were found. The thread that drives the motors writes them; the statistics
+// thread and a host that sets a preset read them, hence the accessors.
+#pragma once
+
+#include "autofocus_service.h"
+#include "platform/shared_word.h"
+
+extern "C" {
+
+/// Geometry and step levels of g_LensType; forgets a manual-focus return point.
+void Lens_Init_GlobalVariable(void);
+}
+
+inline unsigned int zoomPosition() {
+    return loadWord(&ZM_Step_Local);
+}
+
+inline unsigned int focusPosition() {
+    return loadWord(&FM_Step_Local);
+}
+
+inline void setPosition(unsigned int zoom, unsigned int focus) {
+    storeWord(&ZM_Step_Local, zoom);
+    storeWord(&FM_Step_Local, focus);
+}
+
+inline bool isInsideLimits(unsigned int zoom, unsigned int focus) {
+    const bool zoomInside = zoom >= ZM_Wide_Limit && zoom <= ZM_Tele_Limit;
+    const bool focusInside = focus >= FM_Near_Limit && focus <= FM_Far_Limit;
+    return zoomInside && focusInside;
+}

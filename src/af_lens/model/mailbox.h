@@ -1,0 +1,31 @@
+// The shared position record: a command mailbox with one slot, and the 16-bit positions.
+//
+// Any thread may reach it; every field is a word of its own. The record is never freed: at stop
+// only the pointer goes, so that a producer that has just read it still writes into live memory.
+#pragma once
+
+#include "autofocus_service.h"
+
+extern "C" {
+
+static const unsigned int kNoRecord = 0xFFFFFFFFu;
+
+/// Allocate the record zero-filled, so that it starts out holding CMD_ZSTOP; false without memory.
+bool createRecord(void);
+
+/// Take the record away from its users; Lens_Set_Command() refuses from now on.
+void withdrawRecord(void);
+
+/// Replace whatever the mailbox holds by @p followUp; the mailbox value afterwards.
+unsigned int leaveFollowUp(AF_CMD_em followUp);
+
+/// The argument of the pending command, 0 without a record.
+unsigned int readCommandArgument(void);
+
+/// Publish a 16-bit position; nothing happens without a record.
+void publishZoomPosition16(unsigned short position16);
+void publishFocusPosition16(unsigned short position16);
+
+/// Whether there is a record to publish into.
+bool hasRecord(void);
+}

@@ -1,0 +1,126 @@
+#include "af_lens/model/preset_table.h"
+
+#include "af_lens/model/lens_state.h"
+#include "af_lens/model/mailbox.h"
+#include "autofocus/callbacks.h"
+#include "platform/trace.h"
+
+#include <string.h>
+
+Lens_AP_ST g_APGroupInfo;
+Lens_RP_ST g_RPGroupInfo;
+
+static_assert(sizeof(Lens_AP_ST) == sizeof(PRESET_INF), "the host gets the table itself");
+static_assert(sizeof(Lens_AP_ST) == 2040, "the host's record is 2040 bytes");
+
+bool isPresetNumber(int pst) {
+    return pst >= 0 && pst < AF_PRESET_COUNT;
+}
+
+// The zoom entry is 0, empty, while the focus entry changes; a reader that meets a change between
+// its two looks at the zoom entry reads again.
+static void storePreset(int pst, unsigned int zoom, unsigned int focus) {
+    storeWord(&g_APGroupInfo.aZPosition[pst], 0u);
+    storeWord(&g_APGroupInfo.aFPosition[pst], focus);
+    storeWord(&g_APGroupInfo.aZPosition[pst], zoom);
+}
+
+void readPreset(int pst, unsigned int *zoom, unsigned int *focus) {
+    unsigned int before;
+    do {
+        before = loadWord(&g_APGroupInfo.aZPosition[pst]);
+        *focus = loadWord(&g_APGroupInfo.aFPosition[pst]);
+        *zoom = loadWord(&g_APGroupInfo.aZPosition[pst]);
+    } while (before != *zoom);
+}
+
+int Lens_Init_PresetInfo(void) {
+    if (!createRecord()) {
+        printf("__%s____Failure____\n", __func__);
+        return -1;
+    }
+    if (Lens_Read_PresetInfo() != 0)
+        return -1;
+    for (int pst = 0; pst < AF_PRESET_COUNT; ++pst) {
+        unsigned int zoom, focus;
+        readPreset(pst, &zoom, &focus);
+        if (zoom == 0 || focus == 0)
+            continue;
+        if (Lens_Map_PstPosition(static_cast<unsigned char>(pst), zoom, focus) != 0)
+            return -1;
+    }
+    return 0;
+}
+
+int Lens_Read_PresetInfo(void) {
+    memset(&g_APGroupInfo, 0, sizeof g_APGroupInfo);
+    if (fCallbakGetPreset(&g_APGroupInfo) != 0) {
+        memset(&g_APGroupInfo, 0, sizeof g_APGroupInfo); // whatever a failing host has left there
+        printf("%s Error!\n", __func__);
+        return -1;
+    }
+    return 0;
+}
+
+int Lens_Write_PresetInfo(int pst, unsigned int azp, unsigned int afp) {
+    if (!isPresetNumber(pst)) {
+        printf("__%s Error pst = %d.\n", __func__, pst);
+        return -1;
+    }
+    storePreset(pst, azp, afp);
+    return fCallbakSetPreset(&g_APGroupInfo);
+}
+
+int Lens_Map_PstPosition(unsigned char pst, unsigned int azp, unsigned int afp) {
+    if (!isPresetNumber(pst)) {
+        printf("__%s Error pst = %d.\n", __func__, pst);
+        return -1;
+    }
+    storeWord(&g_RPGroupInfo.rZPosition[pst], Lens_Map_ZPosition(azp));
+    storeWord(&g_RPGroupInfo.rFPosition[pst], Lens_Map_FPosition(afp));
+    return 0;
+}
+
+int Lens_Set_Preset(int pst) {
+    if (!hasRecord()) {
+        printf("__%s__af share buffer is null__\n", __func__);
+        return -1;
+    }
+    if (!isPresetNumber(pst)) {
+        printf("__%s__Invaled preset %d__\n", __func__, pst);
+        return -1;
+    }
+    const unsigned int zoom = zoomPosition();
+    const unsigned int focus = focusPosition();
+    TRACE_FORMAT("zLocation = %d fLocation = %d pst = %d__\n", static_cast<int>(zoom),
+                 static_cast<int>(focus), pst);
+    if (!isInsideLimits(zoom, focus)) {
+        printf("__%s Error zp = %d or fp = %d.\n", __func__, static_cast<int>(zoom),
+               static_cast<int>(focus));
+        return -1;
+    }
+    if (Lens_Map_PstPosition(static_cast<unsigned char>(pst), zoom, focus) != 0)
+        return -1;
+    return Lens_Write_PresetInfo(pst, zoom, focus) != 0 ? -1 : 0;
+}
+
+int Lens_Clear_Preset(int pst) {
+    if (!isPresetNumber(pst)) {
+        printf("__%s__Invaled preset %d__\n", __func__, pst);
+        return -1;
+    }
+    storeWord(&g_RPGroupInfo.rZPosition[pst], 0);
+    storeWord(&g_RPGroupInfo.rFPosition[pst], 0);
+    return Lens_Write_PresetInfo(pst, 0, 0);
+}
+
+int findPresetAtPosition16(unsigned short rzp) {
+    for (int pst = 0; pst < AF_PRESET_COUNT; ++pst) {
+        unsigned int zoom, focus;
+        readPreset(pst, &zoom, &focus);
+        const bool set = zoom != 0 && focus != 0;
+        if (set && loadWord(&g_RPGroupInfo.rZPosition[pst]) == rzp)
+            return pst;
+    }
+    return -1;
+}

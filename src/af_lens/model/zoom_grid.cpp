@@ -1,0 +1,45 @@
+#include "af_lens/model/zoom_grid.h"
+
+#include "af_lens/model/lens_state.h"
+#include "platform/trace.h"
+
+unsigned int ZM_Step_Run[kTagPoints];
+
+// Sections get shorter toward tele, where the focus line is steep.
+static const unsigned int kSectionSteps[kTagPoints - 1] = {
+    768, 768, 768, 768, 768, 768, 768, 768, 768, 768, 768, 768, 512, 320, 224,
+};
+
+void Lens_Init_ZoomStep(void) {
+    ZM_Step_Run[0] = ZM_Wide_Limit;
+    for (int i = 1; i < kTagPoints; ++i)
+        ZM_Step_Run[i] = ZM_Step_Run[i - 1] + kSectionSteps[i - 1];
+    if (ZM_Step_Run[kTeleTag] != ZM_Tele_Limit)
+        TRACE_FORMAT("ERROR !!! ZM_Tele_Limit: %d\n", static_cast<int>(ZM_Tele_Limit));
+}
+
+int findZoomSection(unsigned int zp) {
+    if (zp == ZM_Step_Run[kTeleTag])
+        return kTeleTag;
+    for (int i = 0; i < kTeleTag; ++i)
+        if (ZM_Step_Run[i] <= zp && zp < ZM_Step_Run[i + 1])
+            return i;
+    return -1;
+}
+
+int Lens_Get_FLTagIndex(void) {
+    return findZoomSection(zoomPosition());
+}
+
+int Lens_Get_ZoomIndex(int *index1, int *index2, unsigned int zp) {
+    const int section = findZoomSection(zp);
+    if (section < 0) {
+        TRACE_TEXT("Error.");
+        return -1;
+    }
+    *index1 = section;
+    *index2 = section == kTeleTag
+                  ? 0
+                  : static_cast<int>((zp - ZM_Step_Run[section]) / quarterLength(section));
+    return 0;
+}
