@@ -1,0 +1,85 @@
+#include "af_lens/motion/focus_runs.h"
+
+#include "af_lens/model/lens_state.h"
+#include "af_lens/model/mailbox.h"
+#include "af_lens/motion/moves.h"
+#include "af_ms419xx/ms419xx.h"
+#include "platform/trace.h"
+
+static const unsigned char kFirstStep = 16;
+static const unsigned char kRampStep = 16;
+static const unsigned char kRampUpTo =
+    47; // 48 steps have the shortest step period the chip is given
+
+static int neverInterrupted(void) {
+    return 0;
+}
+
+static void stopFocus() {
+    MS419XX_Break_MotorCD(LED_DISABLE);
+    MS419XX_VDF();
+}
+
+// 16, 32, 48, 48, ... steps a period, the remainder in the last one; the counter follows each
+// period. Ends early, before a period, when @p interrupted says so.
+static void runFocus(MS_Action_em fType, int fSteps, int (*interrupted)(void)) {
+    unsigned char step = fSteps <= kFirstStep ? static_cast<unsigned char>(fSteps) : kFirstStep;
+    int done = 0;
+    MS419XX_Set_PSUM_ICNT_RegofFocus(fType, step);
+    while (interrupted() == 0) {
+        MS419XX_VDF();
+        Lens_Fresh_ZFLocation(fType, step);
+        done += step;
+        if (done >= fSteps)
+            break;
+        bool changed = false;
+        if (step <= kRampUpTo) {
+            step = static_cast<unsigned char>(step + kRampStep);
+            changed = true;
+        }
+        if (step + done >= fSteps) {
+            step = static_cast<unsigned char>(fSteps - done);
+            changed = true;
+        }
+        if (changed)
+            MS419XX_Set_PSUM_ICNT_RegofFocus(fType, step);
+    }
+    stopFocus();
+}
+
+int lensMotorFocusRunSteps(MS_Action_em fType, int fSteps) {
+    if (fSteps <= 0) {
+        TRACE_FORMAT("Stop and fSteps:%d.\n", fSteps);
+        return 0;
+    }
+    runFocus(fType, fSteps, neverInterrupted);
+    return 0;
+}
+
+int lensMotorFocusRun(MS_Action_em fType, int fSteps) {
+    const int interrupted = lensFocusInterrupt();
+    if (fSteps <= 0 || interrupted != 0) {
+        TRACE_FORMAT("Stop and fSteps:%d.\n", fSteps);
+        return interrupted;
+    }
+    runFocus(fType, fSteps, lensFocusInterrupt);
+    return lensFocusInterrupt();
+}
+
+void lensMotorFocusHomeSet(void) {
+    if (FM_Focus_Flag != 0)
+        return; // the first point survives several manual commands
+    FM_Focus_Flag = 1;
+    FM_Focus_Start = focusPosition();
+}
+
+int lensMotorFocusHoming(void) {
+    if (FM_Focus_Flag == 0)
+        return 0;
+    FM_Focus_Flag = 0;
+    const unsigned int focus = focusPosition();
+    if (focus == FM_Focus_Start)
+        return 0;
+    return lensMotorFocusRunSteps(focus > FM_Focus_Start ? MS_F_NEAR : MS_F_FAR,
+                                  stepsBetween(focus, FM_Focus_Start));
+}

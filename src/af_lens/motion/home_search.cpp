@@ -1,0 +1,175 @@
+#include "af_lens/motion/home_search.h"
+
+#include "af_common/gpio_setup.h"
+#include "af_lens/model/lens_state.h"
+#include "af_lens/motion/moves.h"
+#include "af_ms419xx/ms419xx.h"
+#include "hisi_gpio/hisi_gpio.h"
+#include "platform/trace.h"
+
+#include <unistd.h>
+
+// An axis is searched in up to four passes. Pass 1, only where the sensor reads non-zero, leaves
+// that side; pass 2 crosses the edge fast from the zero side; pass 3 crosses back at 8 steps a
+// period; pass 4 crosses again at one step a period and stops on the first period after which the
+// level has changed. So the edge is always approached in pass 2's direction. The fast passes share
+// a travel counter bounded by the axis's whole travel, the slow ones have a bound of periods. A
+// sensor that cannot be read yields -1, which counts as a level of its own.
+//
+// Each sensor is lit by the LED output of the other channel, which stays as it is set while only
+// the searched channel is programmed.
+
+static const useconds_t kSettleUs = 500000;
+static const useconds_t kBetweenAxesUs = 200000;
+static const unsigned char kFastRampStep = 8;
+
+namespace {
+struct SearchedAxis {
+    unsigned int pin;
+    unsigned int travel;
+    MS_Action_em whenSet;   // direction toward the edge where the sensor reads non-zero
+    MS_Action_em whenClear; // and where it reads zero
+    void (*brake)(MS_LED_em);
+    bool lastAxis; // its final brake also puts out the LED that lights it
+};
+} // namespace
+
+static SearchedAxis describeZoom() {
+    const bool lensA = g_LensType == LENS_A;
+    return {kPinZoomPi,
+            PI_Wide_Range + PI_Tele_Range,
+            lensA ? MS_Z_WIDE : MS_Z_TELE,
+            lensA ? MS_Z_TELE : MS_Z_WIDE,
+            MS419XX_Break_MotorAB,
+            false};
+}
+
+static SearchedAxis describeFocus() {
+    const bool lensA = g_LensType == LENS_A;
+    return {kPinFocusPi,
+            PI_Near_Range + PI_Far_Range,
+            lensA ? MS_F_FAR : MS_F_NEAR,
+            lensA ? MS_F_NEAR : MS_F_FAR,
+            MS419XX_Break_MotorCD,
+            true};
+}
+
+static int readSensor(const SearchedAxis &axis) {
+    return Hisi_Gpio_Read(axis.pin);
+}
+
+static MS_Action_em towardEdge(const SearchedAxis &axis, int level) {
+    return level != 0 ? axis.whenSet : axis.whenClear;
+}
+
+static MS_Action_em opposite(MS_Action_em direction) {
+    switch (direction) {
+    case MS_Z_WIDE:
+        return MS_Z_TELE;
+    case MS_Z_TELE:
+        return MS_Z_WIDE;
+    case MS_F_NEAR:
+        return MS_F_FAR;
+    default:
+        return MS_F_NEAR;
+    }
+}
+
+static bool runFastPass(const SearchedAxis &axis, MS_Action_em direction, int *level,
+                        unsigned int *travelled) {
+    unsigned char step = Step_Level_Mid;
+    MS419XX_Set_PSUM_ICNT_Register(direction, step, LED_DISABLE);
+    for (;;) {
+        MS419XX_VDFZ();
+        const int now = readSensor(axis);
+        if (now != *level) {
+            *level = now;
+            axis.brake(LED_DISABLE);
+            MS419XX_VDFZ();
+            usleep(kSettleUs);
+            return true;
+        }
+        *travelled += step;
+        if (*travelled >= axis.travel) {
+            TRACE_FORMAT("Error, [%d,%d].\n", static_cast<int>(*travelled),
+                         static_cast<int>(axis.travel));
+            brakeBothChannels();
+            return false;
+        }
+        bool changed = false;
+        if (step < Step_Level_Rst) {
+            step = static_cast<unsigned char>(step + kFastRampStep);
+            changed = true;
+        }
+        if (step + *travelled >= axis.travel) {
+            step = static_cast<unsigned char>(axis.travel - *travelled);
+            changed = true;
+        }
+        if (changed)
+            MS419XX_Set_PSUM_ICNT_Register(direction, step, LED_DISABLE);
+    }
+}
+
+static bool runSlowPass(const SearchedAxis &axis, MS_Action_em direction, unsigned char step,
+                        int mostPeriods, bool finalPass, int *level) {
+    MS419XX_Set_PSUM_ICNT_Register(direction, step, LED_DISABLE);
+    for (int periods = 0; periods <= mostPeriods; ++periods) {
+        const int now = readSensor(axis);
+        if (now != *level) {
+            *level = now;
+            axis.brake(LED_DISABLE);
+            if (finalPass && axis.lastAxis)
+                MS419XX_Break_MotorAB(LED_DISABLE);
+            MS419XX_VDFZ();
+            return true;
+        }
+        MS419XX_VDFZ();
+    }
+    TRACE_TEXT("Error, Return here.");
+    brakeBothChannels();
+    return false;
+}
+
+static bool searchAxis(const SearchedAxis &axis) {
+    int level = readSensor(axis);
+    unsigned int travelled = 0;
+    if (level != 0 && !runFastPass(axis, towardEdge(axis, level), &level, &travelled))
+        return false;
+    const MS_Action_em approach = towardEdge(axis, level);
+    if (!runFastPass(axis, approach, &level, &travelled))
+        return false;
+    const int mostBackPeriods = 2 * Step_Level_Rst / Step_Level_Min;
+    if (!runSlowPass(axis, opposite(approach), Step_Level_Min, mostBackPeriods, false, &level))
+        return false;
+    usleep(kSettleUs);
+    return runSlowPass(axis, approach, 1, Step_Level_Rst, true, &level);
+}
+
+int Lens_Search_PI(void) {
+    MS419XX_Break_MotorCD(LED_ENABLE);
+    MS419XX_VDFZ();
+    usleep(kSettleUs);
+    if (!searchAxis(describeZoom()))
+        return -1;
+    TRACE_TEXT("Check ZPI Success.");
+
+    MS419XX_Break_MotorCD(LED_DISABLE);
+    MS419XX_VDFZ();
+    usleep(kBetweenAxesUs);
+    MS419XX_Break_MotorAB(LED_ENABLE);
+    MS419XX_VDFZ();
+    usleep(kSettleUs);
+    if (!searchAxis(describeFocus()))
+        return -1;
+    TRACE_TEXT("Check FPI Success.");
+    return 0;
+}
+
+int Lens_Check_PIPosition(void) {
+    if (Lens_Search_PI() != 0) {
+        TRACE_TEXT("Failure.");
+        return -1;
+    }
+    setPosition(ZM_PI_Position, FM_PI_Position);
+    return 0;
+}

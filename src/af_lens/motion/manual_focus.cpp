@@ -1,0 +1,34 @@
+#include "af_lens/motion/manual_focus.h"
+
+#include "af_lens/model/lens_state.h"
+#include "af_lens/model/mailbox.h"
+#include "af_lens/model/persistence.h"
+#include "af_lens/motion/focus_runs.h"
+#include "af_lens/motion/moves.h"
+#include "af_ms419xx/ms419xx.h"
+
+unsigned int lensMotorFocusCtrl(AF_CMD_em emCmd) {
+    unsigned char step = Step_Level_Uit >> 1;
+    unsigned char programmed = step;
+    const MS_Action_em fType = emCmd == CMD_FAR ? MS_F_FAR : MS_F_NEAR;
+    int blocked = Lens_Check_AllowanceForSteps(MS_NONE, nullptr, fType, &step);
+    if (BIT(blocked, kFocusBlocked) == 0) {
+        lensMotorFocusHomeSet();
+        MS419XX_Set_PSUM_ICNT_RegofFocus(fType, step);
+        while (lensMotorInterrupt(emCmd) == 0) {
+            MS419XX_VDF();
+            Lens_Fresh_ZFLocation(fType, step);
+            blocked = Lens_Check_AllowanceForSteps(MS_NONE, nullptr, fType, &step);
+            if (BIT(blocked, kFocusBlocked) != 0)
+                break;
+            if (step != programmed) {
+                programmed = step;
+                MS419XX_Set_PSUM_ICNT_RegofFocus(fType, step);
+            }
+        }
+        MS419XX_Break_MotorCD(LED_DISABLE);
+        MS419XX_VDF();
+        Lens_Save_ZFLocation();
+    }
+    return leaveFollowUp(CMD_FSTOP);
+}

@@ -1,0 +1,187 @@
+#include "af_lens/motion/moves.h"
+
+#include "af_lens/model/lens_state.h"
+#include "af_lens/model/persistence.h"
+#include "af_lens/model/zoom_ratio.h"
+#include "af_ms419xx/ms419xx.h"
+#include "platform/trace.h"
+
+static const unsigned char kRampStep = 16;
+
+void brakeBothChannels() {
+    MS419XX_Break_MotorAB(LED_DISABLE);
+    MS419XX_Break_MotorCD(LED_DISABLE);
+    MS419XX_VDFZ();
+}
+
+// ---- Counted two-axis move ----
+//
+// Each axis runs 32, 48, 64, ... 128 steps a period and carries the remainder in its last one;
+// there is no ramp down. An axis that has done its total is braked and holds while the other goes
+// on. Both stopped, one closing period lets the brakes take effect.
+
+namespace {
+struct CountedAxis {
+    MS_Action_em type;
+    int total;
+    int done;
+    unsigned char step;
+    bool stopped;
+};
+} // namespace
+
+static CountedAxis makeCountedAxis(MS_Action_em type, int total) {
+    const bool short_ = total <= Step_Level_Max;
+    return {type, total, 0, short_ ? static_cast<unsigned char>(total) : Step_Level_Max, false};
+}
+
+static void programAxis(const CountedAxis &axis) {
+    MS419XX_Set_PSUM_ICNT_Register(axis.type, axis.step, LED_DISABLE);
+}
+
+static void countPeriod(CountedAxis *axis, void (*brake)(MS_LED_em)) {
+    if (axis->stopped)
+        return;
+    axis->done += axis->step;
+    if (axis->done == axis->total) {
+        axis->stopped = true;
+        brake(LED_DISABLE);
+    }
+}
+
+// The next step: first the ramp, then the remainder. The channel is programmed again whenever one
+// of the rules has applied, even if the step comes out the same.
+static void rampAxis(CountedAxis *axis) {
+    if (axis->stopped)
+        return;
+    bool changed = false;
+    if (axis->step < Step_Level_Rst) {
+        axis->step = static_cast<unsigned char>(axis->step + kRampStep);
+        changed = true;
+    }
+    if (axis->step + axis->done >= axis->total) {
+        axis->step = static_cast<unsigned char>(axis->total - axis->done);
+        changed = true;
+    }
+    if (changed)
+        programAxis(*axis);
+}
+
+static void runCountedPeriods(CountedAxis *zoom, CountedAxis *focus) {
+    for (;;) {
+        MS419XX_VDFZ();
+        countPeriod(zoom, MS419XX_Break_MotorAB);
+        countPeriod(focus, MS419XX_Break_MotorCD);
+        const bool overshot = zoom->done > zoom->total || focus->done > focus->total;
+        if (overshot) {
+            brakeBothChannels();
+            return;
+        }
+        if (zoom->stopped && focus->stopped) {
+            MS419XX_VDFZ();
+            return;
+        }
+        rampAxis(zoom);
+        rampAxis(focus);
+    }
+}
+
+void Lens_Move_NSteps(MS_Action_em zType, int zSteps, MS_Action_em fType, int fSteps) {
+    CountedAxis zoom = makeCountedAxis(zType, zSteps);
+    CountedAxis focus = makeCountedAxis(fType, fSteps);
+    programAxis(zoom);
+    programAxis(focus);
+    runCountedPeriods(&zoom, &focus);
+    const int zoomChange = zType == MS_Z_WIDE ? -zSteps : zSteps;
+    const int focusChange = fType == MS_F_NEAR ? -fSteps : fSteps;
+    setPosition(zoomPosition() + static_cast<unsigned int>(zoomChange),
+                focusPosition() + static_cast<unsigned int>(focusChange));
+}
+
+// A curve that came from the host unchecked may ask for a focus outside the travel: the motor goes
+// no further than the limit, where storing the position would put the counter anyway.
+static unsigned int clampIntoTravel(unsigned int value, unsigned int low, unsigned int high) {
+    if (value < low)
+        return low;
+    return value > high ? high : value;
+}
+
+void Lens_To_Destination(unsigned int desZP, unsigned int desFP) {
+    const unsigned int zoom = clampIntoTravel(desZP, ZM_Wide_Limit, ZM_Tele_Limit);
+    const unsigned int focus = clampIntoTravel(desFP, FM_Near_Limit, FM_Far_Limit);
+    Lens_Move_NSteps(
+        zoom > ZM_PI_Position ? MS_Z_TELE : MS_Z_WIDE, stepsBetween(zoom, ZM_PI_Position),
+        focus > FM_PI_Position ? MS_F_FAR : MS_F_NEAR, stepsBetween(focus, FM_PI_Position));
+    Lens_Save_ZFLocation();
+}
+
+// ---- Soft start, limit check, bookkeeping ----
+
+void Lens_Starting(MS_Action_em zType, unsigned char zStep, MS_Action_em fType,
+                   unsigned char fStep) {
+    Lens_Fresh_ZFLocation(zType, zStep);
+    Lens_Fresh_ZFLocation(fType, fStep);
+
+    const unsigned char z1 = zStep >> 2;
+    const unsigned char f1 = fStep >> 2;
+    MS419XX_Set_PSUM_ICNT_RegSync(0, zType, z1, fType, f1, LED_DISABLE);
+    MS419XX_VDZ(0, z1, f1);
+
+    const unsigned char z2 = static_cast<unsigned char>(zStep - z1);
+    const unsigned char f2 = static_cast<unsigned char>(fStep - f1);
+    MS419XX_Set_PSUM_ICNT_RegSync(1, zType, z2, fType, f2, LED_DISABLE);
+    MS419XX_VDZ(1, z2, f2);
+}
+
+// True when there is room; then *step is at most the room. A counter beyond the limit has negative
+// room, hence the signed difference.
+static bool clipToRoom(unsigned int ahead, unsigned int behind, unsigned char *step) {
+    const int room = static_cast<int>(ahead - behind);
+    if (room <= 0) {
+        *step = 0;
+        return false;
+    }
+    if (*step > room)
+        *step = static_cast<unsigned char>(room);
+    return true;
+}
+
+int Lens_Check_AllowanceForSteps(MS_Action_em zType, unsigned char *zStep, MS_Action_em fType,
+                                 unsigned char *fStep) {
+    int blocked = 0;
+    const bool zoomRoom = zType == MS_Z_TELE   ? clipToRoom(ZM_Tele_Limit, zoomPosition(), zStep)
+                          : zType == MS_Z_WIDE ? clipToRoom(zoomPosition(), ZM_Wide_Limit, zStep)
+                                               : true;
+    const bool focusRoom = fType == MS_F_FAR    ? clipToRoom(FM_Far_Limit, focusPosition(), fStep)
+                           : fType == MS_F_NEAR ? clipToRoom(focusPosition(), FM_Near_Limit, fStep)
+                                                : true;
+    if (!zoomRoom)
+        blocked |= 1 << kZoomBlocked;
+    if (!focusRoom)
+        blocked |= 1 << kFocusBlocked;
+    return blocked;
+}
+
+void Lens_Fresh_ZFLocation(MS_Action_em type, unsigned char nStep) {
+    switch (type) {
+    case MS_Z_WIDE:
+        storeWord(&ZM_Step_Local, zoomPosition() - nStep);
+        Lens_Map_ZPosition(zoomPosition());
+        break;
+    case MS_Z_TELE:
+        storeWord(&ZM_Step_Local, zoomPosition() + nStep);
+        Lens_Map_ZPosition(zoomPosition());
+        break;
+    case MS_F_NEAR:
+        storeWord(&FM_Step_Local, focusPosition() - nStep);
+        Lens_Map_FPosition(focusPosition());
+        break;
+    case MS_F_FAR:
+        storeWord(&FM_Step_Local, focusPosition() + nStep);
+        Lens_Map_FPosition(focusPosition());
+        break;
+    default: // a flat stretch of the focus line while zooming
+        TRACE_FORMAT("Invaled type: %d\n", static_cast<int>(type));
+        break;
+    }
+}

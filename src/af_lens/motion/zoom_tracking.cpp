@@ -1,0 +1,123 @@
+#include "af_lens/motion/zoom_tracking.h"
+
+#include "af_lens/model/focus_lines.h"
+#include "af_lens/model/lens_state.h"
+#include "af_lens/model/mailbox.h"
+#include "af_lens/model/persistence.h"
+#include "af_lens/model/zoom_grid.h"
+#include "af_lens/motion/focus_runs.h"
+#include "af_lens/motion/moves.h"
+#include "af_ms419xx/ms419xx.h"
+#include "platform/trace.h"
+
+static const unsigned char kEndOfGridStep = 16;
+static const int kRunningColumn = 1; // of the VD timing table
+
+static MS_Action_em focusDirection(unsigned int from, unsigned int to) {
+    if (from == to)
+        return MS_NONE;
+    return from < to ? MS_F_FAR : MS_F_NEAR;
+}
+
+// A position outside the grid leaves the indices at (0, 0).
+void Lens_Get_DirAndStep2(MS_Action_em type, unsigned char *zStep, unsigned char *fStep,
+                          MS_Action_em *focusDir) {
+    int index1 = 0;
+    int index2 = 0;
+    Lens_Get_ZoomIndex(&index1, &index2, zoomPosition());
+    const bool atWideEnd = index1 == 0 && index2 == 0 && type == MS_Z_WIDE;
+    const bool atTeleEnd = index1 == kTeleTag && type == MS_Z_TELE;
+    if (atWideEnd || atTeleEnd) {
+        *zStep = kEndOfGridStep;
+        *fStep = 0;
+        *focusDir = MS_NONE;
+        TRACE_FORMAT("index1: %d index2: %d type: %d\n", index1, index2, static_cast<int>(type));
+        return;
+    }
+
+    const unsigned int(*line)[kQuarters] = Lens_Get_FocusLine()->tagPosition;
+    const unsigned int current = line[index1][index2];
+    unsigned int target;
+    if (type == MS_Z_TELE) {
+        target = index2 < kQuarters - 1 ? line[index1][index2 + 1] : line[index1 + 1][0];
+    } else { // the stretch lies before the grid point, possibly in the section before it
+        if (index2 == 0) {
+            --index1;
+            index2 = kQuarters;
+        }
+        --index2;
+        target = line[index1][index2];
+    }
+    *focusDir = focusDirection(current, target);
+    *fStep = Lens_Get_FocusStep(index1, index2);
+    *zStep = static_cast<unsigned char>(quarterLength(index1) & 0xFF);
+}
+
+bool planTrackedStep(MS_Action_em zType, TrackedStep *step) {
+    Lens_Get_DirAndStep2(zType, &step->zStep, &step->fStep, &step->fType);
+    const int blocked =
+        Lens_Check_AllowanceForSteps(zType, &step->zStep, step->fType, &step->fStep);
+    return BIT(blocked, kZoomBlocked) == 0;
+}
+
+void programTrackedStep(MS_Action_em zType, const TrackedStep &step) {
+    MS419XX_Set_PSUM_ICNT_RegSync(kRunningColumn, zType, step.zStep, step.fType, step.fStep,
+                                  LED_DISABLE);
+}
+
+bool isSameStep(const TrackedStep &a, const TrackedStep &b) {
+    return a.zStep == b.zStep && a.fStep == b.fStep && a.fType == b.fType;
+}
+
+// Toward tele the infinity line is followed; toward wide the line on which the focus stands.
+static bool chooseLine(MS_Action_em zType) {
+    if (zType == MS_Z_TELE) {
+        g_FLineFlag = kLineInfinity;
+        return true;
+    }
+    int index1, index2;
+    if (Lens_Get_ZoomIndex(&index1, &index2, zoomPosition()) != 0)
+        return false;
+    Lens_FCurve_Choise(index1, index2);
+    return true;
+}
+
+// Periods until another command arrives or the zoom reaches its limit. The counters take each step
+// before it is driven, so that planning sees the position at the end of the pending period.
+static void trackUntilInterrupted(AF_CMD_em emCmd, MS_Action_em zType) {
+    TrackedStep step;
+    if (lensMotorInterrupt(emCmd) != 0 || !planTrackedStep(zType, &step))
+        return;
+    TrackedStep programmed = step;
+    programTrackedStep(zType, programmed);
+    while (lensMotorInterrupt(emCmd) == 0) {
+        Lens_Fresh_ZFLocation(zType, step.zStep);
+        Lens_Fresh_ZFLocation(step.fType, step.fStep);
+        MS419XX_VDZ(kRunningColumn, step.zStep, step.fStep);
+        if (!planTrackedStep(zType, &step))
+            return;
+        if (!isSameStep(step, programmed)) {
+            programmed = step;
+            programTrackedStep(zType, programmed);
+        }
+    }
+}
+
+unsigned int lensMotorZoomCtrl(AF_CMD_em emCmd) {
+    lensMotorFocusHoming();
+    Lens_Print_Location();
+    const MS_Action_em zType = emCmd == CMD_WIDE ? MS_Z_WIDE : MS_Z_TELE;
+    TRACE_FORMAT("To %s.\n", zType == MS_Z_WIDE ? "Wide" : "Tele");
+    g_ZoomDir = zType;
+    if (!chooseLine(zType))
+        return CMD_NONE;
+
+    TrackedStep first;
+    if (planTrackedStep(zType, &first)) {
+        Lens_Starting(zType, first.zStep, first.fType, first.fStep);
+        trackUntilInterrupted(emCmd, zType);
+        brakeBothChannels();
+        Lens_Save_ZFLocation();
+    }
+    return leaveFollowUp(CMD_ZSTOP);
+}
