@@ -1,0 +1,39 @@
+#include "af_interface/statistics.h"
+
+#include <sys/time.h>
+
+AF_Statistics_Info g_AFStatistics;
+pthread_mutex_t afv_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t afv_ready = PTHREAD_COND_INITIALIZER;
+
+static const int kLastCentreTag = 12;
+static const long kNanosecondsPerMicrosecond = 1000;
+
+void publishStatistics(const AF_Statistics_Info &record) {
+    pthread_mutex_lock(&afv_lock);
+    g_AFStatistics = record;
+    pthread_cond_signal(&afv_ready);
+    pthread_mutex_unlock(&afv_lock);
+}
+
+// One bare wait for the NEXT record: a record published before the call does not count. A signal, a
+// timeout and a spurious wake-up all lead on, with the last record there is.
+void afStatisticsFresh(AF_Statistics_Info *statistics) {
+    pthread_mutex_lock(&afv_lock);
+    struct timeval now;
+    gettimeofday(&now, nullptr);
+    struct timespec timeout;
+    timeout.tv_sec = now.tv_sec + 1;
+    timeout.tv_nsec = now.tv_usec * kNanosecondsPerMicrosecond;
+    pthread_cond_timedwait(&afv_ready, &afv_lock, &timeout);
+    *statistics = g_AFStatistics;
+    pthread_mutex_unlock(&afv_lock);
+}
+
+unsigned int focusValueAt(int index1, const AF_Statistics_Info &record) {
+    return index1 > kLastCentreTag ? record.vwV1SumAll : record.vwV1SumHalf;
+}
+
+unsigned int secondFocusValueAt(int index1, const AF_Statistics_Info &record) {
+    return index1 > kLastCentreTag ? record.vwV2SumAll : record.vwV2SumHalf;
+}

@@ -1,0 +1,17 @@
+// The focus record of the last frame, and the wait for the next one.
+//
+// The statistics thread publishes a record a frame; the threads that move the focus wait for it.
+// afv_lock guards the record and is held for nothing else.
+#pragma once
+
+#include "autofocus_service.h"
+
+/// Publish @p record and wake one waiter. Statistics thread.
+void publishStatistics(const AF_Statistics_Info &record);
+
+/// The first focus value that is judged at zoom tag @p index1: whole picture in the last sections
+/// toward tele, centre elsewhere.
+unsigned int focusValueAt(int index1, const AF_Statistics_Info &record);
+
+/// The second focus value by the same rule.
+unsigned int secondFocusValueAt(int index1, const AF_Statistics_Info &record);

@@ -1,0 +1,101 @@
+#include "af_interface/statistics_thread.h"
+
+#include "af_common/spi.h"
+#include "af_interface/focus_filters.h"
+#include "af_interface/refocus_trigger.h"
+#include "af_interface/statistics.h"
+#include "af_interface/zone_reduction.h"
+#include "autofocus/settings.h"
+#include "platform/isp.h"
+#include "platform/shared_word.h"
+
+#include <stdio.h>
+#include <unistd.h>
+
+static const ISP_DEV kIspDevice = 0;
+static const HI_U32 kFrameWaitMs = 1000;
+static const useconds_t kRetryUs = 1000;
+static const char kPrintGridSwitch[] = "/mnt/flash/printfY"; // its existence prints the luminance
+static const unsigned int kFramesPerGrid = 9;
+
+// The platform's records are large and this thread is the only one of its kind.
+static ISP_STATISTICS_CFG_S stIspStaticsCfg;
+static ISP_STATISTICS_S stIspStatics;
+
+static bool configureIsp() {
+    ISP_FOCUS_STATISTICS_CFG_S stFocusCfg = makeFocusConfiguration();
+    ISP_PUB_ATTR_S stPubattr = {};
+    HI_S32 s32Ret = HI_MPI_ISP_GetStatisticsConfig(kIspDevice, &stIspStaticsCfg);
+    s32Ret |= HI_MPI_ISP_GetPubAttr(kIspDevice, &stPubattr);
+    stFocusCfg.stConfig.u16Hsize = static_cast<HI_U16>(stPubattr.stWndRect.u32Width & 0xFFFF);
+    stFocusCfg.stConfig.u16Vsize = static_cast<HI_U16>(stPubattr.stWndRect.u32Height & 0xFFFF);
+    if (s32Ret != 0) {
+        printf("HI_MPI_ISP_GetStatisticsConfig error!(s32Ret = 0x%x)\n",
+               static_cast<unsigned int>(s32Ret));
+        return false;
+    }
+    stIspStaticsCfg.stFocusCfg = stFocusCfg;
+    s32Ret = HI_MPI_ISP_SetStatisticsConfig(kIspDevice, &stIspStaticsCfg);
+    if (s32Ret != 0) {
+        printf("HI_MPI_ISP_SetStatisticsConfig error!(s32Ret = 0x%x)\n",
+               static_cast<unsigned int>(s32Ret));
+        return false;
+    }
+    return true;
+}
+
+static void printLuminance(const ISP_FOCUS_STATISTICS_S &zones) {
+    puts("================");
+    for (int i = 0; i < kZoneRows; ++i) {
+        for (int j = 0; j < kZoneColumns; ++j)
+            printf("%d ", zones.stZoneMetrics[i][j].u16y);
+        putchar('\n');
+    }
+}
+
+// At night every tenth frame, while the switch file exists; by day only the frames are counted.
+static void serveDiagnosticGrid(unsigned int *frames) {
+    if (access(kPrintGridSwitch, F_OK) != 0)
+        return;
+    *frames += 1;
+    if (loadWord(&g_ICUTState) != kIcutNight || *frames <= kFramesPerGrid)
+        return;
+    printLuminance(stIspStatics.stFocusStat);
+    *frames = 0;
+}
+
+// A timeout or an error is retried. An ISP that fails at once must not take the processor with it.
+static void waitForFrame() {
+    ISP_VD_INFO_S stVdInfo;
+    while (HI_MPI_ISP_GetVDTimeOut(kIspDevice, &stVdInfo, kFrameWaitMs) != 0)
+        usleep(kRetryUs);
+}
+
+void *afvManageThread(void *) {
+    pthread_detach(pthread_self());
+    if (!configureIsp())
+        return nullptr;
+    sleep(1);
+    unsigned int gridFrames = 0;
+    AF_Statistics_Info record = {};
+    ISP_EXP_INFO_S stExpInfo = {};
+    for (;;) {
+        waitForFrame();
+        const HI_S32 s32Ret = HI_MPI_ISP_GetStatistics(kIspDevice, &stIspStatics);
+        if (s32Ret != 0) {
+            printf("HI_MPI_ISP_GetStatistics error!(s32Ret = 0x%x)\n",
+                   static_cast<unsigned int>(s32Ret));
+            SPI_Release();
+            pthread_exit(nullptr);
+        }
+        serveDiagnosticGrid(&gridFrames);
+        reduceZones(stIspStatics.stFocusStat, &record);
+        HI_MPI_ISP_QueryExposureInfo(kIspDevice, &stExpInfo);
+        HI_MPI_ISP_SetStatisticsConfig(kIspDevice, &stIspStaticsCfg);
+        record.AGain = stExpInfo.u32AGain;
+        record.DGain = stExpInfo.u32DGain;
+        record.ISPGain = stExpInfo.u32ISPDGain;
+        publishStatistics(record);
+        lensAutoFocusCheck(record.vwV1SumHalf, record.vwV1SumAll);
+    }
+}

@@ -1,0 +1,164 @@
+#include "af_lens/focus/calibration.h"
+
+#include "af_lens/focus/focus_pass.h"
+#include "af_lens/focus/peak_search.h"
+#include "af_lens/model/focus_lines.h"
+#include "af_lens/model/lens_state.h"
+#include "af_lens/model/persistence.h"
+#include "af_lens/model/zoom_grid.h"
+#include "af_lens/model/zoom_ratio.h"
+#include "af_lens/motion/home_search.h"
+#include "af_lens/motion/moves.h"
+#include "platform/trace.h"
+
+#include <string.h>
+#include <unistd.h>
+
+// Sections 0 to 6 are nearly straight: one measurement each, the quarters interpolated. Sections 7
+// to 14 are measured at all four quarter points, the tele end once.
+static const int kFirstQuarteredSection = 7;
+static const useconds_t kStartUs = 500000;
+static const useconds_t kNextPointUs = 100000;
+static const useconds_t kPointSettledUs = 200000;
+static const int kFallLimit = 2;
+
+unsigned int g_AFVDLimit = 4000;
+unsigned int g_AFVULimit = 0xFFFFFFFFu;
+
+static void traceSample(MS_Action_em fType, unsigned int afv) {
+    printf("To %s FM: %d afv: %d\n", fType == MS_F_FAR ? "Far " : "Near",
+           static_cast<int>(focusPosition()), static_cast<int>(afv));
+}
+
+static CalibrationRun makeMeasuringRun() {
+    CalibrationRun run = {};
+    run.name = "Lens_Generate_FocusLine2";
+    run.startMaximum = g_AFVDLimit;
+    run.startMinimum = g_AFVULimit;
+    run.coarseStep = Step_Level_Min;
+    run.fallLimit = kFallLimit;
+    run.coarseEndFormat = "To %s.\n";
+    run.traceSample = traceSample;
+    run.settleUs = kPointSettledUs;
+    run.fType = MS_F_NEAR;
+    return run;
+}
+
+static bool checkPiTwice() {
+    return Lens_Check_PIPosition() == 0 || Lens_Check_PIPosition() == 0;
+}
+
+static void forgetStoredPosition() {
+    if (access(fMPosition, F_OK) == 0)
+        unlink(fMPosition);
+}
+
+// Store the point just measured and tell how far the zoom goes to the next one; 0 at the tele end.
+static int storePoint(int index1, int index2, unsigned int tagPosition) {
+    if (index1 == kTeleTag) {
+        g_FLineInfo.tagPosition[kTeleTag][0] = tagPosition;
+        return 0;
+    }
+    const bool quartered = index1 >= kFirstQuarteredSection;
+    g_FLineInfo.tagPosition[index1][quartered ? index2 : 0] = tagPosition;
+    return static_cast<int>(quartered ? quarterLength(index1) : sectionLength(index1));
+}
+
+// Measure point after point toward tele; false when one yields no peak.
+static bool measurePoints() {
+    CalibrationRun run = makeMeasuringRun();
+    unsigned int previous = FM_Lock_Start;
+    int index1 = 0;
+    int index2 = 0;
+    for (;;) {
+        run.tagNumber = index1; // of the last look-up
+        if (!findCalibrationPeak(&run))
+            return false;
+        if (Lens_Get_ZoomIndex(&index1, &index2, zoomPosition()) != 0)
+            return false;
+        printf("_Fun:%s Line:%d ", run.name, __LINE__);
+        printf("index1: %d index2: %d\n\n", index1, index2);
+        const int zoomSteps = storePoint(index1, index2, run.tagPosition);
+        if (zoomSteps == 0)
+            return true;
+        Lens_Move_NSteps(MS_Z_TELE, zoomSteps, reverseFocus(run.fType),
+                         stepsBetween(focusPosition(), run.tagPosition));
+        printf("_Fun:%s Line:%d ", run.name, __LINE__);
+        printf("ZM_Local: %d FM_Local: %d\n", static_cast<int>(zoomPosition()),
+               static_cast<int>(focusPosition()));
+        Lens_Map_ZPosition(zoomPosition());
+        run.fType = run.tagPosition > previous ? MS_F_FAR : MS_F_NEAR;
+        previous = run.tagPosition;
+        usleep(kNextPointUs);
+    }
+}
+
+static void printCurve() {
+    for (int i = 0; i < kFirstQuarteredSection; ++i)
+        printf("%d\n", static_cast<int>(g_FLineInfo.tagPosition[i][0]));
+    for (int i = kFirstQuarteredSection; i < kTagPoints; ++i)
+        for (int j = 0; j < kQuarters; ++j)
+            printf("%d\n", static_cast<int>(g_FLineInfo.tagPosition[i][j]));
+}
+
+// The measured line may rise as well as fall, unlike the built-in ones.
+static void interpolateQuarters() {
+    for (int i = 0; i < kFirstQuarteredSection; ++i) {
+        unsigned int *row = g_FLineInfo.tagPosition[i];
+        const unsigned int next = g_FLineInfo.tagPosition[i + 1][0];
+        const bool rising = next > row[0];
+        const unsigned int difference = rising ? next - row[0] : row[0] - next;
+        const unsigned int quarter = difference >> 2;
+        const unsigned int remainder = difference & 3;
+        for (int j = 0; j < kQuarters - 1; ++j) {
+            const bool takesRemainder = j == kQuarters - 2 && remainder != 0;
+            const unsigned int step = quarter + (takesRemainder ? 1 : 0);
+            row[j + 1] = rising ? row[j] + step : row[j] - step;
+        }
+    }
+}
+
+static void park() {
+    checkPiTwice();
+    Lens_To_Destination(ZM_Wide_Limit, g_FLineInfo.tagPosition[0][0]);
+}
+
+// The tables still belong to the former curve, so putting it back is enough.
+static void abandonMeasurement(const FLine_Tagposition_ST &former) {
+    printf("_Fun:%s Line:%d ", "Lens_Generate_FocusLine2", __LINE__);
+    printf("No peak at ZP: %d, the former curve stays.\n", static_cast<int>(zoomPosition()));
+    g_FLineInfo = former;
+    park();
+}
+
+void Lens_Generate_FocusLine2(void) {
+    TRACE_TEXT("Check PI.");
+    if (!checkPiTwice())
+        return;
+    TRACE_TEXT("To Destination.");
+    Lens_To_Destination(ZM_Wide_Limit, FM_Lock_Start);
+    TRACE_FORMAT("Ready to Test ZP: %d FP: %d.\n", static_cast<int>(zoomPosition()),
+                 static_cast<int>(focusPosition()));
+    forgetStoredPosition();
+    const FLine_Tagposition_ST former = g_FLineInfo;
+    memset(&g_FLineInfo, 0, sizeof g_FLineInfo);
+    usleep(kStartUs);
+    if (!measurePoints()) {
+        abandonMeasurement(former);
+        return;
+    }
+    printCurve();
+    interpolateQuarters();
+    Lens_Init_2MFocusLine();
+    Lens_Init_Interpolation();
+    Lens_Set_FocusStep();
+    Lens_Save_FLPosition();
+    TRACE_FORMAT("ZM_Local: %d FM_Local: %d\n", static_cast<int>(zoomPosition()),
+                 static_cast<int>(focusPosition()));
+    park();
+}
+
+void lensFocusLine(void) {
+    Lens_Generate_FocusLine2();
+    Lens_Set_Command(CMD_NONE);
+}

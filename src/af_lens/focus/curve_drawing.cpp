@@ -1,0 +1,191 @@
+#include "af_lens/focus/curve_drawing.h"
+
+#include "af_lens/focus/focus_pass.h"
+#include "af_lens/focus/peak_search.h"
+#include "af_lens/model/lens_state.h"
+#include "af_lens/model/zoom_grid.h"
+#include "af_lens/motion/home_search.h"
+#include "af_lens/motion/moves.h"
+#include "af_ms419xx/ms419xx.h"
+#include "platform/trace.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+static const char kCurveFile[] = "/mnt/flash/data/ZFCurve.txt";
+static const char kCurveFile2[] = "/mnt/flash/data/ZFCurve2.txt";
+static const mode_t kFileMode = 0666;
+static const int kFallLimit = 1;
+static const useconds_t kNextPointUs = 100000;
+static const useconds_t kPointSettledUs = 100000;
+static const char kLineFormat[] = "%d,%d,%d\n";
+static const int kLongestLine = 40; // three signed 32-bit numbers
+
+static void traceSampleWithPosition(MS_Action_em, unsigned int afv) {
+    printf("fml: %d afv: %d\n", static_cast<int>(focusPosition()), static_cast<int>(afv));
+}
+
+static void traceSample(MS_Action_em, unsigned int afv) {
+    printf("afv: %d\n", static_cast<int>(afv));
+}
+
+static CalibrationRun makeDrawingRun(const char *name, unsigned char coarseStep) {
+    CalibrationRun run = {};
+    run.name = name;
+    run.startMaximum = 0;
+    run.startMinimum = kNoMinimumYet;
+    run.coarseStep = coarseStep;
+    run.fallLimit = kFallLimit;
+    run.coarseEndFormat = "At %s\n";
+    return run;
+}
+
+static int openCurveFile(const char *name, const char *path) {
+    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
+    if (fd < 0) {
+        printf("_Fun:%s Line:%d ", name, __LINE__);
+        printf("fopen %s error.\n", path);
+    }
+    return fd;
+}
+
+static void writeCurveLine(int fd, int zoom, int focus, int difference) {
+    char line[kLongestLine];
+    const int length = snprintf(line, sizeof line, kLineFormat, zoom, focus, difference);
+    const ssize_t ignored = write(fd, line, static_cast<size_t>(length));
+    (void)ignored; // a full disk costs the file, not the run
+}
+
+// Home, wide limit, and the focus where measuring starts; the PI search's result.
+static int goToStart(const char *name) {
+    setPosition(ZM_Tele_Limit, FM_Near_Limit);
+    printf("_Fun:%s Line:%d ", name, __LINE__);
+    puts("Step1: Check PI.");
+    return Lens_Check_PIPosition();
+}
+
+static void startDrawing(const char *name) {
+    printf("_Fun:%s Line:%d ", name, __LINE__);
+    puts("Step2: Run to wide limit and near limit.");
+    Lens_To_Destination(ZM_Wide_Limit, FM_Lock_Start);
+    sleep(1);
+    printf("_Fun:%s Line:%d ", name, __LINE__);
+    puts("Step3: Draw clear point.");
+}
+
+static void endDrawing(const char *name, int fd) {
+    close(fd);
+    MS419XX_Break_MotorAB(LED_DISABLE);
+    MS419XX_Break_MotorCD(LED_DISABLE);
+    MS419XX_VDF();
+    printf("_Fun:%s Line:%d ", name, __LINE__);
+    puts("OVER");
+}
+
+static void reportNoPeak(const char *name) {
+    printf("_Fun:%s Line:%d ", name, __LINE__);
+    printf("No peak at ZP: %d.\n", static_cast<int>(zoomPosition()));
+}
+
+// ---- First run: equal zoom steps, the focus stays where the search has left it ----
+
+static int chooseZoomStep(const char *name) {
+    if (zoomPosition() < ZM_PI_Position)
+        return 4 * Step_Level_Max;
+    printf("_Fun:%s Line:%d ", name, __LINE__);
+    printf("____At PI Position [%d, %d]____\n", static_cast<int>(ZM_PI_Position),
+           static_cast<int>(zoomPosition()));
+    return 2 * Step_Level_Max;
+}
+
+static void drawEqualSteps(CalibrationRun *run, int fd) {
+    unsigned int previous = focusPosition(); // decides the next direction
+    unsigned int previousLine = 0;           // what the file's third field counts from
+    while (zoomPosition() <= ZM_Tele_Limit) {
+        if (!findCalibrationPeak(run)) {
+            reportNoPeak(run->name);
+            return;
+        }
+        writeCurveLine(fd, static_cast<int>(zoomPosition()), static_cast<int>(run->tagPosition),
+                       stepsBetween(run->tagPosition, previousLine));
+        previousLine = run->tagPosition;
+        run->tagNumber += 1;
+        const int zoomSteps = chooseZoomStep(run->name);
+        if (zoomPosition() == ZM_Tele_Limit) {
+            printf("_Fun:%s Line:%d ", run->name, __LINE__);
+            puts("____ZM_Step_Local == ZM_Tele_Limit____");
+            return;
+        }
+        Lens_Move_NSteps(MS_Z_TELE, zoomSteps, run->fType, 0);
+        printf("_Fun:%s Line:%d ", run->name, __LINE__);
+        printf("ZM_Limit: %d ZM_Local: %d FM_Local: %d\n", static_cast<int>(ZM_Tele_Limit),
+               static_cast<int>(zoomPosition()), static_cast<int>(focusPosition()));
+        usleep(kNextPointUs);
+        run->fType = run->tagPosition > previous ? MS_F_FAR : MS_F_NEAR;
+        previous = run->tagPosition;
+    }
+}
+
+void Lens_Draw_CurveOfZoomAndFocus(void) {
+    const int fd = openCurveFile(__func__, kCurveFile);
+    if (fd < 0)
+        return;
+    if (goToStart(__func__) < 0) {
+        close(fd);
+        return;
+    }
+    startDrawing(__func__);
+    CalibrationRun run = makeDrawingRun(__func__, Step_Level_Mid);
+    run.traceSample = traceSampleWithPosition;
+    run.settleUs = kPointSettledUs;
+    run.fType = MS_F_NEAR;
+    drawEqualSteps(&run, fd);
+    endDrawing(__func__, fd);
+}
+
+// ---- Second run: quarter points, the focus goes back to the peak while the zoom goes on ----
+
+static void drawQuarterPoints(CalibrationRun *run, int fd) {
+    unsigned int previous = focusPosition();
+    while (zoomPosition() <= ZM_Tele_Limit) {
+        if (!findCalibrationPeak(run)) {
+            reportNoPeak(run->name);
+            return;
+        }
+        writeCurveLine(fd, static_cast<int>(zoomPosition() - ZM_Wide_Limit),
+                       static_cast<int>(run->tagPosition - FM_Step_Start),
+                       stepsBetween(run->tagPosition, previous));
+        run->tagNumber += 1;
+        const MS_Action_em back = reverseFocus(run->fType);
+        const int fSteps = stepsBetween(focusPosition(), run->tagPosition);
+        if (zoomPosition() == ZM_Tele_Limit) {
+            Lens_Move_NSteps(MS_Z_TELE, 0, back, fSteps);
+            return;
+        }
+        int index1 = 0;
+        int index2 = 0;
+        Lens_Get_ZoomIndex(&index1, &index2, zoomPosition());
+        const int zSteps = static_cast<int>(quarterLength(index1));
+        Lens_Move_NSteps(MS_Z_TELE, zSteps, back, fSteps);
+        printf("_Fun:%s Line:%d ", run->name, __LINE__);
+        printf("ZM_Limit: %d ZM_Local: %d FM_Local: %d zSteps: %d\n\n",
+               static_cast<int>(ZM_Tele_Limit), static_cast<int>(zoomPosition()),
+               static_cast<int>(focusPosition()), zSteps);
+        usleep(kNextPointUs);
+        run->fType = run->tagPosition >= previous ? MS_F_FAR : MS_F_NEAR;
+        previous = run->tagPosition;
+    }
+}
+
+void Lens_Draw_CurveOfZoomAndFocus2(void) {
+    const int fd = openCurveFile(__func__, kCurveFile2);
+    if (fd < 0)
+        return;
+    goToStart(__func__); // draws even when the edges were not found
+    startDrawing(__func__);
+    CalibrationRun run = makeDrawingRun(__func__, Step_Level_Min);
+    run.traceSample = traceSample;
+    run.fType = MS_F_FAR;
+    drawQuarterPoints(&run, fd);
+    endDrawing(__func__, fd);
+}
