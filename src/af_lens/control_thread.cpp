@@ -1,0 +1,129 @@
+#include "af_lens/control_thread.h"
+
+#include "af_interface/refocus_trigger.h"
+#include "af_lens/focus/autofocus_run.h"
+#include "af_lens/focus/calibration.h"
+#include "af_lens/lens_start.h"
+#include "af_lens/model/mailbox.h"
+#include "af_lens/motion/manual_focus.h"
+#include "af_lens/motion/zoom_tracking.h"
+#include "af_lens/motor_claim.h"
+#include "af_lens/preset_commands.h"
+#include "af_ms419xx/ms419xx.h"
+#include "platform/shared_word.h"
+
+#include <stdio.h>
+#include <unistd.h>
+
+static const useconds_t kPollUs = 50000;
+
+int gLensCtrl = 0;
+
+void lensCtrlStop(void) {
+    storeWord(&gLensCtrl, 1);
+}
+
+// What is left of a dispatch: nothing, or a command to dispatch at once.
+namespace {
+struct Next {
+    bool again;
+    unsigned int command;
+};
+} // namespace
+
+static const Next kDone = {false, CMD_NONE};
+
+// An autofocus run for CMD_ZSTOP and CMD_FOCUS, which end the chain on different results.
+static Next runAutofocus(AF_CMD_em alsoEndsOn) {
+    const unsigned int result = lensFocusCtrl(CMD_FOCUS);
+    const bool ends = result == CMD_NONE || result == static_cast<unsigned int>(alsoEndsOn);
+    if (!ends)
+        return {true, result};
+    lensFocusMode(CMD_AFMODE);
+    return kDone;
+}
+
+// Every handler runs with the refocus trigger disarmed.
+static Next dispatch(unsigned int command) {
+    const AF_CMD_em cmd = static_cast<AF_CMD_em>(command);
+    switch (command) {
+    case CMD_ZSTOP:
+        lensFocusMode(CMD_MFMODE);
+        return runAutofocus(CMD_FOCUS);
+    case CMD_WIDE:
+    case CMD_TELE:
+        lensFocusMode(CMD_MFMODE);
+        lensMotorZoomCtrl(cmd);
+        return {true, CMD_ZSTOP};
+    case CMD_NEAR:
+    case CMD_FAR:
+        lensFocusMode(CMD_MFMODE);
+        lensMotorFocusCtrl(cmd);
+        return kDone;
+    case CMD_RESET:
+    case CMD_RST:
+        lensFocusMode(CMD_MFMODE);
+        lensMotorReset(cmd);
+        return kDone;
+    case CMD_FOCUS:
+        lensFocusMode(CMD_MFMODE);
+        return runAutofocus(CMD_FSTOP);
+    case CMD_FLINE:
+        lensFocusMode(CMD_MFMODE);
+        lensFocusLine();
+        return kDone;
+    case CMD_SPST:
+    case CMD_CAPST:
+    case CMD_CLPST:
+    case CMD_DZF:
+        lensFocusMode(CMD_MFMODE);
+        lensMotorPreset(cmd);
+        return kDone;
+    case CMD_FSTOP:
+        return kDone;
+    case CMD_MFMODE:
+    case CMD_AFMODE:
+        lensFocusMode(cmd);
+        return kDone;
+    case CMD_NONE:
+    default: // every value above too
+        lensFocusMode(CMD_AFMODE);
+        return kDone;
+    }
+}
+
+// Dispatch a command and whatever it asks for at once. A chain that comes back to a command without
+// a VD period since would never end and never sleep: it goes back to the poll instead.
+static void runChain(unsigned int command) {
+    unsigned int dispatched = 0; // one bit a command
+    unsigned int periods = countVdPeriods();
+    for (;;) {
+        const unsigned int idle = CMD_NONE;
+        const unsigned int bit = 1u << (command < idle ? command : idle);
+        if (countVdPeriods() != periods) {
+            periods = countVdPeriods();
+            dispatched = 0;
+        }
+        if ((dispatched & bit) != 0)
+            return;
+        dispatched |= bit;
+        const Next next = dispatch(command);
+        if (!next.again)
+            return;
+        command = next.command;
+    }
+}
+
+void *thLensCtrl(void *) {
+    pthread_detach(pthread_self());
+    while (loadWord(&gLensCtrl) == 0) {
+        if (claimMotors()) { // else the manual stepping thread drives: the command waits
+            runChain(Lens_Get_Command());
+            releaseMotors();
+        }
+        usleep(kPollUs);
+    }
+    withdrawRecord();
+    printf("_%s QUIT !!!\n", __func__);
+    return nullptr;
+}

@@ -1,0 +1,51 @@
+#include "af_lens/preset_commands.h"
+
+#include "af_interface/refocus_trigger.h"
+#include "af_lens/model/mailbox.h"
+#include "af_lens/motion/direct_zoom.h"
+#include "af_lens/motion/presets.h"
+#include "platform/shared_word.h"
+#include "platform/trace.h"
+
+static const unsigned int kRefocusPreset = 202;
+
+static void callPreset(unsigned int value) {
+    if (value != kRefocusPreset) {
+        Lens_Goto_Preset(static_cast<int>(value));
+        return;
+    }
+    storeWord(&g_AutoCheckEnable, 1);
+    printf("_Fun:%s Line:%d ", "lensMotorPreset", __LINE__);
+    puts("Enable Autofocus Check.");
+}
+
+static void clearPreset(unsigned int value) {
+    if (value != kRefocusPreset) {
+        Lens_Clear_Preset(static_cast<int>(value));
+        return;
+    }
+    storeWord(&g_AutoCheckEnable, 0);
+    printf("_Fun:%s Line:%d ", "lensMotorPreset", __LINE__);
+    puts("Disable Autofocus Check.");
+}
+
+void lensMotorPreset(AF_CMD_em emCmd) {
+    const unsigned int value = readCommandArgument();
+    bool refocus = false;
+    switch (emCmd) {
+    case CMD_SPST:
+        Lens_Set_Preset(static_cast<int>(value));
+        break;
+    case CMD_CAPST:
+        callPreset(value);
+        break;
+    case CMD_CLPST:
+        clearPreset(value);
+        break;
+    default: // CMD_DZF
+        refocus = Lens_Direct_ZFPosition(static_cast<unsigned short>(value & 0xFFFF),
+                                         static_cast<unsigned short>(value >> 16)) != 0;
+        break;
+    }
+    Lens_Set_Command(refocus ? CMD_FOCUS : CMD_NONE);
+}

@@ -1,0 +1,244 @@
+#include "af_manual/manual_thread.h"
+
+#include "af_interface/refocus_trigger.h"
+#include "af_interface/statistics.h"
+#include "af_lens/focus/calibration.h"
+#include "af_lens/focus/curve_drawing.h"
+#include "af_lens/focus/focus_pass.h"
+#include "af_lens/focus/step_choice.h"
+#include "af_lens/lens_start.h"
+#include "af_lens/model/focus_lines.h"
+#include "af_lens/model/lens_state.h"
+#include "af_lens/model/persistence.h"
+#include "af_lens/model/zoom_grid.h"
+#include "af_lens/motion/home_search.h"
+#include "af_lens/motion/moves.h"
+#include "af_lens/motor_claim.h"
+#include "af_ms419xx/ms419xx.h"
+#include "platform/shared_word.h"
+#include "platform/trace.h"
+
+#include <string.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+int g_ManualTest, g_ManualFlag, g_ManualStep, g_ManualVdfz;
+pthread_mutex_t man_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t man_ready = PTHREAD_COND_INITIALIZER;
+
+static const long kNanosecondsPerMicrosecond = 1000;
+static const useconds_t kClaimPollUs = 50000;
+
+enum ManualAction {
+    kZoomWide = 1,
+    kZoomTele = 2,
+    kFocusNear = 3,
+    kFocusFar = 4,
+    kReset = 6,
+    kMeasureCurve = 7,
+    kDrawCurve = 8,
+    kCurveService = 9,
+    kCheckPi = 10,
+};
+
+// Second parameters of kDrawCurve and kCurveService.
+enum { kDrawEqualSteps = 1, kDrawQuarterPoints = 2, kToggleLine = 250, kAdvise = 252 };
+
+namespace {
+struct ManualRequest {
+    int flag;
+    int step;
+    int vdfz;
+};
+} // namespace
+
+// ---- The request mailbox ----
+
+void manualCtrlFun(unsigned int flag, unsigned int step, unsigned int vdfz) {
+    pthread_mutex_lock(&man_lock);
+    g_ManualFlag = static_cast<int>(flag);
+    g_ManualStep = static_cast<int>(step);
+    g_ManualVdfz = static_cast<int>(vdfz);
+    g_ManualTest = 1;
+    pthread_cond_signal(&man_ready);
+    pthread_mutex_unlock(&man_lock);
+}
+
+void manualWaitCtrlFun(void) {
+    pthread_mutex_lock(&man_lock);
+    struct timeval now;
+    gettimeofday(&now, nullptr);
+    struct timespec timeout;
+    timeout.tv_sec = now.tv_sec + 1;
+    timeout.tv_nsec = now.tv_usec * kNanosecondsPerMicrosecond;
+    pthread_cond_timedwait(&man_ready, &man_lock, &timeout);
+    pthread_mutex_unlock(&man_lock);
+}
+
+static bool takeRequest(ManualRequest *request) {
+    pthread_mutex_lock(&man_lock);
+    const bool pending = g_ManualTest != 0;
+    if (pending) {
+        *request = {g_ManualFlag, g_ManualStep, g_ManualVdfz};
+        g_ManualTest = 0;
+    }
+    pthread_mutex_unlock(&man_lock);
+    return pending;
+}
+
+// ---- Actions ----
+
+// Exactly vdfz groups at the VD rate; no travel limit is checked.
+static void stepZoom(MS_Action_em type, const ManualRequest &request) {
+    const unsigned char zStep = static_cast<unsigned char>(request.step & 0xFF);
+    MS419XX_Set_PSUM_ICNT_Register(type, zStep, LED_DISABLE);
+    for (int i = 0; i < request.vdfz; ++i) {
+        MS419XX_VDFZ();
+        Lens_Fresh_ZFLocation(type, zStep);
+    }
+    brakeBothChannels();
+}
+
+// Up to vdfz + 1 groups, one a frame, never beyond the focus limits. A counter beyond a limit has
+// no travel left either.
+static void stepFocus(MS_Action_em type, const ManualRequest &request) {
+    int xStep = 0;
+    unsigned char fStep = static_cast<unsigned char>(request.step & 0xFF);
+    MS419XX_Set_PSUM_ICNT_RegofFocus(type, fStep);
+    AF_Statistics_Info afStatistics;
+    AF_Statistics_Info afStatisticsOld;
+    memset(&afStatisticsOld, 0, sizeof afStatisticsOld);
+    afStatisticsFresh(&afStatistics);
+    Lens_Peak_Detect(&afStatisticsOld, &afStatistics, &xStep, fStep);
+    for (int i = 0;;) {
+        const int range = focusRunRange(type, FM_Near_Limit, FM_Far_Limit);
+        if (range <= 0)
+            break;
+        clipFocusStep(type, range, &fStep);
+        MS419XX_VDF();
+        Lens_Fresh_ZFLocation(type, fStep);
+        xStep += fStep;
+        if (++i > request.vdfz)
+            break;
+        afStatisticsFresh(&afStatistics);
+        Lens_Peak_Detect(&afStatisticsOld, &afStatistics, &xStep, fStep);
+    }
+    MS419XX_Break_MotorCD(LED_DISABLE);
+    MS419XX_VDF();
+}
+
+// The line numbers of the traces below are part of their texts.
+static void tracePrefix(int line) {
+    printf("_Fun:%s Line:%d ", "manualCtrlThread", line);
+}
+
+static void adviseInfinity(int line) {
+    tracePrefix(line);
+    puts("Maybe should use curve of INF.");
+}
+
+static void advise2M(int line) {
+    tracePrefix(line);
+    puts("Maybe should use curve of 2M.");
+}
+
+static void toggleLine() {
+    g_FLineFlag = g_FLineFlag == kLineInfinity ? kLine2M : kLineInfinity;
+    tracePrefix(251);
+    printf("Skip to %s.\n", g_FLineFlag != kLineInfinity ? "2M Line" : "INF Line");
+}
+
+// Diagnostic only. The advice texts name the lines the way tools know them.
+static void adviseLine() {
+    int index1 = 0;
+    int index2 = 0;
+    unsigned int nP, fP;
+    Lens_Get_ZoomIndex(&index1, &index2, zoomPosition());
+    Lens_Get_SearchRange(index1, index2, &nP, &fP);
+    const unsigned int focus = focusPosition();
+    tracePrefix(267);
+    printf("[%d,%d], FM: %d\n", static_cast<int>(nP), static_cast<int>(fP),
+           static_cast<int>(focus));
+    if (focus <= nP) {
+        adviseInfinity(271);
+        return;
+    }
+    if (focus >= fP) {
+        advise2M(275);
+        return;
+    }
+    nP = focus - nP;
+    fP = fP - focus;
+    tracePrefix(281);
+    printf("Update [%d,%d]\n", static_cast<int>(nP), static_cast<int>(fP));
+    if (nP >= fP)
+        advise2M(285);
+    else
+        adviseInfinity(288);
+}
+
+static void drawCurve(const ManualRequest &request) {
+    if (request.vdfz == kDrawEqualSteps)
+        Lens_Draw_CurveOfZoomAndFocus();
+    else if (request.vdfz == kDrawQuarterPoints)
+        Lens_Draw_CurveOfZoomAndFocus2();
+}
+
+static void serveCurve(const ManualRequest &request) {
+    if (request.step == kToggleLine)
+        toggleLine();
+    else if (request.step == kAdvise)
+        adviseLine();
+}
+
+static void performAction(const ManualRequest &request) {
+    switch (request.flag) {
+    case kZoomWide:
+        stepZoom(MS_Z_WIDE, request);
+        break;
+    case kZoomTele:
+        stepZoom(MS_Z_TELE, request);
+        break;
+    case kFocusNear:
+        stepFocus(MS_F_NEAR, request);
+        break;
+    case kFocusFar:
+        stepFocus(MS_F_FAR, request);
+        break;
+    case kReset:
+        Lens_Reset();
+        break;
+    case kMeasureCurve:
+        Lens_Generate_FocusLine2();
+        break;
+    case kDrawCurve:
+        drawCurve(request);
+        break;
+    case kCurveService:
+        serveCurve(request);
+        break;
+    case kCheckPi:
+        Lens_Check_PIPosition();
+        break;
+    default: // nothing but the position below
+        break;
+    }
+}
+
+void *manualCtrlThread(void *) {
+    pthread_detach(pthread_self());
+    puts("____manualCtrlThread create____");
+    for (;;) {
+        manualWaitCtrlFun();
+        ManualRequest request;
+        if (!takeRequest(&request))
+            continue;
+        while (!claimMotors())
+            usleep(kClaimPollUs);
+        storeWord(&g_AutoCheckFlag, 0);
+        performAction(request);
+        Lens_Print_Location();
+        Lens_Save_ZFLocation();
+        releaseMotors();
+    }
+}

@@ -1,0 +1,101 @@
+#include "sony/serial_thread.h"
+
+#include "platform/shared_word.h"
+#include "sony/framing.h"
+#include "sony/pelco_d.h"
+#include "sony/serial_port.h"
+#include "sony/visca.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/select.h>
+#include <unistd.h>
+
+static const int kBufferSize = 32;
+static const time_t kSelectSeconds = 3;
+static const useconds_t kQuietPortUs = 10000;
+
+enum PortState { kPortReadable, kPortQuiet, kPortFailed };
+
+static PortState waitForPort(int fd) {
+    fd_set readable;
+    struct timeval timeout = {kSelectSeconds, 0};
+    int ready = -1;
+    errno = EBADF;
+    FD_ZERO(&readable);
+    if (fd < FD_SETSIZE) {
+        FD_SET(fd, &readable);
+        ready = select(fd + 1, &readable, nullptr, nullptr, &timeout);
+    }
+    if (ready < 0) {
+        perror("SonyViscaProtocol select() call");
+        return kPortFailed;
+    }
+    return ready > 0 && FD_ISSET(fd, &readable) ? kPortReadable : kPortQuiet;
+}
+
+// The rest of a frame, however long the port stays quiet in its middle.
+static void readMissing(int fd, char *data, int missing) {
+    while (missing > 0) {
+        const int count = RecvVISCACmd(fd, data, missing);
+        if (count == 0) {
+            puts("RecvVISCACmd continue.");
+            usleep(kQuietPortUs);
+            continue;
+        }
+        data += count;
+        missing -= count;
+    }
+}
+
+static void processFrame(char *buffer, int length, int type) {
+    unsigned char *frame = reinterpret_cast<unsigned char *>(buffer);
+    if (type == kPelcoD)
+        PelcodProcess(frame, length);
+    else
+        SonyViscaProcess(frame, length);
+}
+
+static void serveFrame(int fd) {
+    char buffer[kBufferSize];
+    memset(buffer, 0, sizeof buffer);
+    const int started = RecvVISCACmd(fd, buffer, kFrameStart);
+    if (started < kFrameStart) {
+        PrintfVISCA(buffer, started);
+        if (started == 0)
+            usleep(kQuietPortUs); // a port that was hung up is readable for ever
+        return;
+    }
+    int type = kViscaGeneral;
+    const int due = CheckVISCACmd(buffer, kFrameStart, &type);
+    if (due < 0) {
+        PrintfVISCA(buffer, kFrameStart);
+        return;
+    }
+    int length = kFrameStart + due;
+    readMissing(fd, buffer + kFrameStart, due);
+    const bool terminated = static_cast<unsigned char>(buffer[length - 1]) == kTerminator;
+    if (type == kViscaDirect && !terminated) {
+        readMissing(fd, buffer + length, kFrameExtension);
+        length += kFrameExtension;
+    }
+    processFrame(buffer, length, type);
+}
+
+void *SonyViscaProtocol(void *) {
+    pthread_detach(pthread_self());
+    const int fd = loadWord(&Usart1_fd);
+    if (fd < 0) {
+        printf("__%s____ create failure ____\n", __func__);
+    } else {
+        printf("__%s____ create success____\n", __func__);
+        for (PortState state = kPortQuiet; state != kPortFailed;) {
+            state = waitForPort(fd);
+            if (state == kPortReadable)
+                serveFrame(fd);
+        }
+    }
+    printf("\n\n\n\n__%s____ Quit ____\n\n\n\n", __func__);
+    return nullptr;
+}
