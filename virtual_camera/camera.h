@@ -13,7 +13,8 @@ namespace vcam {
 void powerOn(const CameraOptions &options);
 
 /// Stop the clock for good, hand trace and console to their files and remove a scratch folder that
-/// nobody named. Runs at exit; who leaves with _exit calls it before.
+/// nobody named. Runs at exit; who leaves with _exit calls it before. A camera that stopped by
+/// itself (clock/last_words.h) leaves its folder for whoever looks into it.
 void powerOff();
 
 } // namespace vcam

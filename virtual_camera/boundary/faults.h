@@ -1,8 +1,10 @@
 // The back door through which tests make system calls fail.
 //
-// Calls are named as in C: open, close, ioctl, read, write, select, access, fopen, unlink, system,
-// pthread_create. What they are made on is a path or a device: "/dev/hi_gpio", "/dev/spidev1.0",
-// "serial", for system the command; "" is any. malloc and calloc fail only inside the library.
+// Calls are named as in C: open (all its variants), close, ioctl, read, write, select, poll, fopen,
+// access, unlink, remove, rename, chmod, socket, bind, listen, connect, accept, system,
+// pthread_create. What they are made on is a path or a device, "/dev/hi_gpio", "/dev/spidev1.0" or
+// "serial"; for system it is the command; "" is any. malloc and calloc fail only inside the
+// library.
 #pragma once
 
 namespace vcam {

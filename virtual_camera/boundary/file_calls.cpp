@@ -35,6 +35,7 @@ static NextCall<int(const char *)> nextUnlink{"unlink"};
 static NextCall<int(const char *)> nextRemove{"remove"};
 static NextCall<int(const char *)> nextRmdir{"rmdir"};
 static NextCall<int(const char *, mode_t)> nextMkdir{"mkdir"};
+static NextCall<int(const char *, mode_t)> nextChmod{"chmod"};
 static NextCall<int(const char *, const char *)> nextRename{"rename"};
 static NextCall<StatCall> nextStat{"stat"};
 static NextCall<StatCall> nextLstat{"lstat"};
@@ -161,6 +162,10 @@ int rename(const char *from, const char *to) __THROW {
 
 int mkdir(const char *path, mode_t mode) __THROW {
     return vcam::nextMkdir(vcam::Redirected(path), mode);
+}
+
+int chmod(const char *path, mode_t mode) __THROW {
+    return vcam::failsNow("chmod", path) ? -1 : vcam::nextChmod(vcam::Redirected(path), mode);
 }
 
 int rmdir(const char *path) __THROW {
