@@ -24,8 +24,9 @@ constexpr uint16_t kEnableBit = 0x0400;
 constexpr uint16_t kLedBit = 0x0800;
 constexpr uint16_t kUnusedBits = 0xF000;
 
-/// A full 28203-unit total takes 25 ms.
-constexpr double kUnitUs = 25000.0 / 28203.0;
+/// So many units of a step period last so many microseconds.
+constexpr int64_t kClockUnits = 28203;
+constexpr int64_t kClockUs = 25000;
 
 constexpr unsigned kRegisters[] = {0x20, 0x22, 0x23, 0x24, 0x25, 0x27, 0x28, 0x29, 0x2A};
 constexpr unsigned kSetUpRegisters[] = {0x20, 0x22, 0x23, 0x27, 0x28};
@@ -123,13 +124,14 @@ void latchChannel(const Channel &channel, Latched &latched, int64_t periodUs) {
         stopMotor(channel.axis);
         return;
     }
-    const double stepUs = latched.stepUnits * kUnitUs;
-    if (latched.stepUnits == 0 || stepUs * steps > static_cast<double>(periodUs)) {
+    const bool fits = steps * latched.stepUnits * kClockUs <= periodUs * kClockUnits;
+    if (latched.stepUnits == 0 || !fits) {
         recordViolation("chip", "channel %s: %d steps of %u units do not fit %" PRId64 " us",
                         channel.name, steps, latched.stepUnits, periodUs);
     }
     const bool isBitSet = (latched.word & kDirectionBit) != 0;
     const int sign = channel.directionWhenSet[chip.wiring] * (isBitSet ? 1 : -1);
+    const double stepUs = static_cast<double>(latched.stepUnits * kClockUs) / kClockUnits;
     runMotor(channel.axis, sign, steps, stepUs);
     trace("chip", "run", "channel=%s steps=%d units=%u", channel.name, sign * steps,
           latched.stepUnits);
