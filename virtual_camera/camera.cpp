@@ -9,16 +9,17 @@
 #include "devices/power_on.h"
 #include "devices/serial_port.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace vcam {
 
 static void require(bool isDone, const char *what) {
     if (isDone)
         return;
-    fprintf(stderr, "virtual camera: can't make %s: ", what);
-    perror(nullptr);
+    fprintf(stderr, "virtual camera: can't make %s: %s\n", what, strerror(errno));
     _Exit(EXIT_FAILURE);
 }
 

@@ -2,6 +2,7 @@
 
 #include "clock/next_call.h"
 #include "clock/thread_table.h"
+#include "clock/unobserved.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -65,6 +66,7 @@ static bool isRedirected(const char *path) {
 Redirected::Redirected(const char *path) : path_(path) {
     if (path == nullptr || !isRegisteredThread() || !isRedirected(path))
         return;
+    const Unobserved unobserved;
     const int length = snprintf(room_, sizeof(room_), "%s%s", scratch.c_str(), path);
     if (length > 0 && static_cast<size_t>(length) < sizeof(room_))
         path_ = room_;
