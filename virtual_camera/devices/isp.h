@@ -29,7 +29,8 @@ void failIspCall(IspCall call, int32_t code, int times, int64_t fromFrame = 0);
 /// No frame ends from now until that instant.
 void stallFramesUntilUs(int64_t timeUs);
 
-/// Frames that have ended since power-on, by the sensor's clock.
+/// Number of the frame that ended last. The sensor's clock runs on through a stall, so the numbers
+/// of the frames that were not delivered are left out.
 int64_t frameCount();
 
 /// Lamps in the picture: bit row * 8 + column saturates that zone at night.
