@@ -15,6 +15,11 @@ constexpr int64_t kNsPerSecond = kUsPerSecond * kNsPerUs;
 /// The camera is always switched on at 2024-01-01 00:00:00 UTC, so that log files repeat too.
 constexpr int64_t kPowerOnCalendarUs = 1704067200 * kUsPerSecond;
 
+/// libc refuses a time whose nanoseconds were never carried into its seconds.
+inline bool hasValidNs(const struct timespec &time) {
+    return time.tv_nsec >= 0 && time.tv_nsec < kNsPerSecond;
+}
+
 /// Rounded up: a wait is never shorter than asked for.
 inline int64_t toUsUp(const struct timespec &time) {
     return time.tv_sec * kUsPerSecond + (time.tv_nsec + kNsPerUs - 1) / kNsPerUs;

@@ -127,8 +127,9 @@ static int answerSelect(int count, fd_set *reading, fd_set *writing, fd_set *exc
     const Asked asked = takeAsked(count, reading, writing, excepted);
     if (failsNow("select", asked.serialReading || asked.serialWriting ? "serial" : ""))
         return -1;
-    if (asked.closedOne) {
-        errno = EBADF;
+    const bool isNegative = timeout != nullptr && (timeout->tv_sec < 0 || timeout->tv_usec < 0);
+    if (asked.closedOne || isNegative) {
+        errno = asked.closedOne ? EBADF : EINVAL;
         return -1;
     }
     const int64_t deadlineUs = timeout == nullptr ? kForeverUs : nowUs() + toUs(*timeout);

@@ -59,6 +59,18 @@ static int waitForCondition(pthread_cond_t *condition, pthread_mutex_t *mutex, i
     return wasWoken ? 0 : ETIMEDOUT;
 }
 
+static int waitUntil(pthread_cond_t *condition, pthread_mutex_t *mutex,
+                     const struct timespec &time) {
+    return hasValidNs(time) ? waitForCondition(condition, mutex, toDeadlineUs(time)) : EINVAL;
+}
+
+static int lockUntil(pthread_mutex_t *mutex, const struct timespec &time) {
+    const int result = nextTrylock(mutex);
+    if (result != EBUSY)
+        return result;
+    return hasValidNs(time) ? lock(mutex, toDeadlineUs(time)) : EINVAL;
+}
+
 } // namespace vcam
 
 // ======== the calls that we override: nothing above calls one of them
@@ -92,7 +104,7 @@ int pthread_mutex_trylock(pthread_mutex_t *mutex) __THROWNL {
 
 int pthread_mutex_timedlock(pthread_mutex_t *__restrict mutex,
                             const struct timespec *__restrict time) __THROWNL {
-    return vcam::isRegisteredThread() ? vcam::lock(mutex, vcam::toDeadlineUs(*time))
+    return vcam::isRegisteredThread() ? vcam::lockUntil(mutex, *time)
                                       : vcam::nextTimedlock(mutex, time);
 }
 
@@ -107,16 +119,14 @@ int pthread_cond_wait(pthread_cond_t *__restrict condition, pthread_mutex_t *__r
 
 int pthread_cond_timedwait(pthread_cond_t *__restrict condition, pthread_mutex_t *__restrict mutex,
                            const struct timespec *__restrict time) {
-    return vcam::isRegisteredThread()
-               ? vcam::waitForCondition(condition, mutex, vcam::toDeadlineUs(*time))
-               : vcam::nextTimedwait(condition, mutex, time);
+    return vcam::isRegisteredThread() ? vcam::waitUntil(condition, mutex, *time)
+                                      : vcam::nextTimedwait(condition, mutex, time);
 }
 
 int pthread_cond_clockwait(pthread_cond_t *__restrict condition, pthread_mutex_t *__restrict mutex,
                            clockid_t clock, const struct timespec *__restrict time) {
-    return vcam::isRegisteredThread()
-               ? vcam::waitForCondition(condition, mutex, vcam::toDeadlineUs(*time))
-               : vcam::nextClockwait(condition, mutex, clock, time);
+    return vcam::isRegisteredThread() ? vcam::waitUntil(condition, mutex, *time)
+                                      : vcam::nextClockwait(condition, mutex, clock, time);
 }
 
 int pthread_cond_signal(pthread_cond_t *condition) __THROWNL {

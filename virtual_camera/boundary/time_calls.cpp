@@ -29,8 +29,8 @@ static void sleepAtLeast(int64_t us) {
     sleepUs(std::max<int64_t>(us, 1));
 }
 
-static bool isValid(const struct timespec &time) {
-    return time.tv_sec >= 0 && time.tv_nsec >= 0 && time.tv_nsec < kNsPerSecond;
+static bool isSleepable(const struct timespec &time) {
+    return time.tv_sec >= 0 && hasValidNs(time);
 }
 
 static bool isOfConsumedTime(clockid_t clock) {
@@ -71,7 +71,7 @@ unsigned sleep(unsigned seconds) {
 int nanosleep(const struct timespec *time, struct timespec *left) {
     if (!vcam::isRegisteredThread())
         return vcam::nextNanosleep(time, left);
-    if (!vcam::isValid(*time)) {
+    if (!vcam::isSleepable(*time)) {
         errno = EINVAL;
         return -1;
     }
@@ -83,7 +83,7 @@ int clock_nanosleep(clockid_t clock, int flags, const struct timespec *time,
                     struct timespec *left) {
     if (!vcam::isRegisteredThread())
         return vcam::nextClockNanosleep(clock, flags, time, left);
-    if (!vcam::isValid(*time))
+    if (!vcam::isSleepable(*time))
         return EINVAL;
     if ((flags & TIMER_ABSTIME) != 0)
         vcam::sleepUntilUs(vcam::toDeadlineUs(*time));
