@@ -1,0 +1,168 @@
+#include "stage.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "autofocus_service.h"
+#include "camera.h"
+#include "clock/trace.h"
+#include "clock/virtual_clock.h"
+#include "devices/isp.h"
+#include "devices/lens.h"
+#include "devices/serial_port.h"
+#include "host.h"
+#include "optics/lens_curves.h"
+
+namespace demo {
+
+static constexpr double kUsPerS = 1e6;
+static constexpr int64_t kProgressEveryUs = 2500000;
+static constexpr double kSharpHalfDepths = 1;
+
+using vcam::Axis;
+
+std::string spellBytes(const std::vector<uint8_t> &bytes) {
+    std::string text;
+    for (uint8_t byte : bytes) {
+        char pair[4];
+        snprintf(pair, sizeof pair, "%s%02X", text.empty() ? "" : " ", byte);
+        text += pair;
+    }
+    return text;
+}
+
+Stage::Stage(vcam::CameraOptions options, const std::string &outFolder)
+    : out(outFolder), store(outFolder + "/store"),
+      framePeriodUs(std::lround(kUsPerS / options.frameRateHz)) {
+    options.scratch = out + "/camera";
+    options.traceFile = out + "/trace.txt";
+    options.consoleFile = out + "/console.txt";
+    fflush(stdout);
+    // A configuration, not a command: the lens model is a word of the library's that is set before
+    // it starts.
+    g_LensType = options.lensType;
+    vcam::powerOn(options);
+    fprintf(stdout, "%9s  %-46s %13s %13s  %-4s %8s\n", "time s", "", "true", "believed", "OSD",
+            "error");
+    fprintf(stdout, "%9s  %-46s %13s %13s  %-4s %8s\n", "", "", "zoom  focus", "zoom  focus", "",
+            "half dof");
+    report("power on, the lens stands somewhere unknown");
+    if (!startHost(store, vcam::serialDescriptor())) {
+        fprintf(stdout, "the library refuses to start: see %s\n", options.consoleFile.c_str());
+        exit(EXIT_FAILURE);
+    }
+}
+
+double Stage::timeS() const {
+    return static_cast<double>(vcam::nowUs()) / kUsPerS;
+}
+
+void Stage::report(const std::string &what) {
+    unsigned int zoom = 0;
+    unsigned int focus = 0;
+    char osd[AF_OSD_TEXT_SIZE] = "";
+    Lens_Get_Location(&zoom, &focus);
+    AF_Manager_Get_OSDData_API(osd);
+    fprintf(stdout, "%9.3f  %-46s %6d %6d %6u %6u  %-4s %+8.2f\n", timeS(), what.c_str(),
+            vcam::truePosition(Axis::Zoom), vcam::truePosition(Axis::Focus), zoom, focus,
+            osd[0] != '\0' ? osd : "-", vcam::focusErrorHalfDepths());
+    fflush(stdout);
+}
+
+void Stage::noteSample() {
+    allSamples.push_back({timeS(), vcam::truePosition(Axis::Zoom), vcam::truePosition(Axis::Focus),
+                          vcam::inFocusPosition(), vcam::focusValue(),
+                          vcam::focusErrorHalfDepths()});
+}
+
+// Samples fall on the frames' ends, where the ISP looks too.
+void Stage::advanceUs(int64_t us) {
+    const int64_t endUs = vcam::nowUs() + us;
+    while (vcam::nowUs() < endUs) {
+        const int64_t nextFrameUs = (vcam::nowUs() / framePeriodUs + 1) * framePeriodUs;
+        vcam::sleepUntilUs(nextFrameUs < endUs ? nextFrameUs : endUs);
+        if (vcam::nowUs() == nextFrameUs)
+            noteSample();
+    }
+}
+
+bool Stage::advanceUntil(const std::string &waitingFor, double limitS,
+                         const std::function<bool()> &isDone) {
+    const int64_t startUs = vcam::nowUs();
+    int64_t progressUs = startUs + kProgressEveryUs;
+    while (!isDone()) {
+        if (static_cast<double>(vcam::nowUs() - startUs) > limitS * kUsPerS) {
+            check(false, waitingFor + ": not within the time that it may take");
+            return false;
+        }
+        advanceUs(framePeriodUs);
+        if (vcam::nowUs() >= progressUs) {
+            report("    ... " + waitingFor);
+            progressUs += kProgressEveryUs;
+        }
+    }
+    return true;
+}
+
+bool Stage::advanceUntilIdle(const std::string &waitingFor, double limitS) {
+    return advanceUntil(waitingFor, limitS, [] {
+        return Lens_Get_Command() == CMD_NONE &&
+               __atomic_load_n(&g_AutoCheckFlag, __ATOMIC_ACQUIRE);
+    });
+}
+
+void Stage::send(const std::string &meaning, const std::vector<uint8_t> &bytes) {
+    vcam::controllerSends(bytes);
+    report(meaning + "  " + spellBytes(bytes));
+}
+
+void Stage::inquire(const std::string &meaning, const std::vector<uint8_t> &bytes,
+                    const std::vector<uint8_t> &expected) {
+    vcam::cameraSent(); // whatever came before
+    send(meaning, bytes);
+    advanceUs(framePeriodUs);
+    const std::vector<uint8_t> reply = vcam::cameraSent();
+    report("    reply: " + spellBytes(reply));
+    check(reply == expected, meaning + " is answered " + spellBytes(expected));
+}
+
+void Stage::check(bool isGood, const std::string &what) {
+    if (!isGood)
+        checksFailed += 1;
+    fprintf(stdout, "%9s  %s %s\n", "", isGood ? "[good]" : "[BAD] ", what.c_str());
+}
+
+void Stage::checkCountersTrue(const std::string &when) {
+    unsigned int zoom = 0;
+    unsigned int focus = 0;
+    Lens_Get_Location(&zoom, &focus);
+    check(static_cast<int>(zoom) == vcam::truePosition(Axis::Zoom) &&
+              static_cast<int>(focus) == vcam::truePosition(Axis::Focus),
+          when + ": the counters equal the truth");
+}
+
+void Stage::checkSharp(const std::string &when) {
+    char text[160];
+    const double error = vcam::focusErrorHalfDepths();
+    snprintf(text, sizeof text, "%s: sharp, %.2f half depths of focus off", when.c_str(), error);
+    check(std::fabs(error) <= kSharpHalfDepths, text);
+}
+
+int Stage::giveVerdict() {
+    for (const std::string &violation : vcam::violations())
+        fprintf(stdout, "%9s  violation: %s\n", "", violation.c_str());
+    check(vcam::violationCount() == 0, "the hardware had nothing to complain of");
+    check(vcam::lostSteps(Axis::Zoom) == 0 && vcam::lostSteps(Axis::Focus) == 0,
+          "no motor was driven against its stop");
+    vcam::powerOff();
+    if (checksFailed == 0)
+        fprintf(stdout, "\nVERDICT: good\n");
+    else
+        fprintf(stdout, "\nVERDICT: BAD, %d checks failed\n", checksFailed);
+    fflush(stdout);
+    return checksFailed == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+} // namespace demo
