@@ -48,7 +48,7 @@ int SPI_Init(void) {
 
 // The statistics thread releases the link when it gives up, while the lens-control thread may be
 // in the middle of a move. The number of a closed descriptor is soon another file's, so -1 takes
-// its place before the close; what follows fails instead of reaching that file.
+// its place before the close: a transfer that starts later fails instead of reaching that file.
 void SPI_Release(void) {
     const int fd = loadWord(&g_SPIFd);
     storeWord(&g_SPIFd, -1);

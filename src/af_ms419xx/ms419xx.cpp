@@ -33,7 +33,7 @@ unsigned int countVdPeriods(void) {
 }
 
 static void pulseVd(unsigned int pin, unsigned int periodUs) {
-    if (Hisi_Gpio_SetVDF(pin, periodUs) >= 0)
+    if (Hisi_Gpio_SetVDF(pin, periodUs) != -1)
         storeWord(&g_vdPeriods, g_vdPeriods + 1);
 }
 

@@ -19,6 +19,7 @@
 // Each sensor is lit by the LED output of the other channel, which stays as it is set while only
 // the searched channel is programmed.
 
+static const char kSearchName[] = "Lens_Search_PI"; // for the traces of its passes
 static const useconds_t kSettleUs = 500000;
 static const useconds_t kBetweenAxesUs = 200000;
 static const unsigned char kFastRampStep = 8;
@@ -91,8 +92,9 @@ static bool runFastPass(const SearchedAxis &axis, MS_Action_em direction, int *l
         }
         *travelled += step;
         if (*travelled >= axis.travel) {
-            TRACE_FORMAT("Error, [%d,%d].\n", static_cast<int>(*travelled),
-                         static_cast<int>(axis.travel));
+            printf("_Fun:%s Line:%d ", kSearchName, __LINE__);
+            printf("Error, [%d,%d].\n", static_cast<int>(*travelled),
+                   static_cast<int>(axis.travel));
             brakeBothChannels();
             return false;
         }
@@ -125,7 +127,8 @@ static bool runSlowPass(const SearchedAxis &axis, MS_Action_em direction, unsign
         }
         MS419XX_VDFZ();
     }
-    TRACE_TEXT("Error, Return here.");
+    printf("_Fun:%s Line:%d ", kSearchName, __LINE__);
+    puts("Error, Return here.");
     brakeBothChannels();
     return false;
 }

@@ -25,7 +25,7 @@ void Lens_Get_DirAndStep2(MS_Action_em type, unsigned char *zStep, unsigned char
     int index1 = 0;
     int index2 = 0;
     Lens_Get_ZoomIndex(&index1, &index2, zoomPosition());
-    const bool atWideEnd = index1 == 0 && index2 == 0 && type == MS_Z_WIDE;
+    const bool atWideEnd = index1 == 0 && index2 == 0 && type != MS_Z_TELE;
     const bool atTeleEnd = index1 == kTeleTag && type == MS_Z_TELE;
     if (atWideEnd || atTeleEnd) {
         *zStep = kEndOfGridStep;

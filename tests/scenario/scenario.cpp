@@ -1,0 +1,224 @@
+#include "scenario.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "camera.h"
+#include "clock/trace.h"
+#include "clock/virtual_clock.h"
+#include "devices/lens.h"
+#include "devices/serial_port.h"
+
+namespace scenario {
+
+static std::string traceFile;
+
+Host &host() {
+    static Host theHost;
+    return theHost;
+}
+
+// ---- The process ----
+
+static int runCase(vcam::CameraOptions options, const std::function<void()> &body) {
+    vcam::powerOn(options);
+    body();
+    vcam::powerOff();
+    return testing::Test::HasFailure() ? 1 : 0;
+}
+
+void run(const vcam::CameraOptions &given, const std::function<void()> &body) {
+    char folder[] = "/tmp/scenario-XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    vcam::CameraOptions options = given;
+    options.scratch = std::string(folder) + "/camera";
+    options.traceFile = traceFile = std::string(folder) + "/trace.txt";
+    options.consoleFile = std::string(folder) + "/console.txt";
+    fflush(nullptr);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        const int status = runCase(options, body);
+        fflush(nullptr);
+        _exit(status);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    const testing::TestInfo *test = testing::UnitTest::GetInstance()->current_test_info();
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
+        << "seed " << options.seed
+        << ", replay: scenario_tests --gtest_filter=" << test->test_suite_name() << "."
+        << test->name();
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+}
+
+void run(const std::function<void()> &body) {
+    run(vcam::CameraOptions{}, body);
+}
+
+// ---- The host ----
+
+static int savePosition(unsigned zoom, unsigned focus) {
+    host().savedPositions.emplace_back(zoom, focus);
+    return host().storeResult;
+}
+
+static int loadPosition(unsigned *zoom, unsigned *focus) {
+    *zoom = host().zoom;
+    *focus = host().focus;
+    return host().hasPosition ? 0 : -1;
+}
+
+static int savePresets(PRESET_INF *presets) {
+    host().presets = *presets;
+    host().savedPresetTables += 1;
+    return host().storeResult;
+}
+
+static int loadPresets(PRESET_INF *presets) {
+    *presets = host().presets;
+    return host().hasPresets ? 0 : -1;
+}
+
+static int saveFocusLine(FOCUS_POINT *line) {
+    host().focusLine = *line;
+    host().savedFocusLines += 1;
+    return host().storeResult;
+}
+
+static int loadFocusLine(FOCUS_POINT *line) {
+    *line = host().focusLine;
+    return host().hasFocusLine ? 0 : -1;
+}
+
+static int switchDayNight(int mode) {
+    host().dayNightRequests.push_back(mode);
+    return 0;
+}
+
+void startLibrary() {
+    AF_Manager_Init_LensPosition_API(savePosition, loadPosition);
+    AF_Manager_Init_PresetInfo_API(savePresets, loadPresets);
+    AF_Manager_Init_FocusPoint_API(saveFocusLine, loadFocusLine);
+    AF_Manager_Init_DayNightModeFun_API(switchDayNight);
+    AF_Manager_Init_UsartFd_API(vcam::serialDescriptor());
+    ASSERT_EQ(AF_Manager_Start_API(), 0);
+}
+
+void startAndSettle() {
+    startLibrary();
+    waitUntil([] { return !host().savedPositions.empty(); }, 60, "the lens is parked");
+    waitIdle();
+}
+
+// ---- Time and commands ----
+
+void passMs(int64_t ms) {
+    vcam::sleepUs(ms * 1000);
+}
+
+void waitUntil(const std::function<bool()> &isDone, double limitS, const char *what) {
+    const int64_t endUs = vcam::nowUs() + static_cast<int64_t>(limitS * 1e6);
+    while (!isDone() && vcam::nowUs() < endUs)
+        passMs(1);
+    EXPECT_TRUE(isDone()) << "waiting until " << what;
+}
+
+void waitIdle(double limitS) {
+    waitUntil(
+        [] {
+            return Lens_Get_Command() == CMD_NONE &&
+                   __atomic_load_n(&g_AutoCheckFlag, __ATOMIC_ACQUIRE) == 1;
+        },
+        limitS, "the lens-control thread idles");
+}
+
+void send(const std::vector<uint8_t> &bytes) {
+    vcam::controllerSends(bytes);
+}
+
+void command(AF_CMD_em code, unsigned value) {
+    __atomic_store_n(&g_ShaPosInfo->shValue, value, __ATOMIC_RELEASE);
+    __atomic_store_n(&g_ShaPosInfo->shCommand, static_cast<unsigned>(code), __ATOMIC_RELEASE);
+}
+
+void expectSound() {
+    unsigned zoom = 0;
+    unsigned focus = 0;
+    Lens_Get_Location(&zoom, &focus);
+    EXPECT_EQ(static_cast<int>(zoom), vcam::truePosition(vcam::Axis::Zoom));
+    EXPECT_EQ(static_cast<int>(focus), vcam::truePosition(vcam::Axis::Focus));
+    EXPECT_EQ(vcam::lostSteps(vcam::Axis::Zoom), 0);
+    EXPECT_EQ(vcam::lostSteps(vcam::Axis::Focus), 0);
+    for (const std::string &violation : vcam::violations())
+        ADD_FAILURE() << "violation: " << violation;
+}
+
+// ---- The trace ----
+
+std::string Event::get(const std::string &key) const {
+    const std::string padded = " " + text;
+    const size_t at = padded.find(" " + key + "=");
+    if (at == std::string::npos)
+        return "";
+    const size_t begin = at + key.size() + 2;
+    if (padded[begin] == '"')
+        return padded.substr(begin + 1, padded.rfind('"') - begin - 1);
+    return padded.substr(begin, padded.find(' ', begin) - begin);
+}
+
+std::vector<Event> events() {
+    vcam::flushTrace();
+    std::vector<Event> all;
+    std::ifstream file(traceFile);
+    for (std::string line; std::getline(file, line);) {
+        Event event;
+        std::istringstream words(line);
+        words >> event.timeUs >> event.thread >> event.device >> event.event >> std::ws;
+        std::getline(words, event.text);
+        all.push_back(event);
+    }
+    return all;
+}
+
+std::vector<Event> events(const std::string &device, const std::string &kind, int64_t fromUs) {
+    std::vector<Event> picked;
+    for (Event &event : events())
+        if (event.timeUs >= fromUs && event.device == device &&
+            (kind.empty() || event.event == kind))
+            picked.push_back(event);
+    return picked;
+}
+
+std::vector<std::string> consoleLines(int64_t fromUs) {
+    std::vector<std::string> lines;
+    for (const Event &event : events("console", "line", fromUs))
+        lines.push_back(event.get("text"));
+    return lines;
+}
+
+std::vector<std::string> motorLog(int64_t fromUs) {
+    std::vector<std::string> log;
+    for (const Event &event : events()) {
+        if (event.timeUs < fromUs)
+            continue;
+        if (event.device == "chip" && event.event == "write")
+            log.push_back(event.get("register").substr(2) + "=" + event.get("value").substr(2));
+        else if (event.device == "gpio" && event.event == "vd")
+            log.push_back("VD " + event.get("period_us"));
+    }
+    return log;
+}
+
+int count(const std::vector<std::string> &lines, const std::string &line) {
+    return static_cast<int>(std::count(lines.begin(), lines.end(), line));
+}
+
+} // namespace scenario

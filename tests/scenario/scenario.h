@@ -1,0 +1,93 @@
+// What a scenario test stands on: a fresh process with a powered virtual camera, a host in memory,
+// and the trace read back as events.
+//
+// The library's state is global and its threads never end, so each case forks before the clock
+// starts and leaves with _exit. Expectations inside the case work as usual; a failing case prints
+// its seed and the command that replays it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "autofocus_service.h"
+#include "camera_options.h"
+
+namespace scenario {
+
+/// What the in-memory host keeps for the library; set fields before startLibrary() as "stored".
+struct Host {
+    bool hasPosition = false;
+    unsigned zoom = 0;
+    unsigned focus = 0;
+    bool hasFocusLine = false;
+    FOCUS_POINT focusLine = {};
+    bool hasPresets = false;
+    PRESET_INF presets = {};
+    int storeResult = 0; ///< What the Set callbacks return.
+    std::vector<std::pair<unsigned, unsigned>> savedPositions;
+    int savedFocusLines = 0;
+    int savedPresetTables = 0;
+    std::vector<int> dayNightRequests;
+};
+
+Host &host();
+
+/// One line of the trace.
+struct Event {
+    int64_t timeUs;
+    std::string thread;
+    std::string device;
+    std::string event;
+    std::string text; ///< The key=value pairs.
+
+    /// Value of a key, "" when the event has none.
+    std::string get(const std::string &key) const;
+};
+
+/// Run @p body in a process of its own with a camera made of @p options powered on.
+void run(const vcam::CameraOptions &options, const std::function<void()> &body);
+void run(const std::function<void()> &body); ///< Default options, seed 1.
+
+/// Register the host's callbacks, hand over the serial port, start the library.
+void startLibrary();
+
+/// startLibrary() and wait until the lens is parked and the first autofocus run is done: idle.
+void startAndSettle();
+
+/// Let virtual time pass until @p isDone (polled every millisecond); a failure after @p limitS.
+void waitUntil(const std::function<bool()> &isDone, double limitS, const char *what);
+
+/// Until the mailbox holds CMD_NONE with the refocus trigger armed.
+void waitIdle(double limitS = 60);
+
+void passMs(int64_t ms);
+
+void send(const std::vector<uint8_t> &bytes);
+
+/// Mailbox argument first, then the code, as a host does through the exported record.
+void command(AF_CMD_em code, unsigned value = 0);
+
+/// Counters equal the truth, no violation, no lost step.
+void expectSound();
+
+/// All events so far, from the trace file.
+std::vector<Event> events();
+
+/// Those of one device (and kind, if given) from @p fromUs on.
+std::vector<Event> events(const std::string &device, const std::string &kind = "",
+                          int64_t fromUs = 0);
+
+/// The library's console lines so far, in order.
+std::vector<std::string> consoleLines(int64_t fromUs = 0);
+
+/// Register writes and VD pulses from @p fromUs on, as "24=0430", "VD 25000": the motor language.
+std::vector<std::string> motorLog(int64_t fromUs = 0);
+
+/// How often @p line is among @p lines.
+int count(const std::vector<std::string> &lines, const std::string &line);
+
+} // namespace scenario
