@@ -86,7 +86,7 @@ void *afvManageThread(void *) {
             printf("HI_MPI_ISP_GetStatistics error!(s32Ret = 0x%x)\n",
                    static_cast<unsigned int>(s32Ret));
             SPI_Release();
-            pthread_exit(nullptr);
+            return nullptr;
         }
         serveDiagnosticGrid(&gridFrames);
         reduceZones(stIspStatics.stFocusStat, &record);

@@ -45,7 +45,6 @@ static Next runAutofocus(AF_CMD_em alsoEndsOn) {
 
 // Every handler runs with the refocus trigger disarmed.
 static Next dispatch(unsigned int command) {
-    const AF_CMD_em cmd = static_cast<AF_CMD_em>(command);
     switch (command) {
     case CMD_ZSTOP:
         lensFocusMode(CMD_MFMODE);
@@ -53,17 +52,17 @@ static Next dispatch(unsigned int command) {
     case CMD_WIDE:
     case CMD_TELE:
         lensFocusMode(CMD_MFMODE);
-        lensMotorZoomCtrl(cmd);
+        lensMotorZoomCtrl(static_cast<AF_CMD_em>(command));
         return {true, CMD_ZSTOP};
     case CMD_NEAR:
     case CMD_FAR:
         lensFocusMode(CMD_MFMODE);
-        lensMotorFocusCtrl(cmd);
+        lensMotorFocusCtrl(static_cast<AF_CMD_em>(command));
         return kDone;
     case CMD_RESET:
     case CMD_RST:
         lensFocusMode(CMD_MFMODE);
-        lensMotorReset(cmd);
+        lensMotorReset(static_cast<AF_CMD_em>(command));
         return kDone;
     case CMD_FOCUS:
         lensFocusMode(CMD_MFMODE);
@@ -77,13 +76,13 @@ static Next dispatch(unsigned int command) {
     case CMD_CLPST:
     case CMD_DZF:
         lensFocusMode(CMD_MFMODE);
-        lensMotorPreset(cmd);
+        lensMotorPreset(static_cast<AF_CMD_em>(command));
         return kDone;
     case CMD_FSTOP:
         return kDone;
     case CMD_MFMODE:
     case CMD_AFMODE:
-        lensFocusMode(cmd);
+        lensFocusMode(static_cast<AF_CMD_em>(command));
         return kDone;
     case CMD_NONE:
     default: // every value above too

@@ -39,8 +39,7 @@ static bool findHome() {
 void Lens_Init(void) {
     Lens_Init_GlobalVariable();
     Lens_Init_ZoomStep();
-    Lens_Init_OSDMULMAP();
-    Lens_Init_ZPMAP();
+    buildRatioMaps();
     Lens_Init_PresetInfo();
     Lens_Read_FLPosition();
     Lens_Init_2MFocusLine();

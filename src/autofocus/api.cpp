@@ -42,7 +42,6 @@ int AF_Manager_Start_API(void) {
     pthread_t thread;
     if (pthread_create(&thread, nullptr, SonyViscaProtocol, nullptr) != 0) {
         puts("AF_Manager_Start create SonyViscaProtocol failure !");
-        storeWord(&started, 0); // nothing runs: the host may try again
         return -1;
     }
     if (pthread_create(&thread, nullptr, afStartThread, nullptr) != 0) {
@@ -162,6 +161,13 @@ int AF_Manager_Get_ICUTStatusLast_API(void) {
     return loadWord(&g_ICUTState) != kIcutDay ? kReportedNight : kReportedDay;
 }
 
+// The filter moves and the exposure follows; a signal that the host handles does not cut this
+// short.
+static void waitForFilter() {
+    for (unsigned int left = kFilterSettleSeconds; left != 0;)
+        left = sleep(left);
+}
+
 int AF_Manager_Set_ICUTStatusLast_API(int value) {
     if (value != kReportedNight && value != kReportedDay) {
         puts("Invaled icut mode last !");
@@ -171,7 +177,7 @@ int AF_Manager_Set_ICUTStatusLast_API(int value) {
     if (loadWord(&g_ICUTState) == state)
         return 0;
     storeWord(&g_ICUTState, state);
-    sleep(kFilterSettleSeconds); // the filter moves and the exposure follows
+    waitForFilter();
     Lens_Set_Command(CMD_FOCUS);
     return 0;
 }

@@ -6,6 +6,7 @@
 #include "platform/trace.h"
 
 #include <string.h>
+#include <unistd.h>
 
 Lens_AP_ST g_APGroupInfo;
 Lens_RP_ST g_RPGroupInfo;
@@ -17,21 +18,36 @@ bool isPresetNumber(int pst) {
     return pst >= 0 && pst < AF_PRESET_COUNT;
 }
 
-// The zoom entry is 0, empty, while the focus entry changes; a reader that meets a change between
-// its two looks at the zoom entry reads again.
+// Odd while a pair is being stored. It admits one writer at a time, for two stores, and tells a
+// reader whether a pair changed under its eyes.
+static unsigned int tableVersion = 0;
+
+static const useconds_t kRetryUs = 100;
+
+static unsigned int waitUntilWhole() {
+    unsigned int version;
+    while (((version = loadWord(&tableVersion)) & 1) != 0)
+        usleep(kRetryUs);
+    return version;
+}
+
 static void storePreset(int pst, unsigned int zoom, unsigned int focus) {
-    storeWord(&g_APGroupInfo.aZPosition[pst], 0u);
-    storeWord(&g_APGroupInfo.aFPosition[pst], focus);
+    unsigned int version;
+    do {
+        version = waitUntilWhole();
+    } while (!exchangeWord(&tableVersion, version, version + 1));
     storeWord(&g_APGroupInfo.aZPosition[pst], zoom);
+    storeWord(&g_APGroupInfo.aFPosition[pst], focus);
+    storeWord(&tableVersion, version + 2);
 }
 
 void readPreset(int pst, unsigned int *zoom, unsigned int *focus) {
-    unsigned int before;
+    unsigned int version;
     do {
-        before = loadWord(&g_APGroupInfo.aZPosition[pst]);
-        *focus = loadWord(&g_APGroupInfo.aFPosition[pst]);
+        version = waitUntilWhole();
         *zoom = loadWord(&g_APGroupInfo.aZPosition[pst]);
-    } while (before != *zoom);
+        *focus = loadWord(&g_APGroupInfo.aFPosition[pst]);
+    } while (loadWord(&tableVersion) != version);
 }
 
 int Lens_Init_PresetInfo(void) {
@@ -81,6 +97,14 @@ int Lens_Map_PstPosition(unsigned char pst, unsigned int azp, unsigned int afp) 
     return 0;
 }
 
+// On a host thread the lens may have moved, and come to rest, while the preset was published.
+static void republishIfMoved(unsigned int zoom, unsigned int focus) {
+    if (zoomPosition() != zoom)
+        Lens_Map_ZPosition(zoomPosition());
+    if (focusPosition() != focus)
+        Lens_Map_FPosition(focusPosition());
+}
+
 int Lens_Set_Preset(int pst) {
     if (!hasRecord()) {
         printf("__%s__af share buffer is null__\n", __func__);
@@ -101,6 +125,7 @@ int Lens_Set_Preset(int pst) {
     }
     if (Lens_Map_PstPosition(static_cast<unsigned char>(pst), zoom, focus) != 0)
         return -1;
+    republishIfMoved(zoom, focus);
     return Lens_Write_PresetInfo(pst, zoom, focus) != 0 ? -1 : 0;
 }
 

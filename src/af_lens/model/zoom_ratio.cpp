@@ -23,6 +23,7 @@ static const unsigned short kOutsideGrid = 65535;
 
 static int multiplesInForce = 0; // count of the maps built last; 0 before the first build
 static int multipleOld = 0;      // ratio on the screen
+static int building = 0;         // 1 while a thread builds the maps
 
 static bool isValidCount(unsigned int multiple) {
     return multiple >= kFewestRatios && multiple <= kMostRatios;
@@ -108,15 +109,31 @@ void Lens_Init_ZPMAP(void) {
     storeWord(&multiplesInForce, count);
 }
 
+// One thread builds at a time, until the maps fit the count; a thread that finds another one
+// building leaves its count to it.
+void buildRatioMaps() {
+    while (exchangeWord(&building, 0, 1)) {
+        Lens_Init_OSDMULMAP();
+        Lens_Init_ZPMAP();
+        storeWord(&building, 0);
+        const int count = static_cast<int>(loadWord(&gOSDMultipleMax));
+        if (count == loadWord(&multiplesInForce))
+            return;
+    }
+}
+
 int Lens_Reset_OSDMULMAP(unsigned int multiple) {
     if (!isValidCount(multiple))
         return refuseCount(__func__, __LINE__, multiple);
     if (multiple == loadWord(&gOSDMultipleMax))
         return 0;
     storeWord(&gOSDMultipleMax, multiple);
-    Lens_Init_OSDMULMAP();
-    Lens_Init_ZPMAP();
-    Lens_Map_ZPosition(zoomPosition());
+    buildRatioMaps();
+    unsigned int zoom;
+    do { // the lens may move on while its position is published here
+        zoom = zoomPosition();
+        Lens_Map_ZPosition(zoom);
+    } while (zoomPosition() != zoom);
     return 0;
 }
 

@@ -17,6 +17,9 @@ extern "C" {
 void Lens_Init_ZPMAP(void);
 }
 
+/// Build both maps for the present count: Lens_Init_OSDMULMAP(), then Lens_Init_ZPMAP().
+void buildRatioMaps();
+
 /// Quarter point at which ratio number @p m (0 for 1x) sits when @p count ratios are spread.
 int quarterPointOfRatio(int m, int count);
 
