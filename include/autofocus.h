@@ -76,7 +76,10 @@ typedef struct {
 
 /** Switch the camera to night (mode 1) or day (mode 2). Called on the serial thread. */
 typedef int (*SetDayNightModeCallBack)(int mode);
-/** Keep the lens position (motor steps). Called after every move, on the lens or start-up thread.
+/**
+ * Keep the lens position (motor steps). Called at the end of start-up, of a reset, a zoom, a manual
+ * focus move, an autofocus run and a calibration; not after presets and direct positioning. On the
+ * start-up, lens-control or (where the host runs it) manual stepping thread.
  */
 typedef int (*SetLensPosition)(unsigned int zp, unsigned int fp);
 /** Give back the position kept last, or fail when there is none. Called once, at start-up. */
@@ -85,7 +88,10 @@ typedef int (*GetLensPosition)(unsigned int *zp, unsigned int *fp);
 typedef int (*SetPresetInfo)(PRESET_INF *info);
 /** Fill the preset table, or fail when none is kept. Called once, at start-up. */
 typedef int (*GetPresetInfo)(PRESET_INF *info);
-/** Keep the infinity curve. Called on the lens thread, at the end of a calibration run. */
+/**
+ * Keep the infinity curve. Called at the end of a calibration run, on the lens-control or manual
+ * stepping thread.
+ */
 typedef int (*SetFocusPoint)(FOCUS_POINT *point);
 /** Fill the infinity curve, or fail when none is kept. Called once, at start-up. */
 typedef int (*GetFocusPoint)(FOCUS_POINT *point);

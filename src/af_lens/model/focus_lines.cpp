@@ -5,7 +5,6 @@
 #include "af_lens/model/zoom_grid.h"
 #include "platform/trace.h"
 
-#include <stdlib.h>
 #include <string.h>
 
 FLine_Tagposition_ST g_FLineInfo;
@@ -80,7 +79,8 @@ void Lens_Init_2MFocusLine(void) {
 }
 
 static unsigned int distance(unsigned int a, unsigned int b) {
-    return static_cast<unsigned int>(abs(static_cast<int>(a - b)));
+    const unsigned int difference = a - b;
+    return static_cast<int>(difference) < 0 ? 0 - difference : difference;
 }
 
 void Lens_Init_Interpolation(void) {
@@ -149,10 +149,10 @@ int Lens_Get_FLTagPosition(void) {
     const int section = Lens_Get_FLTagIndex();
     if (section < 0 || section == kTeleTag)
         return section < 0 ? -1 : static_cast<int>(g_FLineInfo.tagPosition[kTeleTag][0]);
-    const int here = static_cast<int>(g_FLineInfo.tagPosition[section][0]);
-    const int next = static_cast<int>(g_FLineInfo.tagPosition[section + 1][0]);
-    const int offset = static_cast<int>(zoomPosition() - ZM_Step_Run[section]);
-    return here + (next - here) * offset / static_cast<int>(sectionLength(section));
+    const long long here = g_FLineInfo.tagPosition[section][0];
+    const long long next = g_FLineInfo.tagPosition[section + 1][0];
+    const long long offset = zoomPosition() - ZM_Step_Run[section];
+    return static_cast<int>(here + (next - here) * offset / sectionLength(section));
 }
 
 int Lens_Get_SearchRange(int index1, int index2, unsigned int *nP, unsigned int *fP) {

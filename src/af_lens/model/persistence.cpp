@@ -64,6 +64,7 @@ int Lens_Save_FLPosition(void) {
 int Lens_Read_FLPosition(void) {
     memset(&g_FLineInfo, 0, sizeof g_FLineInfo);
     if (fCallbakGetFocusLine(&g_FLineInfo) != 0) {
+        memset(&g_FLineInfo, 0, sizeof g_FLineInfo); // whatever a failing host has left there
         printf("%s Error!\n", __func__);
         Lens_Init_FLineInfo();
         return -1;

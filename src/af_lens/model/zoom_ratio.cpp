@@ -155,10 +155,14 @@ unsigned short Lens_Map_ZPosition(unsigned int azp) {
 }
 
 int Lens_Set_Multiple(int value) {
-    if (value != loadWord(&multipleOld)) {
-        storeWord(&multipleOld, value);
-        fCallbakSetMultiple(value);
-    }
+    if (value == loadWord(&multipleOld))
+        return 0;
+    storeWord(&multipleOld, value);
+    int shown;
+    do { // two threads may change the ratio at once: the text ends as the ratio does
+        shown = loadWord(&multipleOld);
+        fCallbakSetMultiple(shown);
+    } while (shown != loadWord(&multipleOld));
     return 0;
 }
 
