@@ -5,7 +5,6 @@
 #include "af_lens/model/mailbox.h"
 #include "af_ms419xx/ms419xx.h"
 
-#include <string.h>
 
 static const double kFineHillShare = 0.98;
 
