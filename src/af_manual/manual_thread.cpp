@@ -75,15 +75,19 @@ void manualWaitCtrlFun(void) {
     pthread_mutex_unlock(&man_lock);
 }
 
-static bool takeRequest(ManualRequest *request) {
+static bool isRequestPending() {
     pthread_mutex_lock(&man_lock);
     const bool pending = g_ManualTest != 0;
-    if (pending) {
-        *request = {g_ManualFlag, g_ManualStep, g_ManualVdfz};
-        g_ManualTest = 0;
-    }
     pthread_mutex_unlock(&man_lock);
     return pending;
+}
+
+static ManualRequest takeRequest() {
+    pthread_mutex_lock(&man_lock);
+    const ManualRequest request = {g_ManualFlag, g_ManualStep, g_ManualVdfz};
+    g_ManualTest = 0;
+    pthread_mutex_unlock(&man_lock);
+    return request;
 }
 
 // ---- Actions ----
@@ -230,11 +234,11 @@ void *manualCtrlThread(void *) {
     puts("____manualCtrlThread create____");
     for (;;) {
         manualWaitCtrlFun();
-        ManualRequest request;
-        if (!takeRequest(&request))
+        if (!isRequestPending())
             continue;
-        while (!claimMotors())
+        while (!claimMotors()) // until then a newer request still replaces this one
             usleep(kClaimPollUs);
+        const ManualRequest request = takeRequest();
         storeWord(&g_AutoCheckFlag, 0);
         performAction(request);
         Lens_Print_Location();

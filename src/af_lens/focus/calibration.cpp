@@ -44,10 +44,6 @@ static CalibrationRun makeMeasuringRun() {
     return run;
 }
 
-static bool checkPiTwice() {
-    return Lens_Check_PIPosition() == 0 || Lens_Check_PIPosition() == 0;
-}
-
 static void forgetStoredPosition() {
     if (access(fMPosition, F_OK) == 0)
         unlink(fMPosition);
@@ -118,17 +114,12 @@ static void interpolateQuarters() {
     }
 }
 
-static void park() {
-    checkPiTwice();
-    Lens_To_Destination(ZM_Wide_Limit, g_FLineInfo.tagPosition[0][0]);
-}
-
 // The tables still belong to the former curve, so putting it back is enough.
 static void abandonMeasurement(const FLine_Tagposition_ST &former) {
     printf("_Fun:%s Line:%d ", "Lens_Generate_FocusLine2", __LINE__);
     printf("No peak at ZP: %d, the former curve stays.\n", static_cast<int>(zoomPosition()));
     g_FLineInfo = former;
-    park();
+    parkAtWide();
 }
 
 void Lens_Generate_FocusLine2(void) {
@@ -155,7 +146,7 @@ void Lens_Generate_FocusLine2(void) {
     Lens_Save_FLPosition();
     TRACE_FORMAT("ZM_Local: %d FM_Local: %d\n", static_cast<int>(zoomPosition()),
                  static_cast<int>(focusPosition()));
-    park();
+    parkAtWide();
 }
 
 void lensFocusLine(void) {

@@ -73,18 +73,19 @@ static void startDrawing(const char *name) {
     puts("Step3: Draw clear point.");
 }
 
-static void endDrawing(const char *name, int fd) {
+// A target without a peak leaves the lens anywhere: it is parked.
+static void endDrawing(const char *name, int fd, bool allPeaks) {
     close(fd);
     MS419XX_Break_MotorAB(LED_DISABLE);
     MS419XX_Break_MotorCD(LED_DISABLE);
     MS419XX_VDF();
+    if (!allPeaks) {
+        printf("_Fun:%s Line:%d ", name, __LINE__);
+        printf("No peak at ZP: %d.\n", static_cast<int>(zoomPosition()));
+        parkAtWide();
+    }
     printf("_Fun:%s Line:%d ", name, __LINE__);
     puts("OVER");
-}
-
-static void reportNoPeak(const char *name) {
-    printf("_Fun:%s Line:%d ", name, __LINE__);
-    printf("No peak at ZP: %d.\n", static_cast<int>(zoomPosition()));
 }
 
 // ---- First run: equal zoom steps, the focus stays where the search has left it ----
@@ -98,14 +99,13 @@ static int chooseZoomStep(const char *name) {
     return 2 * Step_Level_Max;
 }
 
-static void drawEqualSteps(CalibrationRun *run, int fd) {
+// False when a point yields no peak.
+static bool drawEqualSteps(CalibrationRun *run, int fd) {
     unsigned int previous = focusPosition(); // decides the next direction
     unsigned int previousLine = 0;           // what the file's third field counts from
     while (zoomPosition() <= ZM_Tele_Limit) {
-        if (!findCalibrationPeak(run)) {
-            reportNoPeak(run->name);
-            return;
-        }
+        if (!findCalibrationPeak(run))
+            return false;
         writeCurveLine(fd, static_cast<int>(zoomPosition()), static_cast<int>(run->tagPosition),
                        stepsBetween(run->tagPosition, previousLine));
         previousLine = run->tagPosition;
@@ -114,7 +114,7 @@ static void drawEqualSteps(CalibrationRun *run, int fd) {
         if (zoomPosition() == ZM_Tele_Limit) {
             printf("_Fun:%s Line:%d ", run->name, __LINE__);
             puts("____ZM_Step_Local == ZM_Tele_Limit____");
-            return;
+            return true;
         }
         Lens_Move_NSteps(MS_Z_TELE, zoomSteps, run->fType, 0);
         printf("_Fun:%s Line:%d ", run->name, __LINE__);
@@ -124,6 +124,7 @@ static void drawEqualSteps(CalibrationRun *run, int fd) {
         run->fType = run->tagPosition > previous ? MS_F_FAR : MS_F_NEAR;
         previous = run->tagPosition;
     }
+    return true;
 }
 
 void Lens_Draw_CurveOfZoomAndFocus(void) {
@@ -139,19 +140,18 @@ void Lens_Draw_CurveOfZoomAndFocus(void) {
     run.traceSample = traceSampleWithPosition;
     run.settleUs = kPointSettledUs;
     run.fType = MS_F_NEAR;
-    drawEqualSteps(&run, fd);
-    endDrawing(__func__, fd);
+    const bool allPeaks = drawEqualSteps(&run, fd);
+    endDrawing(__func__, fd, allPeaks);
 }
 
 // ---- Second run: quarter points, the focus goes back to the peak while the zoom goes on ----
 
-static void drawQuarterPoints(CalibrationRun *run, int fd) {
+// False when a point yields no peak.
+static bool drawQuarterPoints(CalibrationRun *run, int fd) {
     unsigned int previous = focusPosition();
     while (zoomPosition() <= ZM_Tele_Limit) {
-        if (!findCalibrationPeak(run)) {
-            reportNoPeak(run->name);
-            return;
-        }
+        if (!findCalibrationPeak(run))
+            return false;
         writeCurveLine(fd, static_cast<int>(zoomPosition() - ZM_Wide_Limit),
                        static_cast<int>(run->tagPosition - FM_Step_Start),
                        stepsBetween(run->tagPosition, previous));
@@ -160,7 +160,7 @@ static void drawQuarterPoints(CalibrationRun *run, int fd) {
         const int fSteps = stepsBetween(focusPosition(), run->tagPosition);
         if (zoomPosition() == ZM_Tele_Limit) {
             Lens_Move_NSteps(MS_Z_TELE, 0, back, fSteps);
-            return;
+            return true;
         }
         int index1 = 0;
         int index2 = 0;
@@ -175,6 +175,7 @@ static void drawQuarterPoints(CalibrationRun *run, int fd) {
         run->fType = run->tagPosition >= previous ? MS_F_FAR : MS_F_NEAR;
         previous = run->tagPosition;
     }
+    return true;
 }
 
 void Lens_Draw_CurveOfZoomAndFocus2(void) {
@@ -186,6 +187,6 @@ void Lens_Draw_CurveOfZoomAndFocus2(void) {
     CalibrationRun run = makeDrawingRun(__func__, Step_Level_Min);
     run.traceSample = traceSample;
     run.fType = MS_F_FAR;
-    drawQuarterPoints(&run, fd);
-    endDrawing(__func__, fd);
+    const bool allPeaks = drawQuarterPoints(&run, fd);
+    endDrawing(__func__, fd, allPeaks);
 }

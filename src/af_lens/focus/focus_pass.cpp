@@ -5,7 +5,6 @@
 #include "af_lens/model/mailbox.h"
 #include "af_ms419xx/ms419xx.h"
 
-
 static const double kFineHillShare = 0.98;
 
 MS_Action_em reverseFocus(MS_Action_em fType) {

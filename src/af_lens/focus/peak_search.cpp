@@ -150,7 +150,7 @@ static void runFinePassBack(CalibrationRun *run) {
 
 bool findCalibrationPeak(CalibrationRun *run) {
     for (int fruitless = 0; !runCoarsePass(run);) {
-        if (++fruitless > kMostFruitlessPasses)
+        if (++fruitless >= kMostFruitlessPasses)
             return false;
         run->fType = reverseFocus(run->fType);
         usleep(kTurnUs);

@@ -176,3 +176,12 @@ int Lens_Check_PIPosition(void) {
     setPosition(ZM_PI_Position, FM_PI_Position);
     return 0;
 }
+
+bool checkPiTwice() {
+    return Lens_Check_PIPosition() == 0 || Lens_Check_PIPosition() == 0;
+}
+
+void parkAtWide() {
+    checkPiTwice();
+    Lens_To_Destination(ZM_Wide_Limit, g_FLineInfo.tagPosition[0][0]);
+}

@@ -8,3 +8,9 @@ extern "C" {
 /// Search both edges without touching the counters; 0, or -1 when a pass failed.
 int Lens_Search_PI(void);
 }
+
+/// Lens_Check_PIPosition(), and once more if it fails; false when both failed.
+bool checkPiTwice();
+
+/// Find home and go to the wide limit with the focus on the infinity line, found or not.
+void parkAtWide();

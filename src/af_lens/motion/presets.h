@@ -1,5 +1,4 @@
-// Driving the lens to a preset, and the handler of the preset commands. Runs on the lens-control
-// thread; no command interrupts a preset move.
+// Driving the lens to a preset. Runs on the lens-control thread; no command interrupts the move.
 #pragma once
 
 #include "autofocus_service.h"
