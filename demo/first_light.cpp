@@ -6,10 +6,10 @@
 
 #include "autofocus_service.h"
 #include "clock/virtual_clock.h"
+#include "controller_frames.h"
 #include "devices/isp.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
-#include "host.h"
 #include "optics/lens_curves.h"
 #include "optics/render.h"
 #include "optics/scene.h"
@@ -18,17 +18,9 @@
 
 namespace demo {
 
-static constexpr double kBootLimitS = 60;
 static constexpr double kRunLimitS = 60;
 static constexpr int64_t kHoldUs = 2000000;
 static constexpr double kNearObjectM = 3;
-
-static const std::vector<uint8_t> kZoomTele = {0x81, 0x01, 0x04, 0x07, 0x27, 0xFF};
-static const std::vector<uint8_t> kZoomWide = {0x81, 0x01, 0x04, 0x07, 0x37, 0xFF};
-static const std::vector<uint8_t> kZoomStop = {0x81, 0x01, 0x04, 0x07, 0x00, 0xFF};
-static const std::vector<uint8_t> kAskZoom = {0x81, 0x09, 0x04, 0x47, 0xFF};
-static const std::vector<uint8_t> kAskFocus = {0x81, 0x09, 0x04, 0x48, 0xFF};
-static const std::vector<uint8_t> kAskFocusMode = {0x81, 0x09, 0x04, 0x38, 0xFF};
 
 namespace {
 /// The frames and samples that one autofocus run took.
@@ -38,35 +30,19 @@ struct RunSpan {
 };
 } // namespace
 
-static std::string countFrames(int64_t since) {
-    return std::to_string(vcam::frameCount() - since) + " frames";
-}
-
-static void boot(Stage &stage) {
-    stage.advanceUntil("finding home", kBootLimitS, [] { return countSavedPositions() > 0; });
-    stage.report("home found, parked at wide / infinity");
-    stage.checkCountersTrue("after homing");
-}
-
-// Wait for the autofocus run that is due and judge it.
-static RunSpan awaitRun(Stage &stage, const std::string &name) {
-    const int64_t frames = vcam::frameCount();
+// The samples of the autofocus run that is due.
+static RunSpan watchRun(Stage &stage, const std::string &name) {
     const size_t first = stage.samples().size();
-    stage.advanceUntilIdle(name, kRunLimitS);
-    stage.report(name + " done, " + countFrames(frames));
-    stage.checkCountersTrue(name);
-    stage.checkSharp(name);
+    stage.awaitRun(name);
     return {first, stage.samples().size()};
 }
 
 static void zoomToTele(Stage &stage) {
-    stage.send("controller: tele", kZoomTele);
-    stage.advanceUs(kHoldUs);
-    stage.send("controller: stop", kZoomStop);
+    stage.hold("tele", kViscaTele, kHoldUs, kViscaZoomStop);
     stage.advanceUntil("zoom stops", kRunLimitS,
                        [] { return !vcam::isMotorRunning(vcam::Axis::Zoom); });
     stage.report("zoom stopped, the focus has followed");
-    awaitRun(stage, "autofocus after the zoom");
+    stage.awaitRun("autofocus after the zoom");
 }
 
 static bool isTriggerFired() {
@@ -78,28 +54,21 @@ static RunSpan bringObjectNear(Stage &stage) {
     stage.report("the object moves from far to 3 m");
     const int64_t frames = vcam::frameCount();
     stage.advanceUntil("refocus trigger", kRunLimitS, isTriggerFired);
-    stage.report("the refocus trigger fires by itself, " + countFrames(frames));
+    stage.report("the refocus trigger fires by itself, " +
+                 std::to_string(vcam::frameCount() - frames) + " frames");
     vcam::writeScenePng((stage.folder() + "/before_autofocus.png").c_str());
-    const RunSpan span = awaitRun(stage, "refocus");
+    const RunSpan span = watchRun(stage, "refocus");
     vcam::writeScenePng((stage.folder() + "/after_autofocus.png").c_str());
     return span;
 }
 
 static void zoomToWide(Stage &stage) {
-    stage.send("controller: wide", kZoomWide);
+    stage.send("controller: wide", kViscaWide);
     stage.advanceUntil("zooming wide", kRunLimitS, [] {
         return vcam::truePosition(vcam::Axis::Zoom) == static_cast<int>(ZM_Wide_Limit);
     });
     stage.report("wide limit reached");
-    awaitRun(stage, "autofocus at wide");
-}
-
-static std::vector<uint8_t> replyOfPosition(unsigned position) {
-    std::vector<uint8_t> reply = {0x90, 0x50};
-    for (int shift = 12; shift >= 0; shift -= 4)
-        reply.push_back(static_cast<uint8_t>(position >> shift & 0xF));
-    reply.push_back(0xFF);
-    return reply;
+    stage.awaitRun("autofocus at wide");
 }
 
 // The protocol's focus scale, reckoned from where the lens truly is: 0xC000 at the near end of the
@@ -111,8 +80,8 @@ static unsigned expectedFocus16() {
 }
 
 static void askInquiries(Stage &stage) {
-    stage.inquire("zoom position?", kAskZoom, replyOfPosition(0)); // the wide end is 0
-    stage.inquire("focus position?", kAskFocus, replyOfPosition(expectedFocus16()));
+    stage.inquire("zoom position?", kAskZoom, viscaPositionReply(0)); // the wide end is 0
+    stage.inquire("focus position?", kAskFocus, viscaPositionReply(expectedFocus16()));
     stage.inquire("focus mode?", kAskFocusMode, {0x90, 0x50, 0x02, 0xFF});
 }
 
@@ -156,8 +125,7 @@ static void plotStory(const Stage &stage) {
 
 int playFirstLight(const vcam::CameraOptions &options, const std::string &outFolder) {
     Stage stage(options, outFolder);
-    boot(stage);
-    awaitRun(stage, "first autofocus");
+    stage.boot();
     zoomToTele(stage);
     const RunSpan refocus = bringObjectNear(stage);
     zoomToWide(stage);
@@ -183,8 +151,7 @@ int playLive(const vcam::CameraOptions &options, const std::string &outFolder) {
     std::signal(SIGINT, noteInterrupt);
     std::signal(SIGTERM, noteInterrupt);
     Stage stage(options, outFolder);
-    boot(stage);
-    awaitRun(stage, "first autofocus");
+    stage.boot();
     fprintf(stdout, "\nVISCA (camera 1) and Pelco-D (address 1) on %s; Ctrl-C ends\n\n",
             vcam::ptyName().c_str());
     unsigned shown = Lens_Get_Command();

@@ -4,8 +4,10 @@
 #include <filesystem>
 #include <string>
 
+#include "calibrate.h"
 #include "camera_options.h"
 #include "first_light.h"
+#include "presets.h"
 
 static int parseLens(const std::string &name) {
     return name == "A" ? 0 : 1;
@@ -31,6 +33,11 @@ int main(int argc, char **argv) {
         ->check(CLI::ExistingFile);
     app.add_flag("--gaussian", options.gaussianBlur, "blur without the disc's side lobes");
     app.add_option("--out", out, "folder for pictures, plots, trace and the host's files");
+    app.fallthrough();
+    CLI::App *calibrate = app.add_subcommand(
+        "calibrate", "measure the unit's infinity curve, restart, compare the zoom tracking");
+    CLI::App *presets = app.add_subcommand(
+        "presets", "presets and direct zoom over the serial port, across a power cycle");
     CLI11_PARSE(app, argc, argv);
 
     options.lensType = parseLens(lens);
@@ -42,5 +49,9 @@ int main(int argc, char **argv) {
     std::filesystem::create_directories(out);
     fprintf(stdout, "seed %llu, lens %s%s%s\n\n", static_cast<unsigned long long>(options.seed),
             lens.c_str(), options.picture.empty() ? "" : ", picture ", options.picture.c_str());
+    if (calibrate->parsed())
+        return demo::playCalibration(options, out);
+    if (presets->parsed())
+        return demo::playPresets(options, out);
     return options.pace > 0 ? demo::playLive(options, out) : demo::playFirstLight(options, out);
 }

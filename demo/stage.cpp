@@ -20,6 +20,8 @@ namespace demo {
 static constexpr double kUsPerS = 1e6;
 static constexpr int64_t kProgressEveryUs = 2500000;
 static constexpr double kSharpHalfDepths = 1;
+static constexpr double kBootLimitS = 60;
+static constexpr double kRunLimitS = 60;
 
 using vcam::Axis;
 
@@ -33,12 +35,12 @@ std::string spellBytes(const std::vector<uint8_t> &bytes) {
     return text;
 }
 
-Stage::Stage(vcam::CameraOptions options, const std::string &outFolder)
+Stage::Stage(vcam::CameraOptions options, const std::string &outFolder, const std::string &part)
     : out(outFolder), store(outFolder + "/store"),
       framePeriodUs(std::lround(kUsPerS / options.frameRateHz)) {
     options.scratch = out + "/camera";
-    options.traceFile = out + "/trace.txt";
-    options.consoleFile = out + "/console.txt";
+    options.traceFile = out + "/trace" + part + ".txt";
+    options.consoleFile = out + "/console" + part + ".txt";
     fflush(stdout);
     // A configuration, not a command: the lens model is a word of the library's that is set before
     // it starts.
@@ -127,6 +129,32 @@ void Stage::inquire(const std::string &meaning, const std::vector<uint8_t> &byte
     report("    reply: " + spellBytes(reply));
     check(reply == expected, meaning + " is answered " + spellBytes(expected));
 }
+
+void Stage::hold(const std::string &meaning, const std::vector<uint8_t> &start, int64_t us,
+                 const std::vector<uint8_t> &stop) {
+    send("controller: " + meaning, start);
+    advanceUs(us);
+    send("controller: stop", stop);
+}
+
+// ---- Steps that every story has ----
+
+void Stage::boot() {
+    advanceUntil("finding home", kBootLimitS, [] { return countSavedPositions() > 0; });
+    report("home found, parked at wide / infinity");
+    checkCountersTrue("after homing");
+    awaitRun("first autofocus");
+}
+
+void Stage::awaitRun(const std::string &name) {
+    const int64_t frames = vcam::frameCount();
+    advanceUntilIdle(name, kRunLimitS);
+    report(name + " done, " + std::to_string(vcam::frameCount() - frames) + " frames");
+    checkCountersTrue(name);
+    checkSharp(name);
+}
+
+// ---- Verdict ----
 
 void Stage::check(bool isGood, const std::string &what) {
     if (!isGood)

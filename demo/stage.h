@@ -26,14 +26,25 @@ struct Sample {
 
 class Stage {
 public:
-    /// Power the camera on and start the host; its files go under @p outFolder.
-    Stage(vcam::CameraOptions options, const std::string &outFolder);
+    /// Power the camera on and start the host; its files go under @p outFolder. A story of several
+    /// power-ons gives each a @p part, which sets its trace and console apart.
+    Stage(vcam::CameraOptions options, const std::string &outFolder, const std::string &part = "");
+
+    /// Until the lens is parked and the first autofocus run is done.
+    void boot();
+
+    /// Wait for the autofocus run that is due, and judge it.
+    void awaitRun(const std::string &name);
 
     /// Print a row of the timeline: what was asked or seen, where the lens is, what is believed.
     void report(const std::string &what);
 
     /// Let virtual time pass, noting a sample a frame.
     void advanceUs(int64_t us);
+
+    /// Let a held command run for @p us, then stop it.
+    void hold(const std::string &meaning, const std::vector<uint8_t> &start, int64_t us,
+              const std::vector<uint8_t> &stop);
 
     /// Let time pass until @p isDone, with a progress line now and then; false after @p limitS.
     bool advanceUntil(const std::string &waitingFor, double limitS,
