@@ -33,30 +33,69 @@ static int runCase(vcam::CameraOptions options, const std::function<void()> &bod
     return testing::Test::HasFailure() ? 1 : 0;
 }
 
-void run(const vcam::CameraOptions &given, const std::function<void()> &body) {
-    char folder[] = "/tmp/scenario-XXXXXX";
-    ASSERT_NE(mkdtemp(folder), nullptr);
+/// Where one process keeps its camera's files; gone when the case is over.
+class CaseFolder {
+public:
+    CaseFolder() : isMade_(mkdtemp(path_) != nullptr) {}
+    ~CaseFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    CaseFolder(const CaseFolder &) = delete;
+    CaseFolder &operator=(const CaseFolder &) = delete;
+    bool isMade() const { return isMade_; }
+    std::string file(const char *name) const { return std::string(path_) + "/" + name; }
+
+private:
+    char path_[32] = "/tmp/scenario-XXXXXX";
+    bool isMade_;
+};
+
+static vcam::CameraOptions placeFiles(const vcam::CameraOptions &given, const CaseFolder &folder) {
     vcam::CameraOptions options = given;
-    options.scratch = std::string(folder) + "/camera";
-    options.traceFile = traceFile = std::string(folder) + "/trace.txt";
-    options.consoleFile = std::string(folder) + "/console.txt";
+    options.scratch = folder.file("camera");
+    options.consoleFile = folder.file("console.txt");
+    if (options.traceFile.empty())
+        options.traceFile = folder.file("trace.txt");
+    traceFile = options.traceFile;
+    return options;
+}
+
+/// The wait status of a process that plays the case; its standard error goes to a file if named.
+static int play(const vcam::CameraOptions &options, const std::string &errorFile,
+                const std::function<void()> &body) {
     fflush(nullptr);
     const pid_t child = fork();
-    ASSERT_GE(child, 0);
     if (child == 0) {
+        if (!errorFile.empty() && freopen(errorFile.c_str(), "w", stderr) == nullptr)
+            _exit(1);
         const int status = runCase(options, body);
         fflush(nullptr);
         _exit(status);
     }
-    int status = 0;
+    int status = -1;
     waitpid(child, &status, 0);
+    return status;
+}
+
+void run(const vcam::CameraOptions &given, const std::function<void()> &body) {
+    const CaseFolder folder;
+    ASSERT_TRUE(folder.isMade());
+    const int status = play(placeFiles(given, folder), "", body);
     const testing::TestInfo *test = testing::UnitTest::GetInstance()->current_test_info();
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
-        << "seed " << options.seed
+        << "seed " << given.seed
         << ", replay: scenario_tests --gtest_filter=" << test->test_suite_name() << "."
         << test->name();
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
+}
+
+Ending runToEnd(const vcam::CameraOptions &given, const std::function<void()> &body) {
+    const CaseFolder folder;
+    const std::string errorFile = folder.file("stderr.txt");
+    const int status = play(placeFiles(given, folder), errorFile, body);
+    std::stringstream said;
+    said << std::ifstream(errorFile).rdbuf();
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, said.str()};
 }
 
 void run(const std::function<void()> &body) {

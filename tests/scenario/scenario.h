@@ -48,9 +48,19 @@ struct Event {
     std::string get(const std::string &key) const;
 };
 
-/// Run @p body in a process of its own with a camera made of @p options powered on.
+/// Run @p body in a process of its own with a camera made of @p options powered on. Its files go
+/// with it, but a trace file that the options name stays.
 void run(const vcam::CameraOptions &options, const std::function<void()> &body);
 void run(const std::function<void()> &body); ///< Default options, seed 1.
+
+/// How a process ended that was expected to end by itself.
+struct Ending {
+    int status;       ///< Exit status; -1 after a signal.
+    std::string said; ///< On standard error.
+};
+
+/// As run, but says how the process ended instead of expecting it to end well.
+Ending runToEnd(const vcam::CameraOptions &options, const std::function<void()> &body);
 
 /// Register the host's callbacks, hand over the serial port, start the library.
 void startLibrary();
