@@ -157,6 +157,29 @@ void startAndSettle() {
     waitIdle();
 }
 
+void startParked() {
+    startLibrary();
+    waitUntil([] { return g_ShaPosInfo != nullptr; }, 60, "the mailbox exists");
+    command(CMD_MFMODE);
+    waitUntil([] { return host().savedPositions.size() == 2; }, 60, "the lens is parked");
+}
+
+int64_t nextPollUs() {
+    const int64_t pollUs = 50000;
+    int64_t startUs = 0;
+    for (const Event &event : events("clock", "start"))
+        if (event.get("thread") == "thLensCtrl")
+            startUs = event.timeUs;
+    return startUs + ((vcam::nowUs() - startUs) / pollUs + 1) * pollUs;
+}
+
+void placeLens(unsigned zoom, unsigned focus) {
+    EXPECT_EQ(Lens_Check_PIPosition(), 0);
+    Lens_To_Destination(zoom, focus);
+    EXPECT_EQ(vcam::truePosition(vcam::Axis::Zoom), static_cast<int>(zoom));
+    EXPECT_EQ(vcam::truePosition(vcam::Axis::Focus), static_cast<int>(focus));
+}
+
 // ---- Time and commands ----
 
 void passMs(int64_t ms) {
@@ -243,17 +266,56 @@ std::vector<std::string> consoleLines(int64_t fromUs) {
     return lines;
 }
 
+static std::string describeMotorEvent(const Event &event) {
+    if (event.device == "chip" && event.event == "write")
+        return event.get("register").substr(2) + "=" + event.get("value").substr(2);
+    if (event.device == "gpio" && event.event == "vd")
+        return "VD " + event.get("period_us");
+    return "";
+}
+
 std::vector<std::string> motorLog(int64_t fromUs) {
     std::vector<std::string> log;
     for (const Event &event : events()) {
-        if (event.timeUs < fromUs)
-            continue;
-        if (event.device == "chip" && event.event == "write")
-            log.push_back(event.get("register").substr(2) + "=" + event.get("value").substr(2));
-        else if (event.device == "gpio" && event.event == "vd")
-            log.push_back("VD " + event.get("period_us"));
+        const std::string entry = describeMotorEvent(event);
+        if (event.timeUs >= fromUs && !entry.empty())
+            log.push_back(entry);
     }
     return log;
+}
+
+std::vector<std::string> motorScript(int64_t fromUs) {
+    std::vector<std::string> script;
+    int64_t accountedUs = fromUs;
+    for (const Event &event : events()) {
+        const std::string entry = describeMotorEvent(event);
+        if (event.timeUs < fromUs || entry.empty())
+            continue;
+        if (event.timeUs != accountedUs)
+            script.push_back("wait " + std::to_string(event.timeUs - accountedUs));
+        accountedUs = event.timeUs;
+        if (event.event == "vd")
+            accountedUs += std::stoll(event.get("period_us"));
+        script.push_back(entry);
+    }
+    return script;
+}
+
+std::vector<int> motorRuns(const std::string &channel, int64_t fromUs) {
+    std::vector<int> runs;
+    for (const Event &event : events("chip", "run", fromUs))
+        if (event.get("channel") == channel)
+            runs.push_back(std::stoi(event.get("steps")));
+    return runs;
+}
+
+int countSaid(const std::string &text, int64_t fromUs) {
+    int said = 0;
+    for (const std::string &line : consoleLines(fromUs))
+        if (line.size() >= text.size() &&
+            line.compare(line.size() - text.size(), text.size(), text) == 0)
+            said += 1;
+    return said;
 }
 
 int count(const std::vector<std::string> &lines, const std::string &line) {

@@ -68,6 +68,17 @@ void startLibrary();
 /// startLibrary() and wait until the lens is parked and the first autofocus run is done: idle.
 void startAndSettle();
 
+/// startLibrary() with CMD_MFMODE in the mailbox before the lens-control thread exists: the lens
+/// rests at the wide limit on the infinity line, no autofocus run has moved it, the trigger is off.
+void startParked();
+
+/// The lens-control thread's next poll, as long as nothing but standing states was in the mailbox
+/// since startParked().
+int64_t nextPollUs();
+
+/// Home and go to (@p zoom, @p focus) on the calling thread; only while CMD_MFMODE stands.
+void placeLens(unsigned zoom, unsigned focus);
+
 /// Let virtual time pass until @p isDone (polled every millisecond); a failure after @p limitS.
 void waitUntil(const std::function<bool()> &isDone, double limitS, const char *what);
 
@@ -96,6 +107,17 @@ std::vector<std::string> consoleLines(int64_t fromUs = 0);
 
 /// Register writes and VD pulses from @p fromUs on, as "24=0430", "VD 25000": the motor language.
 std::vector<std::string> motorLog(int64_t fromUs = 0);
+
+/// motorLog() with its instants: "wait 500000" wherever time passed beside the VD periods, from
+/// @p fromUs on.
+std::vector<std::string> motorScript(int64_t fromUs);
+
+/// Steps that a channel, "AB" (zoom) or "CD" (focus), ran from @p fromUs on, one entry a period in
+/// which it ran; negative toward wide and near.
+std::vector<int> motorRuns(const std::string &channel, int64_t fromUs);
+
+/// How many console lines from @p fromUs on end with @p text, whatever trace prefix they have.
+int countSaid(const std::string &text, int64_t fromUs = 0);
 
 /// How often @p line is among @p lines.
 int count(const std::vector<std::string> &lines, const std::string &line);
