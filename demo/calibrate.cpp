@@ -117,6 +117,12 @@ static int playSecondPowerOn(const vcam::CameraOptions &options, const std::stri
 
 // ---- The curve found against the true one ----
 
+static double zoomOfPoint(const unsigned (&grid)[16], int point) {
+    const int i = point / kQuarters;
+    const unsigned quarter = i < 15 ? (grid[i + 1] - grid[i]) / kQuarters : 0;
+    return grid[i] + static_cast<unsigned>(point % kQuarters) * quarter;
+}
+
 // Truth is the unit's curve for an object at infinity; the table goes to a file, its worst to the
 // verdict.
 static bool compareCurves(const vcam::CameraOptions &options, const std::string &out,
@@ -124,6 +130,12 @@ static bool compareCurves(const vcam::CameraOptions &options, const std::string 
     FOCUS_POINT found;
     if (!FileStore(out + "/store").read("MotorFocusline", &found, sizeof found))
         return false;
+    std::vector<double> builtIn;
+    vcam::CameraOptions plainUnit = options;
+    plainUnit.builtInCurves = true;
+    vcam::powerOnLensCurves(plainUnit);
+    for (int point = 0; point < kGridPoints; ++point)
+        builtIn.push_back(vcam::inFocusPositionAt(zoomOfPoint(grid, point), 0));
     vcam::powerOnLensCurves(options);
     FILE *table = fopen((out + "/curve.txt").c_str(), "w");
     if (table == nullptr)
@@ -135,23 +147,21 @@ static bool compareCurves(const vcam::CameraOptions &options, const std::string 
     PlotSeries trueLine = {"true", "#c62828", {}, false};
     double worst = 0;
     for (int point = 0; point < kGridPoints; ++point) {
-        const int i = point / kQuarters;
-        const unsigned quarter = i < 15 ? (grid[i + 1] - grid[i]) / kQuarters : 0;
-        const double zoom = grid[i] + static_cast<unsigned>(point % kQuarters) * quarter;
-        const double focus = found.focus[i][point % kQuarters];
+        const double zoom = zoomOfPoint(grid, point);
+        const double focus = found.focus[point / kQuarters][point % kQuarters];
         const double truth = vcam::inFocusPositionAt(zoom, 0);
         const double halfDepths = (focus - truth) / vcam::halfDepthStepsAt(zoom);
         fprintf(table, "%6.0f %8.0f %10.1f %12.1f %16.2f\n", zoom, focus, truth, focus - truth,
                 halfDepths);
         worst = std::fmax(worst, std::fabs(halfDepths));
         error.points.push_back({zoom, halfDepths});
-        foundLine.points.push_back({zoom, focus});
-        trueLine.points.push_back({zoom, truth});
+        foundLine.points.push_back({zoom, focus - builtIn[static_cast<size_t>(point)]});
+        trueLine.points.push_back({zoom, truth - builtIn[static_cast<size_t>(point)]});
     }
     fclose(table);
     writePlot(out + "/curve.svg", "The unit's infinity curve, found and true",
               "zoom position (motor steps)",
-              {{"in-focus position (steps)", {trueLine, foundLine}, {}, {}},
+              {{"offset from the built-in curve (steps)", {trueLine, foundLine}, {}, {}},
                {"error (half depths of focus)", {error}, {}, {}}});
     fprintf(stdout,
             "\nThe curve at %d grid points (in %s/curve.txt and curve.svg): worst error "

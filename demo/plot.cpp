@@ -102,6 +102,8 @@ static void drawLine(FILE *svg, double x1, double y1, double x2, double y2, cons
 
 static std::string nameTick(double value, double tick) {
     char text[32];
+    if (std::fabs(value) < tick / 2)
+        value = 0; // not -0
     snprintf(text, sizeof text, "%.*f", tick < 1 ? 1 : 0, value);
     return text;
 }

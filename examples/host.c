@@ -1,0 +1,117 @@
+/*
+ * A complete host on the public header alone: it keeps what the library hands it in files, gives it
+ * a serial port, starts it, and ends it on SIGINT or SIGTERM.
+ *
+ *     host SERIAL_PORT STORE_FOLDER
+ *
+ * The program that loads the library provides the ISP's calls: link the platform's ISP library.
+ */
+#include <autofocus.h>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+
+static const char *storeFolder;
+
+static void composePath(char *path, size_t size, const char *name, const char *ending) {
+    snprintf(path, size, "%s/%s%s", storeFolder, name, ending);
+}
+
+/* Beside the file, flushed, then renamed over it: a power cut leaves the old or the new content. */
+static int storeRecord(const char *name, const void *record, size_t size) {
+    char path[256];
+    char fresh[256];
+    FILE *file;
+    int written;
+    composePath(path, sizeof path, name, "");
+    composePath(fresh, sizeof fresh, name, ".new");
+    file = fopen(fresh, "wb");
+    if (file == NULL)
+        return -1;
+    written = fwrite(record, size, 1, file) == 1 && fflush(file) == 0 && fsync(fileno(file)) == 0;
+    if (fclose(file) != 0 || !written)
+        return -1;
+    return rename(fresh, path);
+}
+
+static int loadRecord(const char *name, void *record, size_t size) {
+    char path[256];
+    FILE *file;
+    int whole;
+    composePath(path, sizeof path, name, "");
+    file = fopen(path, "rb");
+    if (file == NULL)
+        return -1;
+    whole = fread(record, size, 1, file) == 1;
+    fclose(file);
+    return whole ? 0 : -1;
+}
+
+/* ---- Callbacks: on the library's threads; 0 is success ---- */
+
+static int savePosition(unsigned int zoom, unsigned int focus) {
+    const unsigned int record[2] = {zoom, focus};
+    return storeRecord("position", record, sizeof record);
+}
+
+static int loadPosition(unsigned int *zoom, unsigned int *focus) {
+    unsigned int record[2];
+    if (loadRecord("position", record, sizeof record) != 0)
+        return -1;
+    *zoom = record[0];
+    *focus = record[1];
+    return 0;
+}
+
+static int savePresets(PRESET_INF *presets) {
+    return storeRecord("presets", presets, sizeof *presets);
+}
+
+static int loadPresets(PRESET_INF *presets) {
+    return loadRecord("presets", presets, sizeof *presets);
+}
+
+static int saveCurve(FOCUS_POINT *curve) { return storeRecord("curve", curve, sizeof *curve); }
+
+static int loadCurve(FOCUS_POINT *curve) { return loadRecord("curve", curve, sizeof *curve); }
+
+/* Switch the IR-cut filter here. The state that it then has is reported with
+ * AF_Manager_Set_ICUTStatusLast_API(), from another thread: that call takes 2 s. */
+static int switchDayNight(int mode) {
+    fprintf(stderr, "asked for %s\n", mode == TYPE_NIGHT ? "night" : "day");
+    return 0;
+}
+
+int main(int argc, char **argv) {
+    sigset_t endSignals;
+    int signalNumber;
+    int port;
+    if (argc != 3) {
+        fprintf(stderr, "usage: host SERIAL_PORT STORE_FOLDER\n");
+        return 2;
+    }
+    storeFolder = argv[2];
+    port = open(argv[1], O_RDWR | O_NOCTTY);
+    if (port < 0) {
+        perror(argv[1]);
+        return 1;
+    }
+    /* Before the library's threads exist, so that they inherit the mask. */
+    sigemptyset(&endSignals);
+    sigaddset(&endSignals, SIGINT);
+    sigaddset(&endSignals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &endSignals, NULL);
+
+    if (AF_Manager_Init_LensPosition_API(savePosition, loadPosition) != 0 ||
+        AF_Manager_Init_PresetInfo_API(savePresets, loadPresets) != 0 ||
+        AF_Manager_Init_FocusPoint_API(saveCurve, loadCurve) != 0 ||
+        AF_Manager_Init_DayNightModeFun_API(switchDayNight) != 0 ||
+        AF_Manager_Init_UsartFd_API(port) != 0 || AF_Manager_Start_API() != 0)
+        return 1;
+    sigwait(&endSignals, &signalNumber);
+    AF_Manager_Stop_API();
+    return 0;
+}
