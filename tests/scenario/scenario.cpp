@@ -11,9 +11,11 @@
 
 #include "camera.h"
 #include "clock/trace.h"
+#include "clock/unobserved.h"
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
+#include "platform/shared_word.h"
 
 namespace scenario {
 
@@ -105,6 +107,7 @@ void run(const std::function<void()> &body) {
 // ---- The host ----
 
 static int savePosition(unsigned zoom, unsigned focus) {
+    const vcam::Unobserved unobserved; // the case reads along on another thread
     host().savedPositions.emplace_back(zoom, focus);
     return host().storeResult;
 }
@@ -116,6 +119,7 @@ static int loadPosition(unsigned *zoom, unsigned *focus) {
 }
 
 static int savePresets(PRESET_INF *presets) {
+    const vcam::Unobserved unobserved; // the case reads along on another thread
     host().presets = *presets;
     host().savedPresetTables += 1;
     return host().storeResult;
@@ -127,6 +131,7 @@ static int loadPresets(PRESET_INF *presets) {
 }
 
 static int saveFocusLine(FOCUS_POINT *line) {
+    const vcam::Unobserved unobserved; // the case reads along on another thread
     host().focusLine = *line;
     host().savedFocusLines += 1;
     return host().storeResult;
@@ -138,6 +143,7 @@ static int loadFocusLine(FOCUS_POINT *line) {
 }
 
 static int switchDayNight(int mode) {
+    const vcam::Unobserved unobserved; // the case reads along on another thread
     host().dayNightRequests.push_back(mode);
     return 0;
 }
@@ -159,9 +165,11 @@ void startAndSettle() {
 
 void startParked() {
     startLibrary();
-    waitUntil([] { return g_ShaPosInfo != nullptr; }, 60, "the mailbox exists");
+    waitUntil([] { return loadWord(&g_ShaPosInfo) != nullptr; }, 60, "the mailbox exists");
     command(CMD_MFMODE);
     waitUntil([] { return host().savedPositions.size() == 2; }, 60, "the lens is parked");
+    passMs(1);
+    EXPECT_EQ(loadWord(&g_AutoCheckFlag), 0); // takes over what the other threads have stored
 }
 
 int64_t nextPollUs() {
@@ -207,8 +215,9 @@ void send(const std::vector<uint8_t> &bytes) {
 }
 
 void command(AF_CMD_em code, unsigned value) {
-    __atomic_store_n(&g_ShaPosInfo->shValue, value, __ATOMIC_RELEASE);
-    __atomic_store_n(&g_ShaPosInfo->shCommand, static_cast<unsigned>(code), __ATOMIC_RELEASE);
+    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    storeWord(&record->shValue, value);
+    storeWord(&record->shCommand, static_cast<unsigned>(code));
 }
 
 void expectSound() {
