@@ -31,7 +31,7 @@ static void createMarker() {
 static void afStartOk(void) {
     if (access(kMarker, F_OK) != 0)
         createMarker();
-    TRACE_PREFIX_AT(kMarkerLine);
+    TRACE_PREFIX_OF(__func__, kMarkerLine);
     puts("____YES____\n");
 }
 

@@ -1,13 +1,12 @@
 #include "af_interface/statistics.h"
 
-#include <sys/time.h>
+#include "platform/timed_wait.h"
 
 AF_Statistics_Info g_AFStatistics;
 pthread_mutex_t afv_lock = PTHREAD_MUTEX_INITIALIZER;
 pthread_cond_t afv_ready = PTHREAD_COND_INITIALIZER;
 
 static const int kLastCentreTag = 12;
-static const long kNanosecondsPerMicrosecond = 1000;
 
 void publishStatistics(const AF_Statistics_Info &record) {
     pthread_mutex_lock(&afv_lock);
@@ -20,12 +19,7 @@ void publishStatistics(const AF_Statistics_Info &record) {
 // timeout and a spurious wake-up all lead on, with the last record there is.
 void afStatisticsFresh(AF_Statistics_Info *statistics) {
     pthread_mutex_lock(&afv_lock);
-    struct timeval now;
-    gettimeofday(&now, nullptr);
-    struct timespec timeout;
-    timeout.tv_sec = now.tv_sec + 1;
-    timeout.tv_nsec = now.tv_usec * kNanosecondsPerMicrosecond;
-    pthread_cond_timedwait(&afv_ready, &afv_lock, &timeout);
+    waitAtMostOneSecond(&afv_ready, &afv_lock);
     *statistics = g_AFStatistics;
     pthread_mutex_unlock(&afv_lock);
 }

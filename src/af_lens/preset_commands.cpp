@@ -15,8 +15,7 @@ static void callPreset(unsigned int value) {
         return;
     }
     storeWord(&g_AutoCheckEnable, 1);
-    printf("_Fun:%s Line:%d ", "lensMotorPreset", __LINE__);
-    puts("Enable Autofocus Check.");
+    TRACE_TEXT_OF("lensMotorPreset", "Enable Autofocus Check.");
 }
 
 static void clearPreset(unsigned int value) {
@@ -25,8 +24,7 @@ static void clearPreset(unsigned int value) {
         return;
     }
     storeWord(&g_AutoCheckEnable, 0);
-    printf("_Fun:%s Line:%d ", "lensMotorPreset", __LINE__);
-    puts("Disable Autofocus Check.");
+    TRACE_TEXT_OF("lensMotorPreset", "Disable Autofocus Check.");
 }
 
 void lensMotorPreset(AF_CMD_em emCmd) {

@@ -16,17 +16,16 @@
 #include "af_lens/motor_claim.h"
 #include "af_ms419xx/ms419xx.h"
 #include "platform/shared_word.h"
+#include "platform/timed_wait.h"
 #include "platform/trace.h"
 
 #include <string.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 int g_ManualTest, g_ManualFlag, g_ManualStep, g_ManualVdfz;
 pthread_mutex_t man_lock = PTHREAD_MUTEX_INITIALIZER;
 pthread_cond_t man_ready = PTHREAD_COND_INITIALIZER;
 
-static const long kNanosecondsPerMicrosecond = 1000;
 static const useconds_t kClaimPollUs = 50000;
 
 enum ManualAction {
@@ -66,12 +65,7 @@ void manualCtrlFun(unsigned int flag, unsigned int step, unsigned int vdfz) {
 
 void manualWaitCtrlFun(void) {
     pthread_mutex_lock(&man_lock);
-    struct timeval now;
-    gettimeofday(&now, nullptr);
-    struct timespec timeout;
-    timeout.tv_sec = now.tv_sec + 1;
-    timeout.tv_nsec = now.tv_usec * kNanosecondsPerMicrosecond;
-    pthread_cond_timedwait(&man_ready, &man_lock, &timeout);
+    waitAtMostOneSecond(&man_ready, &man_lock);
     pthread_mutex_unlock(&man_lock);
 }
 
@@ -127,13 +121,12 @@ static void stepFocus(MS_Action_em type, const ManualRequest &request) {
         afStatisticsFresh(&afStatistics);
         Lens_Peak_Detect(&afStatisticsOld, &afStatistics, &xStep, fStep);
     }
-    MS419XX_Break_MotorCD(LED_DISABLE);
-    MS419XX_VDF();
+    brakeFocus();
 }
 
 // The line numbers of the traces below are part of their texts.
 static void tracePrefix(int line) {
-    printf("_Fun:%s Line:%d ", "manualCtrlThread", line);
+    TRACE_PREFIX_OF("manualCtrlThread", line);
 }
 
 static void adviseInfinity(int line) {

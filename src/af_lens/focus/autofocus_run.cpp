@@ -48,8 +48,7 @@ static unsigned int handOver(AF_CMD_em emCmd) {
 }
 
 static unsigned int finish(AF_CMD_em emCmd) {
-    MS419XX_Break_MotorCD(LED_DISABLE);
-    MS419XX_VDF();
+    brakeFocus();
     Lens_Save_ZFLocation();
     Lens_Map_FPosition(focusPosition());
     return handOver(emCmd);
@@ -126,9 +125,9 @@ static bool findCoarsePeak(FocusSearch *search) {
         runCoarsePass(search);
         if (lensFocusInterrupt() != 0)
             return false;
-        printf("_Fun:%s Line:%d ", "lensFocusCtrl", __LINE__);
-        printf("flagU: %d flagD: %d flagH: %d afvMax: %d\n", search->flagU, search->flagD,
-               search->flagH, static_cast<int>(search->afvMax));
+        TRACE_FORMAT_OF("lensFocusCtrl", "flagU: %d flagD: %d flagH: %d afvMax: %d\n",
+                        search->flagU, search->flagD, search->flagH,
+                        static_cast<int>(search->afvMax));
         if (classifyCoarse(*search) == kPeakPassed)
             return true;
         if (++failed > search->tuning.searchC1)

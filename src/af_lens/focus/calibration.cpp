@@ -72,16 +72,14 @@ static bool measurePoints() {
             return false;
         if (Lens_Get_ZoomIndex(&index1, &index2, zoomPosition()) != 0)
             return false;
-        printf("_Fun:%s Line:%d ", run.name, __LINE__);
-        printf("index1: %d index2: %d\n\n", index1, index2);
+        TRACE_FORMAT_OF(run.name, "index1: %d index2: %d\n\n", index1, index2);
         const int zoomSteps = storePoint(index1, index2, run.tagPosition);
         if (zoomSteps == 0)
             return true;
         Lens_Move_NSteps(MS_Z_TELE, zoomSteps, reverseFocus(run.fType),
                          stepsBetween(focusPosition(), run.tagPosition));
-        printf("_Fun:%s Line:%d ", run.name, __LINE__);
-        printf("ZM_Local: %d FM_Local: %d\n", static_cast<int>(zoomPosition()),
-               static_cast<int>(focusPosition()));
+        TRACE_FORMAT_OF(run.name, "ZM_Local: %d FM_Local: %d\n", static_cast<int>(zoomPosition()),
+                        static_cast<int>(focusPosition()));
         Lens_Map_ZPosition(zoomPosition());
         run.fType = run.tagPosition > previous ? MS_F_FAR : MS_F_NEAR;
         previous = run.tagPosition;
@@ -116,8 +114,8 @@ static void interpolateQuarters() {
 
 // The tables still belong to the former curve, so putting it back is enough.
 static void abandonMeasurement(const FLine_Tagposition_ST &former) {
-    printf("_Fun:%s Line:%d ", "Lens_Generate_FocusLine2", __LINE__);
-    printf("No peak at ZP: %d, the former curve stays.\n", static_cast<int>(zoomPosition()));
+    TRACE_FORMAT_OF("Lens_Generate_FocusLine2", "No peak at ZP: %d, the former curve stays.\n",
+                    static_cast<int>(zoomPosition()));
     g_FLineInfo = former;
     parkAtWide();
 }

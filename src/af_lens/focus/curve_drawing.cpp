@@ -43,8 +43,7 @@ static CalibrationRun makeDrawingRun(const char *name, unsigned char coarseStep)
 static int openCurveFile(const char *name, const char *path) {
     const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
     if (fd < 0) {
-        printf("_Fun:%s Line:%d ", name, __LINE__);
-        printf("fopen %s error.\n", path);
+        TRACE_FORMAT_OF(name, "fopen %s error.\n", path);
     }
     return fd;
 }
@@ -59,18 +58,15 @@ static void writeCurveLine(int fd, int zoom, int focus, int difference) {
 // Home, wide limit, and the focus where measuring starts; the PI search's result.
 static int goToStart(const char *name) {
     setPosition(ZM_Tele_Limit, FM_Near_Limit);
-    printf("_Fun:%s Line:%d ", name, __LINE__);
-    puts("Step1: Check PI.");
+    TRACE_TEXT_OF(name, "Step1: Check PI.");
     return Lens_Check_PIPosition();
 }
 
 static void startDrawing(const char *name) {
-    printf("_Fun:%s Line:%d ", name, __LINE__);
-    puts("Step2: Run to wide limit and near limit.");
+    TRACE_TEXT_OF(name, "Step2: Run to wide limit and near limit.");
     Lens_To_Destination(ZM_Wide_Limit, FM_Lock_Start);
     sleep(1);
-    printf("_Fun:%s Line:%d ", name, __LINE__);
-    puts("Step3: Draw clear point.");
+    TRACE_TEXT_OF(name, "Step3: Draw clear point.");
 }
 
 // A target without a peak leaves the lens anywhere: it is parked.
@@ -80,12 +76,10 @@ static void endDrawing(const char *name, int fd, bool allPeaks) {
     MS419XX_Break_MotorCD(LED_DISABLE);
     MS419XX_VDF();
     if (!allPeaks) {
-        printf("_Fun:%s Line:%d ", name, __LINE__);
-        printf("No peak at ZP: %d.\n", static_cast<int>(zoomPosition()));
+        TRACE_FORMAT_OF(name, "No peak at ZP: %d.\n", static_cast<int>(zoomPosition()));
         parkAtWide();
     }
-    printf("_Fun:%s Line:%d ", name, __LINE__);
-    puts("OVER");
+    TRACE_TEXT_OF(name, "OVER");
 }
 
 // ---- First run: equal zoom steps, the focus stays where the search has left it ----
@@ -93,9 +87,8 @@ static void endDrawing(const char *name, int fd, bool allPeaks) {
 static int chooseZoomStep(const char *name) {
     if (zoomPosition() < ZM_PI_Position)
         return 4 * Step_Level_Max;
-    printf("_Fun:%s Line:%d ", name, __LINE__);
-    printf("____At PI Position [%d, %d]____\n", static_cast<int>(ZM_PI_Position),
-           static_cast<int>(zoomPosition()));
+    TRACE_FORMAT_OF(name, "____At PI Position [%d, %d]____\n", static_cast<int>(ZM_PI_Position),
+                    static_cast<int>(zoomPosition()));
     return 2 * Step_Level_Max;
 }
 
@@ -112,14 +105,13 @@ static bool drawEqualSteps(CalibrationRun *run, int fd) {
         run->tagNumber += 1;
         const int zoomSteps = chooseZoomStep(run->name);
         if (zoomPosition() == ZM_Tele_Limit) {
-            printf("_Fun:%s Line:%d ", run->name, __LINE__);
-            puts("____ZM_Step_Local == ZM_Tele_Limit____");
+            TRACE_TEXT_OF(run->name, "____ZM_Step_Local == ZM_Tele_Limit____");
             return true;
         }
         Lens_Move_NSteps(MS_Z_TELE, zoomSteps, run->fType, 0);
-        printf("_Fun:%s Line:%d ", run->name, __LINE__);
-        printf("ZM_Limit: %d ZM_Local: %d FM_Local: %d\n", static_cast<int>(ZM_Tele_Limit),
-               static_cast<int>(zoomPosition()), static_cast<int>(focusPosition()));
+        TRACE_FORMAT_OF(run->name, "ZM_Limit: %d ZM_Local: %d FM_Local: %d\n",
+                        static_cast<int>(ZM_Tele_Limit), static_cast<int>(zoomPosition()),
+                        static_cast<int>(focusPosition()));
         usleep(kNextPointUs);
         run->fType = run->tagPosition > previous ? MS_F_FAR : MS_F_NEAR;
         previous = run->tagPosition;
@@ -167,10 +159,9 @@ static bool drawQuarterPoints(CalibrationRun *run, int fd) {
         Lens_Get_ZoomIndex(&index1, &index2, zoomPosition());
         const int zSteps = static_cast<int>(quarterLength(index1));
         Lens_Move_NSteps(MS_Z_TELE, zSteps, back, fSteps);
-        printf("_Fun:%s Line:%d ", run->name, __LINE__);
-        printf("ZM_Limit: %d ZM_Local: %d FM_Local: %d zSteps: %d\n\n",
-               static_cast<int>(ZM_Tele_Limit), static_cast<int>(zoomPosition()),
-               static_cast<int>(focusPosition()), zSteps);
+        TRACE_FORMAT_OF(run->name, "ZM_Limit: %d ZM_Local: %d FM_Local: %d zSteps: %d\n\n",
+                        static_cast<int>(ZM_Tele_Limit), static_cast<int>(zoomPosition()),
+                        static_cast<int>(focusPosition()), zSteps);
         usleep(kNextPointUs);
         run->fType = run->tagPosition >= previous ? MS_F_FAR : MS_F_NEAR;
         previous = run->tagPosition;

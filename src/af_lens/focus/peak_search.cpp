@@ -3,6 +3,7 @@
 #include "af_interface/statistics.h"
 #include "af_lens/focus/focus_pass.h"
 #include "af_lens/model/lens_state.h"
+#include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
 #include "platform/trace.h"
 
@@ -28,12 +29,6 @@ struct PassState {
 };
 } // namespace
 
-#define RUN_TRACE(run, ...)                                                                        \
-    do {                                                                                           \
-        printf("_Fun:%s Line:%d ", (run).name, __LINE__);                                          \
-        printf(__VA_ARGS__);                                                                       \
-    } while (0)
-
 const char *nameFocusDirection(MS_Action_em fType) {
     return fType == MS_F_FAR ? "Far" : "Near";
 }
@@ -57,7 +52,7 @@ static bool takeSample(const CalibrationRun &run, unsigned char *step, unsigned 
     AF_Statistics_Info record;
     afStatisticsFresh(&record);
     *afv = record.vwV1SumHalf; // whatever the zoom position
-    printf("_Fun:%s Line:%d ", run.name, __LINE__);
+    TRACE_PREFIX_OF(run.name, __LINE__);
     run.traceSample(run.fType, *afv);
     return true;
 }
@@ -81,7 +76,7 @@ static bool hasFallenTooOften(const CalibrationRun &run, PassState *pass, unsign
     pass->minimum = afv;
     if (pass->falls <= run.fallLimit)
         return false;
-    RUN_TRACE(run, "Dir %s is wrong.\n", nameFocusDirection(run.fType));
+    TRACE_FORMAT_OF(run.name, "Dir %s is wrong.\n", nameFocusDirection(run.fType));
     return true;
 }
 
@@ -92,14 +87,9 @@ static bool hasPassedPeak(const CalibrationRun &run, PassState *pass, unsigned i
     pass->hills += 1;
     if (pass->hills <= kMostHillSamples)
         return false;
-    RUN_TRACE(run, "tagPosition: %d tagNum: %d\n", static_cast<int>(run.tagPosition),
-              run.tagNumber);
+    TRACE_FORMAT_OF(run.name, "tagPosition: %d tagNum: %d\n", static_cast<int>(run.tagPosition),
+                    run.tagNumber);
     return true;
-}
-
-static void stopFocus() {
-    MS419XX_Break_MotorCD(LED_DISABLE);
-    MS419XX_VDF();
 }
 
 // True when the pass has passed a peak.
@@ -111,8 +101,7 @@ static bool runCoarsePass(CalibrationRun *run) {
     for (;;) {
         unsigned int afv;
         if (!takeSample(*run, &step, &afv)) {
-            printf("_Fun:%s Line:%d ", run->name, __LINE__);
-            printf(run->coarseEndFormat, nameLimit(run->fType));
+            TRACE_FORMAT_OF(run->name, run->coarseEndFormat, nameLimit(run->fType));
             break;
         }
         if (judgeRise(run, &pass, afv))
@@ -122,14 +111,14 @@ static bool runCoarsePass(CalibrationRun *run) {
         if (hasFallenTooOften(*run, &pass, afv) || hasPassedPeak(*run, &pass, afv))
             break;
     }
-    stopFocus();
-    RUN_TRACE(*run, "flagUp: %d flagHill: %d flagDown: %d\n", pass.rises, pass.hills, pass.falls);
+    brakeFocus();
+    TRACE_FORMAT_OF(run->name, "flagUp: %d flagHill: %d flagDown: %d\n", pass.rises, pass.hills,
+                    pass.falls);
     return pass.falls == 0 && pass.hills > 0;
 }
 
 static void runFinePassBack(CalibrationRun *run) {
-    printf("_Fun:%s Line:%d ", run->name, __LINE__);
-    puts("Small Focus.");
+    TRACE_TEXT_OF(run->name, "Small Focus.");
     PassState pass = startPass(*run);
     run->fType = reverseFocus(run->fType);
     unsigned char step = kFineStep;
@@ -138,14 +127,14 @@ static void runFinePassBack(CalibrationRun *run) {
     for (;;) {
         unsigned int afv;
         if (!takeSample(*run, &step, &afv)) {
-            RUN_TRACE(*run, "At %s\n", nameLimit(run->fType));
+            TRACE_FORMAT_OF(run->name, "At %s\n", nameLimit(run->fType));
             break;
         }
         judgeRise(run, &pass, afv); // the hill samples stay
         if (hasPassedPeak(*run, &pass, afv))
             break;
     }
-    stopFocus();
+    brakeFocus();
 }
 
 bool findCalibrationPeak(CalibrationRun *run) {

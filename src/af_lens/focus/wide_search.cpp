@@ -80,11 +80,6 @@ static void judgeSecondMaximum(WideSearch *search) {
         search->secondMax = search->second;
 }
 
-static void stopFocus() {
-    MS419XX_Break_MotorCD(LED_DISABLE);
-    MS419XX_VDF();
-}
-
 // ---- Wide pass ----
 
 static bool isSignificantFall(const WideSearch &search) {
@@ -147,7 +142,7 @@ static void runWidePass(WideSearch *search) {
             MS419XX_Set_PSUM_ICNT_RegofFocus(search->fType, next);
         }
     }
-    stopFocus();
+    brakeFocus();
 }
 
 // ---- Fine pass ----
@@ -188,7 +183,7 @@ static void runFinePassBack(WideSearch *search) {
         if (search->flagU > 0 && belowBoth && ++search->flagH > kMostFineFlags)
             break;
     }
-    stopFocus();
+    brakeFocus();
 }
 
 // ---- The search ----

@@ -78,7 +78,7 @@ static int ratioAt(unsigned short rzp, int count) {
 // ---- The maps ----
 
 static int refuseCount(const char *function, int line, unsigned int multiple) {
-    printf("_Fun:%s Line:%d ", function, line);
+    TRACE_PREFIX_OF(function, line);
     printf("Invaled osd multiple %d.\n", static_cast<int>(multiple));
     return -1;
 }

@@ -15,11 +15,6 @@ static int neverInterrupted(void) {
     return 0;
 }
 
-static void stopFocus() {
-    MS419XX_Break_MotorCD(LED_DISABLE);
-    MS419XX_VDF();
-}
-
 // 16, 32, 48, 48, ... steps a period, the remainder in the last one; the counter follows each
 // period. Ends early, before a period, when @p interrupted says so.
 static void runFocus(MS_Action_em fType, int fSteps, int (*interrupted)(void)) {
@@ -44,7 +39,7 @@ static void runFocus(MS_Action_em fType, int fSteps, int (*interrupted)(void)) {
         if (changed)
             MS419XX_Set_PSUM_ICNT_RegofFocus(fType, step);
     }
-    stopFocus();
+    brakeFocus();
 }
 
 int lensMotorFocusRunSteps(MS_Action_em fType, int fSteps) {

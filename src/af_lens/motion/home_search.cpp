@@ -92,9 +92,8 @@ static bool runFastPass(const SearchedAxis &axis, MS_Action_em direction, int *l
         }
         *travelled += step;
         if (*travelled >= axis.travel) {
-            printf("_Fun:%s Line:%d ", kSearchName, __LINE__);
-            printf("Error, [%d,%d].\n", static_cast<int>(*travelled),
-                   static_cast<int>(axis.travel));
+            TRACE_FORMAT_OF(kSearchName, "Error, [%d,%d].\n", static_cast<int>(*travelled),
+                            static_cast<int>(axis.travel));
             brakeBothChannels();
             return false;
         }
@@ -127,8 +126,7 @@ static bool runSlowPass(const SearchedAxis &axis, MS_Action_em direction, unsign
         }
         MS419XX_VDFZ();
     }
-    printf("_Fun:%s Line:%d ", kSearchName, __LINE__);
-    puts("Error, Return here.");
+    TRACE_TEXT_OF(kSearchName, "Error, Return here.");
     brakeBothChannels();
     return false;
 }

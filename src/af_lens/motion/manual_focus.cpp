@@ -26,8 +26,7 @@ unsigned int lensMotorFocusCtrl(AF_CMD_em emCmd) {
                 MS419XX_Set_PSUM_ICNT_RegofFocus(fType, step);
             }
         }
-        MS419XX_Break_MotorCD(LED_DISABLE);
-        MS419XX_VDF();
+        brakeFocus();
         Lens_Save_ZFLocation();
     }
     return leaveFollowUp(CMD_FSTOP);

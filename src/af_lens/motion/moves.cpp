@@ -14,6 +14,11 @@ void brakeBothChannels() {
     MS419XX_VDFZ();
 }
 
+void brakeFocus() {
+    MS419XX_Break_MotorCD(LED_DISABLE);
+    MS419XX_VDF();
+}
+
 // ---- Counted two-axis move ----
 //
 // Each axis runs 32, 48, 64, ... 128 steps a period and carries the remainder in its last one;

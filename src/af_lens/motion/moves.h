@@ -27,6 +27,9 @@ static const int kFocusBlocked = 1; ///< Bit of the limit check's result.
 /// Brake both channels, LEDs off, and let a 25 ms period pass.
 void brakeBothChannels();
 
+/// Brake the focus channel, LED off, and let a 10 ms period pass.
+void brakeFocus();
+
 /// Unsigned distance of two positions as a count of steps.
 inline int stepsBetween(unsigned int a, unsigned int b) {
     return static_cast<int>(a > b ? a - b : b - a);

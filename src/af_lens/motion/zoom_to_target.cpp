@@ -30,8 +30,8 @@ static void runPeriodsToTarget(MS_Action_em zType, unsigned int target, const ch
         Lens_Fresh_ZFLocation(zType, step.zStep);
         Lens_Fresh_ZFLocation(step.fType, step.fStep);
         if (!planStepToTarget(zType, target, &step)) {
-            printf("_Fun:%s Line:%d ", caller, __LINE__);
-            printf("To %s, Break.\n", zType == MS_Z_TELE ? "Tele limit" : "Wide limit");
+            TRACE_FORMAT_OF(caller, "To %s, Break.\n",
+                            zType == MS_Z_TELE ? "Tele limit" : "Wide limit");
             return;
         }
         if (!isSameStep(step, programmed)) {
