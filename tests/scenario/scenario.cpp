@@ -28,7 +28,28 @@ Host &host() {
 
 // ---- The process ----
 
+namespace {
+/// What gtest's own printer would lose: its printf is the camera's console in this process.
+class FailurePrinter : public testing::EmptyTestEventListener {
+    void OnTestPartResult(const testing::TestPartResult &result) override {
+        if (!result.failed())
+            return;
+        fprintf(stdout, "%s:%d: Failure\n%s\n",
+                result.file_name() == nullptr ? "" : result.file_name(), result.line_number(),
+                result.message());
+        fflush(stdout);
+    }
+};
+} // namespace
+
+static void printFailuresHere() {
+    testing::TestEventListeners &listeners = testing::UnitTest::GetInstance()->listeners();
+    delete listeners.Release(listeners.default_result_printer());
+    listeners.Append(new FailurePrinter);
+}
+
 static int runCase(vcam::CameraOptions options, const std::function<void()> &body) {
+    printFailuresHere();
     vcam::powerOn(options);
     body();
     vcam::powerOff();
