@@ -127,10 +127,10 @@ template <size_t Length> struct Filters {
 
 template <size_t Length>
 void binPower(const std::array<float, Length / 2> &power, const Filters<Length> &filters,
-              size_t band, BinEnergies &energies) {
+              size_t band, size_t zone, ViewSpectra &view) {
     for (size_t index = 1; index < Length / 2; ++index) {
         if (filters.bin[index] < kBinCount) {
-            energies[filters.bin[index]] +=
+            view.energies[band][filters.bin[index]][zone] +=
                 power[index] * filters.energy[band][index] / static_cast<float>(kLines);
         }
     }
@@ -159,8 +159,8 @@ float analyseRows(size_t left, size_t top, const ViewScale &scale, ViewSpectra &
         }
         transform.addPower(lines, power);
     }
-    binPower(power, filters, kH1, view.energies[kH1][zone]);
-    binPower(power, filters, kH2, view.energies[kH2][zone]);
+    binPower(power, filters, kH1, zone, view);
+    binPower(power, filters, kH2, zone, view);
     return sum / (kLines * kRowLength);
 }
 
@@ -182,8 +182,8 @@ void analyseColumns(size_t left, size_t top, const ViewScale &scale, ViewSpectra
         }
         transform.addPower(lines, power);
     }
-    binPower(power, filters, kV1, view.energies[kV1][zone]);
-    binPower(power, filters, kV2, view.energies[kV2][zone]);
+    binPower(power, filters, kV1, zone, view);
+    binPower(power, filters, kV2, zone, view);
 }
 
 } // namespace
@@ -193,9 +193,10 @@ double binEdge(size_t bin) {
            std::pow(0.5 / kLowestFrequency, static_cast<double>(bin) / kBinCount);
 }
 
-ViewSpectra analyseView(double zoomFactor) {
+ViewSpectra analyseView(size_t key) {
     ViewSpectra view;
-    const ViewScale scale = scaleView(zoomFactor);
+    const double share = static_cast<double>(key) / (kKeyCount - 1);
+    const ViewScale scale = scaleView(std::pow(kOptics.teleFocalMm / kOptics.wideFocalMm, share));
     for (size_t zone = 0; zone < kZoneCount; ++zone) {
         const size_t left = zone % kZoneColumns * kZoneWidth;
         const size_t top = zone / kZoneColumns * kZoneHeight;

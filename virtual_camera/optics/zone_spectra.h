@@ -20,14 +20,19 @@ constexpr double kLowestFrequency = 2.0 / 256;
 /// Lower edge of a bin, in cycles per pixel; kBinCount gives the upper edge of the last.
 double binEdge(size_t bin);
 
-/// One zone after one filter: variance of the luminance (8-bit levels, squared) by frequency.
-using BinEnergies = std::array<float, kBinCount>;
+/// One number a zone.
+using ZoneRow = std::array<float, kZoneCount>;
 
 struct ViewSpectra {
-    std::array<std::array<BinEnergies, kZoneCount>, kBandCount> energies{};
-    std::array<float, kZoneCount> luminance{}; ///< Mean, in 8-bit levels.
+    /// After each filter, by frequency: variance of the luminance (8-bit levels, squared).
+    std::array<std::array<ZoneRow, kBinCount>, kBandCount> energies{};
+    ZoneRow luminance{}; ///< Mean, in 8-bit levels.
 };
 
-ViewSpectra analyseView(double zoomFactor);
+/// Views are analysed at these zoom keys, evenly in the logarithm of the focal length from wide to
+/// tele; what lies between two of them is blended.
+constexpr size_t kKeyCount = 41;
+
+ViewSpectra analyseView(size_t key);
 
 } // namespace vcam

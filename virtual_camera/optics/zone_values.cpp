@@ -1,6 +1,6 @@
 // Per zoom key, a table of every zone's value over the diameter of the blur disc: the square root
 // of the zone's energy with each frequency attenuated as the disc does. A frame blends four rows
-// of two tables and adds noise, which takes microseconds; tables are built when first needed.
+// of two tables and adds noise, which takes microseconds; a row is worked out when first needed.
 #include "optics/zone_values.h"
 
 #include <algorithm>
@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "devices/seeded_random.h"
+#include "optics/key_spectra.h"
 #include "optics/lens_curves.h"
 #include "optics/optical_model.h"
 #include "optics/scene.h"
@@ -19,9 +20,6 @@ constexpr double kPi = 3.14159265358979323846;
 constexpr uint64_t kNoisePurpose = 3;
 constexpr float kFullCounts = 65535;
 constexpr float kCountsPerLevel = 257;
-
-/// Zoom keys lie evenly in the logarithm of the focal length.
-constexpr size_t kKeyCount = 41;
 
 /// Blur levels: quarter pixels of disc diameter first, then a constant ratio.
 constexpr size_t kFineLevels = 64;
@@ -39,19 +37,30 @@ constexpr int kWeights[kZoneRows][kZoneColumns] = {
 constexpr size_t kCentreFrom = 2;
 constexpr size_t kCentreTo = 5;
 
-using ZoneRow = std::array<float, kZoneCount>;
+/// Every band's value of every zone, at one blur level.
+using BandRows = std::array<ZoneRow, kBandCount>;
 
-struct KeyTable {
-    std::array<std::array<ZoneRow, kBandCount>, kLevelCount> counts;
-    ZoneRow luminance;
+/// What a blur level leaves of the energy in each frequency bin.
+using Attenuation = std::array<float, kBinCount>;
+
+/// A table that is filled row by row. Its rows are not cleared first: most are never touched.
+template <typename Row> struct LazyTable {
+    std::array<bool, kLevelCount> isFilled;
+    std::array<Row, kLevelCount> rows;
+
+    LazyTable() { isFilled.fill(false); }
 };
 
-using Attenuation = std::array<std::array<float, kBinCount>, kLevelCount>;
+struct KeyTable {
+    LazyTable<BandRows> counts;
+    float countsPerLevel;
+};
 
 struct Engine {
     uint64_t seed = 1;
     float noise = 1;
-    Attenuation attenuation{};
+    bool isGaussian = false;
+    LazyTable<Attenuation> attenuation;
     std::array<std::unique_ptr<KeyTable>, kKeyCount> tables;
 };
 
@@ -102,21 +111,32 @@ double attenuateBin(size_t bin, double diameter, bool isGaussian) {
     return sum / kParts;
 }
 
-void tabulateAttenuation(bool isGaussian, Attenuation &attenuation) {
-    for (size_t level = 0; level < kLevelCount; ++level) {
+const Attenuation &attenuationAt(size_t level) {
+    LazyTable<Attenuation> &table = engine().attenuation;
+    if (!table.isFilled[level]) {
         for (size_t bin = 0; bin < kBinCount; ++bin) {
-            attenuation[level][bin] =
-                static_cast<float>(attenuateBin(bin, levelDiameter(level), isGaussian));
+            table.rows[level][bin] =
+                static_cast<float>(attenuateBin(bin, levelDiameter(level), engine().isGaussian));
         }
+        table.isFilled[level] = true;
     }
+    return table.rows[level];
 }
 
-float blurredEnergy(const BinEnergies &energies, const std::array<float, kBinCount> &attenuation) {
-    float sum = 0;
-    for (size_t bin = 0; bin < kBinCount; ++bin) {
-        sum += energies[bin] * attenuation[bin];
+/// Energies first, then their roots: loops over the zones, which the compiler turns into vectors.
+void blurView(const ViewSpectra &view, size_t level, float countsPerLevel, BandRows &counts) {
+    const Attenuation &attenuation = attenuationAt(level);
+    for (size_t band = 0; band < kBandCount; ++band) {
+        ZoneRow energy{};
+        for (size_t bin = 0; bin < kBinCount; ++bin) {
+            for (size_t zone = 0; zone < kZoneCount; ++zone) {
+                energy[zone] += view.energies[band][bin][zone] * attenuation[bin];
+            }
+        }
+        for (size_t zone = 0; zone < kZoneCount; ++zone) {
+            counts[band][zone] = std::sqrt(energy[zone]) * countsPerLevel;
+        }
     }
-    return sum;
 }
 
 /// Weighted average over all zones, or over the middle ones only.
@@ -135,9 +155,10 @@ double average(const ZoneRow &row, bool isCentre) {
 }
 
 /// Counts per level of contrast for this view: the engine's shifts and the exposure follow it.
-double chooseScale(const KeyTable &table) {
-    const ZoneRow &focused = table.counts[0][kH1];
-    const double contrast = std::sqrt(average(focused, true) * average(focused, false));
+double chooseScale(const ViewSpectra &view) {
+    BandRows levels;
+    blurView(view, 0, 1, levels);
+    const double contrast = std::sqrt(average(levels[kH1], true) * average(levels[kH1], false));
     if (contrast <= 0) {
         return 0;
     }
@@ -147,38 +168,22 @@ double chooseScale(const KeyTable &table) {
     return std::min(scale, kOptics.mostCountsPerLevel);
 }
 
-std::unique_ptr<KeyTable> buildTable(size_t key) {
-    const double share = static_cast<double>(key) / (kKeyCount - 1);
-    const ViewSpectra view =
-        analyseView(std::pow(kOptics.teleFocalMm / kOptics.wideFocalMm, share));
-    auto table = std::make_unique<KeyTable>();
-    for (size_t level = 0; level < kLevelCount; ++level) {
-        const std::array<float, kBinCount> &attenuation = engine().attenuation[level];
-        for (size_t band = 0; band < kBandCount; ++band) {
-            for (size_t zone = 0; zone < kZoneCount; ++zone) {
-                table->counts[level][band][zone] =
-                    std::sqrt(blurredEnergy(view.energies[band][zone], attenuation));
-            }
-        }
-    }
-    const auto scale = static_cast<float>(chooseScale(*table));
-    for (auto &level : table->counts) {
-        for (ZoneRow &row : level) {
-            for (float &value : row) {
-                value *= scale;
-            }
-        }
-    }
-    table->luminance = view.luminance;
-    return table;
-}
-
-const KeyTable &tableOf(size_t key) {
+KeyTable &tableOf(size_t key) {
     std::unique_ptr<KeyTable> &table = engine().tables[key];
     if (table == nullptr) {
-        table = buildTable(key);
+        table.reset(new KeyTable);
+        table->countsPerLevel = static_cast<float>(chooseScale(spectraOfKey(key)));
     }
     return *table;
+}
+
+const BandRows &countsOf(size_t key, size_t level) {
+    KeyTable &table = tableOf(key);
+    if (!table.counts.isFilled[level]) {
+        blurView(spectraOfKey(key), level, table.countsPerLevel, table.counts.rows[level]);
+        table.counts.isFilled[level] = true;
+    }
+    return table.counts.rows[level];
 }
 
 void blendRow(ZoneRow &sum, const ZoneRow &row, float weight) {
@@ -188,14 +193,16 @@ void blendRow(ZoneRow &sum, const ZoneRow &row, float weight) {
 }
 
 /// What one key's table gives between two of its blur levels.
-void blendKey(const KeyTable &table, double level, float weight, ZoneValues &values) {
+void blendKey(size_t key, double level, float weight, ZoneValues &values) {
     const size_t lower = std::min(static_cast<size_t>(level), kLevelCount - 2);
     const auto share = static_cast<float>(level - static_cast<double>(lower));
+    const BandRows &below = countsOf(key, lower);
+    const BandRows &above = countsOf(key, lower + 1);
     for (size_t band = 0; band < kBandCount; ++band) {
-        blendRow(values.band[band], table.counts[lower][band], weight * (1 - share));
-        blendRow(values.band[band], table.counts[lower + 1][band], weight * share);
+        blendRow(values.band[band], below[band], weight * (1 - share));
+        blendRow(values.band[band], above[band], weight * share);
     }
-    blendRow(values.luminance, table.luminance, weight * kCountsPerLevel);
+    blendRow(values.luminance, spectraOfKey(key).luminance, weight * kCountsPerLevel);
 }
 
 /// Noise of the frame, and the light: at night less contrast, a higher floor, more noise.
@@ -240,9 +247,9 @@ void measureZones(int zoom, int focus, uint64_t frame, uint64_t lampZones, ZoneV
     const size_t key = std::min(static_cast<size_t>(place), kKeyCount - 2);
     const auto share = static_cast<float>(place - static_cast<double>(key));
     values = ZoneValues{};
-    blendKey(tableOf(key), level, 1 - share, values);
+    blendKey(key, level, 1 - share, values);
     if (share > 0) {
-        blendKey(tableOf(key + 1), level, share, values);
+        blendKey(key + 1, level, share, values);
     }
     if (isNight()) {
         for (float &value : values.luminance) {
@@ -262,10 +269,10 @@ double averageWhole(const ZoneValues &values) {
 }
 
 void powerOnZoneValues(const CameraOptions &options) {
-    engine() = Engine{};
     engine().seed = options.seed;
     engine().noise = static_cast<float>(options.noise);
-    tabulateAttenuation(options.gaussianBlur, engine().attenuation);
+    engine().isGaussian = options.gaussianBlur;
+    powerOnKeySpectra(options);
 }
 
 } // namespace vcam
