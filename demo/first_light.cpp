@@ -147,6 +147,13 @@ static void noteInterrupt(int) {
     isInterrupted = 1;
 }
 
+static std::string nameCommand(unsigned command) {
+    static const char *const kNames[] = {"ZSTOP", "WIDE",  "TELE",   "NEAR",  "FAR",   "RESET",
+                                         "FOCUS", "FLINE", "SPST",   "CAPST", "CLPST", "DZF",
+                                         "RST",   "FSTOP", "MFMODE", "AFMODE"};
+    return command < CMD_NONE ? kNames[command] : "NONE: idle";
+}
+
 int playLive(const vcam::CameraOptions &options, const std::string &outFolder) {
     std::signal(SIGINT, noteInterrupt);
     std::signal(SIGTERM, noteInterrupt);
@@ -154,12 +161,13 @@ int playLive(const vcam::CameraOptions &options, const std::string &outFolder) {
     stage.boot();
     fprintf(stdout, "\nVISCA (camera 1) and Pelco-D (address 1) on %s; Ctrl-C ends\n\n",
             vcam::ptyName().c_str());
+    fflush(stdout);
     unsigned shown = Lens_Get_Command();
     while (!isInterrupted) {
         stage.advanceUs(100000);
         const unsigned command = Lens_Get_Command();
         if (command != shown)
-            stage.report("the mailbox holds " + std::to_string(command));
+            stage.report("the mailbox holds " + nameCommand(command));
         shown = command;
     }
     return stage.giveVerdict();

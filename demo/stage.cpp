@@ -160,6 +160,7 @@ void Stage::check(bool isGood, const std::string &what) {
     if (!isGood)
         checksFailed += 1;
     fprintf(stdout, "%9s  %s %s\n", "", isGood ? "[good]" : "[BAD] ", what.c_str());
+    fflush(stdout);
 }
 
 void Stage::checkCountersTrue(const std::string &when) {
