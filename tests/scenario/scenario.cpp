@@ -13,6 +13,7 @@
 #include "clock/trace.h"
 #include "clock/unobserved.h"
 #include "clock/virtual_clock.h"
+#include "devices/isp.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
 #include "platform/shared_word.h"
@@ -231,6 +232,23 @@ void waitIdle(double limitS) {
         limitS, "the lens-control thread idles");
 }
 
+void publishUntil(const std::function<bool()> &isDone,
+                  const std::function<AF_Statistics_Info(int focus)> &makeRecord) {
+    const int64_t frameMs = 40;
+    const int mostFrames = 2000;
+    const int64_t hourUs = 3600000000;
+    vcam::stallFramesUntilUs(vcam::nowUs() + hourUs);
+    passMs(frameMs); // the statistics thread's wait in progress still ends
+    for (int frame = 0; !isDone(); ++frame) {
+        ASSERT_LT(frame, mostFrames);
+        pthread_mutex_lock(&afv_lock);
+        g_AFStatistics = makeRecord(vcam::truePosition(vcam::Axis::Focus));
+        pthread_cond_signal(&afv_ready);
+        pthread_mutex_unlock(&afv_lock);
+        passMs(frameMs);
+    }
+}
+
 void send(const std::vector<uint8_t> &bytes) {
     vcam::controllerSends(bytes);
 }
@@ -339,13 +357,19 @@ std::vector<int> motorRuns(const std::string &channel, int64_t fromUs) {
     return runs;
 }
 
-int countSaid(const std::string &text, int64_t fromUs) {
-    int said = 0;
-    for (const std::string &line : consoleLines(fromUs))
+std::vector<int64_t> whenSaid(const std::string &text, int64_t fromUs) {
+    std::vector<int64_t> instants;
+    for (const Event &event : events("console", "line", fromUs)) {
+        const std::string line = event.get("text");
         if (line.size() >= text.size() &&
             line.compare(line.size() - text.size(), text.size(), text) == 0)
-            said += 1;
-    return said;
+            instants.push_back(event.timeUs);
+    }
+    return instants;
+}
+
+int countSaid(const std::string &text, int64_t fromUs) {
+    return static_cast<int>(whenSaid(text, fromUs).size());
 }
 
 int count(const std::vector<std::string> &lines, const std::string &line) {

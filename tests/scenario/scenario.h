@@ -87,6 +87,11 @@ void waitIdle(double limitS = 60);
 
 void passMs(int64_t ms);
 
+/// In the ISP's place: no frame ends any more, and after 40 ms what @p makeRecord says for the true
+/// focus position is published every 40 ms until @p isDone.
+void publishUntil(const std::function<bool()> &isDone,
+                  const std::function<AF_Statistics_Info(int focus)> &makeRecord);
+
 void send(const std::vector<uint8_t> &bytes);
 
 /// Mailbox argument first, then the code, as a host does through the exported record.
@@ -118,6 +123,9 @@ std::vector<int> motorRuns(const std::string &channel, int64_t fromUs);
 
 /// How many console lines from @p fromUs on end with @p text, whatever trace prefix they have.
 int countSaid(const std::string &text, int64_t fromUs = 0);
+
+/// The instants of those lines.
+std::vector<int64_t> whenSaid(const std::string &text, int64_t fromUs = 0);
 
 /// How often @p line is among @p lines.
 int count(const std::vector<std::string> &lines, const std::string &line);
