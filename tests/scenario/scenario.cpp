@@ -238,7 +238,7 @@ void publishUntil(const std::function<bool()> &isDone,
     const int mostFrames = 2000;
     const int64_t hourUs = 3600000000;
     vcam::stallFramesUntilUs(vcam::nowUs() + hourUs);
-    passMs(frameMs); // the statistics thread's wait in progress still ends
+    passMs(frameMs + 1); // the statistics thread's wait in progress still ends
     for (int frame = 0; !isDone(); ++frame) {
         ASSERT_LT(frame, mostFrames);
         pthread_mutex_lock(&afv_lock);

@@ -87,7 +87,7 @@ void waitIdle(double limitS = 60);
 
 void passMs(int64_t ms);
 
-/// In the ISP's place: no frame ends any more, and after 40 ms what @p makeRecord says for the true
+/// In the ISP's place: no frame ends any more, and after 41 ms what @p makeRecord says for the true
 /// focus position is published every 40 ms until @p isDone.
 void publishUntil(const std::function<bool()> &isDone,
                   const std::function<AF_Statistics_Info(int focus)> &makeRecord);
