@@ -1,0 +1,212 @@
+// How many virtual seconds a second of real time a whole scenario gets: boot, first autofocus, zoom
+// to the tele end, autofocus, back to wide, autofocus. On one core, trace written, nothing
+// rendered.
+//
+// Each run is a process of its own, as the library's state is global. It plays the story once cold,
+// power-on included, and then repeats its zooming with the optics' tables filled. The median over
+// seeds counts: they differ in where the lens starts and how far it is off.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+#include <vector>
+
+#include "autofocus_service.h"
+#include "camera.h"
+#include "clock/trace.h"
+#include "clock/virtual_clock.h"
+#include "devices/lens.h"
+#include "devices/serial_port.h"
+
+namespace {
+
+constexpr double kRequiredRatio = 3000;
+constexpr int kSeeds = 15;
+constexpr int kWarmRounds = 20;
+constexpr double kUsPerS = 1e6;
+constexpr int64_t kPollUs = 10000;
+constexpr int64_t kLimitUs = 60000000;
+
+const std::vector<uint8_t> kZoomTele = {0x81, 0x01, 0x04, 0x07, 0x27, 0xFF};
+const std::vector<uint8_t> kZoomWide = {0x81, 0x01, 0x04, 0x07, 0x37, 0xFF};
+
+/// What a span of a run took.
+struct Span {
+    double virtualS;
+    double realS;
+
+    double ratio() const { return virtualS / realS; }
+};
+
+struct Result {
+    Span cold;
+    Span warm;
+};
+
+/// The real clock: the C library's is virtual on this thread.
+double realS() {
+    timespec now = {};
+    syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+class Stopwatch {
+public:
+    Span stop() const {
+        return {static_cast<double>(vcam::nowUs() - virtualStartUs) / kUsPerS, realS() - realStart};
+    }
+
+private:
+    double realStart = realS();
+    int64_t virtualStartUs = vcam::nowUs();
+};
+
+// ---- A host that remembers nothing ----
+
+int positionsSaved = 0;
+
+int savePosition(unsigned, unsigned) {
+    positionsSaved += 1;
+    return 0;
+}
+
+int loadPosition(unsigned *, unsigned *) {
+    return -1;
+}
+
+int keepPresets(PRESET_INF *) {
+    return -1;
+}
+
+int keepFocusLine(FOCUS_POINT *) {
+    return -1;
+}
+
+int ignoreDayNight(int) {
+    return 0;
+}
+
+[[noreturn]] void giveUp(const char *what) {
+    fprintf(stderr, "whole_scenario: %s\n", what);
+    _exit(EXIT_FAILURE);
+}
+
+void startLibrary() {
+    AF_Manager_Init_LensPosition_API(savePosition, loadPosition);
+    AF_Manager_Init_PresetInfo_API(keepPresets, keepPresets);
+    AF_Manager_Init_FocusPoint_API(keepFocusLine, keepFocusLine);
+    AF_Manager_Init_DayNightModeFun_API(ignoreDayNight);
+    AF_Manager_Init_UsartFd_API(vcam::serialDescriptor());
+    if (AF_Manager_Start_API() != 0)
+        giveUp("the library refuses to start");
+}
+
+// ---- The story ----
+
+void waitUntil(const std::function<bool()> &isDone, const char *what) {
+    const int64_t endUs = vcam::nowUs() + kLimitUs;
+    while (!isDone()) {
+        if (vcam::nowUs() > endUs)
+            giveUp(what);
+        vcam::sleepUs(kPollUs);
+    }
+}
+
+bool isIdle() {
+    return Lens_Get_Command() == CMD_NONE && __atomic_load_n(&g_AutoCheckFlag, __ATOMIC_ACQUIRE);
+}
+
+void zoomTo(const std::vector<uint8_t> &command, unsigned limit) {
+    vcam::controllerSends(command);
+    waitUntil([&] { return vcam::truePosition(vcam::Axis::Zoom) == static_cast<int>(limit); },
+              "the zoom never arrives");
+    waitUntil(isIdle, "the autofocus run never ends");
+}
+
+void zoomThereAndBack() {
+    zoomTo(kZoomTele, ZM_Tele_Limit);
+    zoomTo(kZoomWide, ZM_Wide_Limit);
+}
+
+Result play(const vcam::CameraOptions &options) {
+    Result result;
+    const double startS = realS();
+    vcam::powerOn(options);
+    startLibrary();
+    waitUntil([] { return positionsSaved > 0; }, "the lens never parks");
+    waitUntil(isIdle, "the first autofocus run never ends");
+    zoomThereAndBack();
+    vcam::flushTrace();
+    result.cold = {static_cast<double>(vcam::nowUs()) / kUsPerS, realS() - startS};
+
+    const Stopwatch stopwatch;
+    for (int round = 0; round < kWarmRounds; ++round)
+        zoomThereAndBack();
+    vcam::flushTrace();
+    result.warm = stopwatch.stop();
+    return result;
+}
+
+/// In a process of its own, which hands its result over by a pipe.
+Result playApart(uint64_t seed) {
+    vcam::CameraOptions options;
+    options.seed = seed;
+    options.traceFile = "/tmp/whole_scenario." + std::to_string(getpid()) + ".txt";
+    int ends[2];
+    if (pipe(ends) != 0)
+        giveUp("no pipe");
+    const pid_t child = fork();
+    if (child == 0) {
+        const Result result = play(options);
+        const bool isHandedOver = write(ends[1], &result, sizeof result) == sizeof result;
+        vcam::powerOff();
+        _exit(isHandedOver ? EXIT_SUCCESS : EXIT_FAILURE);
+    }
+    close(ends[1]);
+    Result result;
+    int status = 0;
+    const bool isRead = read(ends[0], &result, sizeof result) == sizeof result;
+    close(ends[0]);
+    waitpid(child, &status, 0);
+    unlink(options.traceFile.c_str());
+    if (!isRead || status != 0)
+        giveUp("a run failed");
+    return result;
+}
+
+Span medianOf(std::vector<Span> spans) {
+    const auto middle = spans.begin() + static_cast<std::ptrdiff_t>(spans.size() / 2);
+    std::nth_element(spans.begin(), middle, spans.end(),
+                     [](const Span &a, const Span &b) { return a.ratio() < b.ratio(); });
+    return *middle;
+}
+
+void print(const char *what, const Span &span) {
+    printf("%-60s %8.2f %9.2f %9.0f %9.0f %7.2f\n", what, span.virtualS, span.realS * 1e3,
+           span.ratio(), kRequiredRatio, span.ratio() / kRequiredRatio);
+}
+
+} // namespace
+
+int main() {
+    std::vector<Span> cold;
+    std::vector<Span> warm;
+    for (uint64_t seed = 1; seed <= kSeeds; ++seed) {
+        const Result result = playApart(seed);
+        cold.push_back(result.cold);
+        warm.push_back(result.warm);
+    }
+    printf("Whole scenario, one core, median of %d seeds, trace written, no pictures rendered\n",
+           kSeeds);
+    printf("%-60s %8s %9s %9s %9s %7s\n", "", "virtual", "real", "virtual s", "required", "ratio");
+    printf("%-60s %8s %9s %9s %9s %7s\n", "", "s", "ms", "per s", "", "");
+    print("power-on, boot, autofocus, tele, autofocus, wide, autofocus", medianOf(cold));
+    print("then 20 times: tele, autofocus, wide, autofocus", medianOf(warm));
+    return 0;
+}
