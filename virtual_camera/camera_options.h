@@ -9,18 +9,18 @@ namespace vcam {
 
 struct CameraOptions {
     uint64_t seed = 1;
-    int lensType = 1;                    ///< 0: LENS_A wiring and travel, else LENS_B.
-    double pace = 0;                     ///< Virtual seconds a real second; 0: unlimited.
-    std::string picture;                 ///< PNG or JPEG; empty: the generated scene.
-    std::string scratch;                 ///< Folder that stands in for /tmp/af... and /mnt/flash/...
-    std::string traceFile;               ///< Empty: only the tail is kept, in memory.
-    std::string consoleFile;             ///< Where the library's standard output goes; empty: nowhere.
-    double objectDistanceM = HUGE_VAL;   ///< HUGE_VAL: at infinity.
+    int lensType = 1;        ///< 0: LENS_A wiring and travel, else LENS_B.
+    double pace = 0;         ///< Virtual seconds a real second; 0: unlimited.
+    std::string picture;     ///< PNG or JPEG; empty: the generated scene.
+    std::string scratch;     ///< Folder that stands in for /tmp/af... and /mnt/flash/...
+    std::string traceFile;   ///< Empty: only the tail is kept, in memory.
+    std::string consoleFile; ///< Where the library's standard output goes; empty: nowhere.
+    double objectDistanceM = HUGE_VAL; ///< HUGE_VAL: at infinity.
     double frameRateHz = 25;
-    bool gaussianBlur = false;           ///< Gaussian instead of the disc, whose side lobes make false peaks.
-    double noise = 1;                    ///< Factor on the zones' noise; 0: none.
-    bool builtInCurves = false;          ///< The unit's curves are exactly the library's built-in ones.
-    int zoomStart = -1;                  ///< True position at power-on; -1: from the seed.
+    bool gaussianBlur = false; ///< Gaussian instead of the disc, whose side lobes make false peaks.
+    double noise = 1;          ///< Factor on the zones' noise; 0: none.
+    bool builtInCurves = false; ///< The unit's curves are exactly the library's built-in ones.
+    int zoomStart = -1;         ///< True position at power-on; -1: from the seed.
     int focusStart = -1;
 };
 
