@@ -29,6 +29,21 @@ inline int64_t toUs(const struct timeval &time) {
     return time.tv_sec * kUsPerSecond + time.tv_usec;
 }
 
+// Seconds that fit a thirty-two-bit time_t: the calendar starts well before 2038.
+inline struct timespec toTimespec(int64_t us) {
+    struct timespec time = {};
+    time.tv_sec = static_cast<time_t>(us / kUsPerSecond);
+    time.tv_nsec = static_cast<long>(us % kUsPerSecond * kNsPerUs);
+    return time;
+}
+
+inline struct timeval toTimeval(int64_t us) {
+    struct timeval time = {};
+    time.tv_sec = static_cast<time_t>(us / kUsPerSecond);
+    time.tv_usec = static_cast<suseconds_t>(us % kUsPerSecond);
+    return time;
+}
+
 /// The virtual instant of an absolute time. Which clock it is of need not be known: before the date
 /// of power-on only the monotonic clock can be meant, which counts from power-on.
 inline int64_t toDeadlineUs(const struct timespec &time) {

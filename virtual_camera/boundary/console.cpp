@@ -14,7 +14,7 @@
 namespace vcam {
 
 constexpr size_t kLongestLine = 512; // a longer one is split in the trace, not in the file
-constexpr char kFirstPrintable = ' ';
+constexpr unsigned char kFirstPrintable = ' ';
 
 static FILE *file;
 static char line[kLongestLine];
@@ -50,8 +50,8 @@ static void addToLine(char letter) {
         endLine();
     if (letter == '\n')
         return;
-    const bool isPrintable = letter >= kFirstPrintable && letter != '"';
-    line[lineLength++] = isPrintable || letter < 0 ? letter : '.'; // UTF-8 stays as it is
+    const auto code = static_cast<unsigned char>(letter); // UTF-8 stays as it is
+    line[lineLength++] = code >= kFirstPrintable && letter != '"' ? letter : '.';
 }
 
 static void print(const char *text, size_t length) {

@@ -116,9 +116,7 @@ static int lookAtSets(int count, const Asked &asked, Sets &sets) {
 static void storeTimeLeft(struct timeval *timeout, int64_t deadlineUs) {
     if (timeout == nullptr)
         return;
-    const int64_t leftUs = std::max<int64_t>(deadlineUs - nowUs(), 0);
-    timeout->tv_sec = leftUs / kUsPerSecond;
-    timeout->tv_usec = leftUs % kUsPerSecond;
+    *timeout = toTimeval(std::max<int64_t>(deadlineUs - nowUs(), 0));
 }
 
 static int answerSelect(int count, fd_set *reading, fd_set *writing, fd_set *excepted,

@@ -102,25 +102,21 @@ int sched_yield() __THROW {
 int clock_gettime(clockid_t clock, struct timespec *time) __THROW {
     if (!vcam::isRegisteredThread() || vcam::isOfConsumedTime(clock))
         return vcam::nextClockGettime(clock, time);
-    const int64_t us = vcam::readClockUs(clock);
-    time->tv_sec = us / vcam::kUsPerSecond;
-    time->tv_nsec = us % vcam::kUsPerSecond * vcam::kNsPerUs;
+    *time = vcam::toTimespec(vcam::readClockUs(clock));
     return 0;
 }
 
 int gettimeofday(struct timeval *__restrict time, void *__restrict zone) __THROW {
     if (!vcam::isRegisteredThread())
         return vcam::nextGettimeofday(time, zone);
-    const int64_t us = vcam::readClockUs(CLOCK_REALTIME);
-    time->tv_sec = us / vcam::kUsPerSecond;
-    time->tv_usec = us % vcam::kUsPerSecond;
+    *time = vcam::toTimeval(vcam::readClockUs(CLOCK_REALTIME));
     return 0;
 }
 
 time_t time(time_t *result) __THROW {
     if (!vcam::isRegisteredThread())
         return vcam::nextTime(result);
-    const time_t seconds = vcam::readClockUs(CLOCK_REALTIME) / vcam::kUsPerSecond;
+    const time_t seconds = vcam::toTimespec(vcam::readClockUs(CLOCK_REALTIME)).tv_sec;
     if (result != nullptr)
         *result = seconds;
     return seconds;

@@ -73,7 +73,9 @@ static int64_t computeReachedUs(int64_t fromUs, int64_t deadlineUs) {
 }
 
 static bool pollOutside(int64_t sleepNs) {
-    const struct timespec timeout = {sleepNs / kNsPerSecond, sleepNs % kNsPerSecond};
+    struct timespec timeout = {};
+    timeout.tv_sec = static_cast<time_t>(sleepNs / kNsPerSecond);
+    timeout.tv_nsec = static_cast<long>(sleepNs % kNsPerSecond);
     struct pollfd outside = {outsideDescriptor, POLLIN, 0};
     const int ready =
         nextPpoll(&outside, 1, &timeout, nullptr); // a negative descriptor only sleeps
