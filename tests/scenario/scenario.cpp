@@ -349,6 +349,15 @@ std::vector<std::string> motorScript(int64_t fromUs) {
     return script;
 }
 
+std::string motorText(int64_t fromUs) {
+    std::string text;
+    for (const std::string &entry : motorScript(fromUs)) {
+        const bool isWrite = entry.find('=') != std::string::npos;
+        text += entry + (isWrite ? ' ' : '\n');
+    }
+    return text;
+}
+
 std::vector<int> motorRuns(const std::string &channel, int64_t fromUs) {
     std::vector<int> runs;
     for (const Event &event : events("chip", "run", fromUs))

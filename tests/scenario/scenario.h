@@ -117,6 +117,9 @@ std::vector<std::string> motorLog(int64_t fromUs = 0);
 /// @p fromUs on.
 std::vector<std::string> motorScript(int64_t fromUs);
 
+/// motorScript() as text, "24=0430 25=024b VD 25000\n": a period or a wait ends a line.
+std::string motorText(int64_t fromUs);
+
 /// Steps that a channel, "AB" (zoom) or "CD" (focus), ran from @p fromUs on, one entry a period in
 /// which it ran; negative toward wide and near.
 std::vector<int> motorRuns(const std::string &channel, int64_t fromUs);
