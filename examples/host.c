@@ -6,12 +6,14 @@
  *
  * The program that loads the library provides the ISP's calls: link the platform's ISP library.
  */
+#define _POSIX_C_SOURCE 200809L
+
 #include <autofocus.h>
 
 #include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>
-#include <string.h>
+#include <termios.h>
 #include <unistd.h>
 
 static const char *storeFolder;
@@ -85,6 +87,23 @@ static int switchDayNight(int mode) {
     return 0;
 }
 
+/* 9600 baud, 8 data bits, no parity, bytes as they come; -1 with errno set. */
+static int openSerialPort(const char *path) {
+    struct termios settings;
+    const int port = open(path, O_RDWR | O_NOCTTY);
+    if (port < 0 || tcgetattr(port, &settings) != 0)
+        return -1;
+    settings.c_iflag = 0;
+    settings.c_oflag = 0;
+    settings.c_lflag = 0;
+    settings.c_cflag = CS8 | CREAD | CLOCAL;
+    settings.c_cc[VMIN] = 1;
+    settings.c_cc[VTIME] = 0;
+    cfsetispeed(&settings, B9600);
+    cfsetospeed(&settings, B9600);
+    return tcsetattr(port, TCSANOW, &settings) == 0 ? port : -1;
+}
+
 int main(int argc, char **argv) {
     sigset_t endSignals;
     int signalNumber;
@@ -94,7 +113,7 @@ int main(int argc, char **argv) {
         return 2;
     }
     storeFolder = argv[2];
-    port = open(argv[1], O_RDWR | O_NOCTTY);
+    port = openSerialPort(argv[1]);
     if (port < 0) {
         perror(argv[1]);
         return 1;

@@ -12,9 +12,10 @@ struct CameraOptions {
     int lensType = 1;        ///< 0: LENS_A wiring and travel, else LENS_B.
     double pace = 0;         ///< Virtual seconds a real second; 0: unlimited.
     std::string picture;     ///< PNG or JPEG; empty: the generated scene.
+    std::string serialPath = "/dev/virtual-serial"; ///< Opening it gives the serial port.
     std::string scratch;     ///< Folder that stands in for /tmp/af... and /mnt/flash/...
     std::string traceFile;   ///< Empty: only the tail is kept, in memory.
-    std::string consoleFile; ///< Where the library's standard output goes; empty: nowhere.
+    std::string consoleFile; ///< Where what is printed goes; empty: nowhere, "-": standard output.
     double objectDistanceM = HUGE_VAL; ///< HUGE_VAL: at infinity.
     double frameRateHz = 25;
     bool gaussianBlur = false; ///< Gaussian instead of the disc, whose side lobes make false peaks.

@@ -30,7 +30,7 @@ static NextCall<void(const char *)> nextPerror{"perror"};
 bool openConsole(const std::string &path) {
     if (path.empty())
         return true;
-    file = nextFopen(path.c_str(), "we");
+    file = path == "-" ? stdout : nextFopen(path.c_str(), "we");
     return file != nullptr;
 }
 

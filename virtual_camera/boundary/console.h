@@ -5,7 +5,8 @@
 
 namespace vcam {
 
-/// With an empty path the text goes into the trace only. False when the file cannot be made.
+/// With an empty path the text goes into the trace only, with "-" to standard output too. False
+/// when the file cannot be made.
 bool openConsole(const std::string &path);
 
 /// Hand what is buffered to the file.

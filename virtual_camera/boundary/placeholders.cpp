@@ -40,7 +40,7 @@ Device findDeviceByPath(const char *path) {
         if (strcmp(path, nameDevice(device)) == 0)
             return device;
     }
-    return Device::None;
+    return serialPath() == path ? Device::Serial : Device::None;
 }
 
 int openPlaceholder(Device device) {

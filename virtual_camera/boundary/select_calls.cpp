@@ -84,10 +84,24 @@ static void copySet(fd_set *to, const fd_set *from) {
         *to = *from;
 }
 
+/// The serial line can always be written to. How many of its descriptor's bits were set.
+static int addSerial(int descriptor, const Sets &question, Sets &sets) {
+    int ready = 0;
+    if (FD_ISSET(descriptor, &question.reading) && isSerialReadable()) {
+        FD_SET(descriptor, &sets.reading);
+        ready++;
+    }
+    if (FD_ISSET(descriptor, &question.writing)) {
+        FD_SET(descriptor, &sets.writing);
+        ready++;
+    }
+    return ready;
+}
+
 /// Which are ready now; the sets hold the question and then the answer. Placeholders lie in front
 /// of a device that is always ready, so libc is asked about the others alone.
 static int lookAtSets(int count, const Asked &asked, Sets &sets) {
-    const int serial = serialDescriptor();
+    const Sets question = sets;
     for (int descriptor = 0; descriptor < count; descriptor++) {
         if (findDevice(descriptor) == Device::None)
             continue;
@@ -101,13 +115,9 @@ static int lookAtSets(int count, const Asked &asked, Sets &sets) {
         ready = nextSelect(count, &sets.reading, &sets.writing, &sets.excepted, &none);
     if (ready < 0)
         return ready;
-    if (asked.serialReading && isSerialReadable()) {
-        FD_SET(serial, &sets.reading);
-        ready++;
-    }
-    if (asked.serialWriting) {
-        FD_SET(serial, &sets.writing);
-        ready++;
+    for (int descriptor = 0; descriptor < count; descriptor++) {
+        if (findDevice(descriptor) == Device::Serial)
+            ready += addSerial(descriptor, question, sets);
     }
     return ready;
 }

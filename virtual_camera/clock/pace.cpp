@@ -1,6 +1,7 @@
 #include "clock/pace.h"
 
 #include "clock/next_call.h"
+#include "clock/thread_table.h"
 #include "clock/unobserved.h"
 #include "clock/virtual_clock.h"
 
@@ -79,6 +80,8 @@ static bool pollOutside(int64_t sleepNs) {
     struct pollfd outside = {outsideDescriptor, POLLIN, 0};
     const int ready =
         nextPpoll(&outside, 1, &timeout, nullptr); // a negative descriptor only sleeps
+    if (ready < 0 && errno == EINTR && currentThread != nullptr)
+        currentThread->wasInterrupted = true;
     return ready > 0 && (outside.revents & POLLIN) != 0;
 }
 

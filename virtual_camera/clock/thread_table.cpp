@@ -1,5 +1,6 @@
 #include "clock/thread_table.h"
 
+#include <cerrno>
 #include <climits>
 #include <linux/futex.h>
 #include <sys/syscall.h>
@@ -77,8 +78,11 @@ void giveBaton(Thread &thread) {
 }
 
 void awaitBaton(Thread &self) {
-    while (__atomic_load_n(&self.baton, __ATOMIC_ACQUIRE) == 0)
-        syscall(SYS_futex, &self.baton, FUTEX_WAIT_PRIVATE, 0, nullptr, nullptr, 0);
+    while (__atomic_load_n(&self.baton, __ATOMIC_ACQUIRE) == 0) {
+        if (syscall(SYS_futex, &self.baton, FUTEX_WAIT_PRIVATE, 0, nullptr, nullptr, 0) != 0 &&
+            errno == EINTR)
+            self.wasInterrupted = true;
+    }
     __atomic_store_n(&self.baton, 0U, __ATOMIC_RELAXED);
 }
 

@@ -15,6 +15,7 @@ struct Thread {
     uint32_t freeCalls; ///< Calls since its last wait; see chargeCall.
     bool isRegistered;
     bool wasWoken;        ///< Its last wait ended before the deadline.
+    bool wasInterrupted;  ///< A signal handler has run on it while it waited.
     int order;            ///< Of registration; breaks ties, never used twice.
     int64_t deadlineUs;   ///< When it goes on, if nobody wakes it.
     const void *waitsOn;  ///< What it waits for; null when it sleeps or runs.

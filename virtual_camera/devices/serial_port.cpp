@@ -18,18 +18,26 @@ constexpr size_t kPtyChunk = 256;
 static NextCall<int(const char *, int, ...)> nextOpen{"open"};
 static NextCall<ssize_t(int, void *, size_t)> nextRead{"read"};
 static NextCall<ssize_t(int, const void *, size_t)> nextWrite{"write"};
+static NextCall<int(int, struct termios *)> nextTcgetattr{"tcgetattr"};
+static NextCall<int(int, int, const struct termios *)> nextTcsetattr{"tcsetattr"};
 
 static int placeholder = -1;
+static std::string path;
 static std::vector<uint8_t> toCamera;
 static std::vector<uint8_t> toController;
 static bool hasHungUp;
 static WaitQueue readers{"serial"};
+static WaitQueue listeners{"controller"};
 
 static int ptyMaster = -1;
 static std::string ptySlaveName;
 
 int serialDescriptor() {
     return placeholder;
+}
+
+const std::string &serialPath() {
+    return path;
 }
 
 static void traceBytes(const char *event, const uint8_t *bytes, size_t size) {
@@ -69,6 +77,7 @@ void writeSerial(const uint8_t *bytes, size_t size) {
     toController.insert(toController.end(), bytes, bytes + size);
     if (ptyMaster >= 0 && nextWrite(ptyMaster, bytes, size) != static_cast<ssize_t>(size))
         trace("serial", "overrun", "size=%zu", size); // nobody reads the other end
+    wakeAll(listeners);
 }
 
 void controllerSends(const std::vector<uint8_t> &bytes) {
@@ -81,6 +90,14 @@ std::vector<uint8_t> cameraSent() {
     std::vector<uint8_t> taken;
     taken.swap(toController);
     return taken;
+}
+
+bool waitCameraSent(int64_t deadlineUs) {
+    while (toController.empty()) {
+        if (!waitFor(listeners, deadlineUs))
+            break;
+    }
+    return !toController.empty();
 }
 
 void hangUpSerial() {
@@ -105,10 +122,10 @@ static void takeFromPty() {
 /// Raw, or the line would echo the camera's own bytes back to it.
 static bool makeRaw(int descriptor) {
     struct termios settings = {};
-    if (tcgetattr(descriptor, &settings) != 0)
+    if (nextTcgetattr(descriptor, &settings) != 0)
         return false;
     cfmakeraw(&settings);
-    return tcsetattr(descriptor, TCSANOW, &settings) == 0;
+    return nextTcsetattr(descriptor, TCSANOW, &settings) == 0;
 }
 
 static bool openPty() {
@@ -125,6 +142,7 @@ static bool openPty() {
 }
 
 void powerOnSerialPort(const CameraOptions &options) {
+    path = options.serialPath;
     placeholder = nextOpen("/dev/null", O_RDWR | O_CLOEXEC);
     if (options.pace <= 0)
         return;

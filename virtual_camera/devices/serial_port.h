@@ -16,8 +16,11 @@
 
 namespace vcam {
 
-/// The descriptor that a host hands to the library; nothing is behind it but the boundary.
+/// A descriptor to hand to the library; nothing is behind it but the boundary.
 int serialDescriptor();
+
+/// The path whose opening gives another such descriptor; empty: none.
+const std::string &serialPath();
 
 // ---- what the boundary calls
 
@@ -37,6 +40,9 @@ void controllerSends(const std::vector<uint8_t> &bytes);
 
 /// What the camera has sent since the last call.
 std::vector<uint8_t> cameraSent();
+
+/// Wait until the camera has sent something or @p deadlineUs comes; whether it has.
+bool waitCameraSent(int64_t deadlineUs);
 
 /// From now on reads give what is left and then the end of the file.
 void hangUpSerial();

@@ -1,0 +1,105 @@
+// Powers a camera on before main of a host that nobody rebuilt, and says at the end how it went.
+//
+// Only in a program that has the library loaded: a shell or another tool between the environment
+// and the host is left alone.
+#include "camera.h"
+#include "clock/trace.h"
+#include "clock/virtual_clock.h"
+#include "devices/lens.h"
+#include "devices/serial_port.h"
+#include "optics/lens_curves.h"
+#include "preload/controller.h"
+#include "preload/settings.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <unistd.h>
+
+namespace vcam {
+
+constexpr double kUsPerS = 1e6;
+constexpr int kViolationStatus = 87; // beside the 86 of a camera that stopped
+
+static void sayHowItWent() {
+    fflush(stdout);
+    for (const std::string &violation : violations())
+        fprintf(stderr, "virtual camera: violation: %s\n", violation.c_str());
+    fprintf(stderr,
+            "virtual camera: %.3f s, truly at zoom %d focus %d, %+.2f half depths of focus off, "
+            "%ld steps lost, %d violations\n",
+            static_cast<double>(nowUs()) / kUsPerS, truePosition(Axis::Zoom),
+            truePosition(Axis::Focus), focusErrorHalfDepths(),
+            lostSteps(Axis::Zoom) + lostSteps(Axis::Focus), violationCount());
+}
+
+/// At exit of the host. Its status stands unless the hardware had something to complain of.
+static void closeRun() {
+    sayHowItWent();
+    if (violationCount() == 0)
+        return;
+    powerOff();
+    fflush(nullptr);
+    _exit(kViolationStatus);
+}
+
+/// On the controller's thread, of a host that does not end by itself.
+static void endRun() {
+    closeRun();
+    powerOff();
+    fflush(nullptr);
+    _exit(EXIT_SUCCESS);
+}
+
+static void noteSignal(int) {
+    endSoon();
+}
+
+/// For a host that has no handlers of its own; a second Ctrl-C ends the process as usual.
+static void handleSignals() {
+    struct sigaction action = {};
+    action.sa_handler = noteSignal;
+    action.sa_flags = SA_RESTART;
+    action.sa_flags |= static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+/// A configuration, not a command: a word of the library's that is set before it starts.
+static void tellLensModel(int lensType) {
+    if (int *word = static_cast<int *>(dlsym(RTLD_DEFAULT, "g_LensType")))
+        *word = lensType;
+}
+
+static void greet(const CameraOptions &camera) {
+    fprintf(stderr, "virtual camera: seed %llu, lens %s, serial port %s",
+            static_cast<unsigned long long>(camera.seed), camera.lensType == 0 ? "A" : "B",
+            camera.serialPath.c_str());
+    if (!ptyName().empty())
+        fprintf(stderr, ", controller programs on %s", ptyName().c_str());
+    fprintf(stderr, "\n");
+}
+
+__attribute__((constructor)) static void powerOnAtLoad() {
+    RunSettings settings;
+    std::string error;
+    const bool areSettingsGood = readSettings(settings, error);
+    if (!settings.isForced && dlsym(RTLD_DEFAULT, "AF_Manager_Start_API") == nullptr)
+        return;
+    if (!areSettingsGood) {
+        fprintf(stderr, "virtual camera: %s\n", error.c_str());
+        _exit(EXIT_FAILURE);
+    }
+    tellLensModel(settings.camera.lensType);
+    handleSignals();
+    powerOn(settings.camera);
+    atexit(closeRun);
+    greet(settings.camera);
+    if (!startController(settings, endRun)) {
+        fprintf(stderr, "virtual camera: no thread for the controller\n");
+        _exit(EXIT_FAILURE);
+    }
+}
+
+} // namespace vcam
