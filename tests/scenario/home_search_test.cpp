@@ -153,6 +153,9 @@ TEST(HomeSearch, stuck_sensor_ends_each_of_two_searches_at_the_whole_travel_and_
     for (const auto &row : rows) {
         SCOPED_TRACE(testing::Message() << row.said << " at level " << row.level);
         run(startAt(row.zoom, 11000), [&] {
+            host().hasPosition = true; // the retry forgets it
+            host().zoom = 15000;
+            host().focus = 12000;
             vcam::stickPhotoInterrupter(row.axis, row.level);
             startLibrary();
             waitForMarker();

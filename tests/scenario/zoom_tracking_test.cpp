@@ -92,6 +92,7 @@ TEST(ZoomTracking, wide_from_tele_follows_the_line_on_which_the_focus_stands) {
         {13000, "@@__INF__@@.", 0, 12320}, // beyond it, and as far beyond it at the end
         {12913, "@@__TMP__@@.", 2, 12234}, // 1 / 792 of the way is less than a step at wide
         {12518, "@@__TMP__@@.", 2, 12223}, // half way between the two
+        {12490, "@@__TMP__@@.", 2, 12223}, // 11.78 of the 22 steps between them at wide
         {12122, "@@__222__@@.", 1, 12212}, // on the 2 m line
         {12000, "@@__222__@@.", 1, 12090},
     };
