@@ -16,11 +16,18 @@
 
 namespace vcam {
 
+/// No handlers run: none of what they would take down is there yet.
+[[noreturn]] static void giveUp() {
+    removeOwnScratch();
+    fflush(nullptr);
+    _Exit(EXIT_FAILURE);
+}
+
 static void require(bool isDone, const char *what) {
     if (isDone)
         return;
     fprintf(stderr, "virtual camera: can't make %s: %s\n", what, strerror(errno));
-    _Exit(EXIT_FAILURE);
+    giveUp();
 }
 
 // The order: what the machine may refuse, then the devices, which read real files, and the clock
@@ -33,7 +40,10 @@ void powerOn(const CameraOptions &options) {
     require(openConsole(options.consoleFile), "the console file");
     powerOnSerialPort(options);
     require(reservePlaceholders(), "placeholder descriptors");
-    powerOnDevices(options);
+    if (!powerOnDevices(options)) {
+        fprintf(stderr, "%s: not a PNG or JPEG picture\n", options.picture.c_str());
+        giveUp();
+    }
     atexit(powerOff);
     startClock(options.pace);
 }

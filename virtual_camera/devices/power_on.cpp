@@ -1,9 +1,6 @@
 // The order matters only in that the curves and the zones need the scene, which needs nothing.
 #include "devices/power_on.h"
 
-#include <cstdio>
-#include <cstdlib>
-
 #include "devices/driver_chip.h"
 #include "devices/gpio.h"
 #include "devices/isp.h"
@@ -16,11 +13,10 @@
 
 namespace vcam {
 
-void powerOnDevices(const CameraOptions &options) {
+bool powerOnDevices(const CameraOptions &options) {
     powerOnScene(options);
     if (!chooseScene(options.picture)) {
-        std::fprintf(stderr, "%s: not a PNG or JPEG picture\n", options.picture.c_str());
-        std::exit(EXIT_FAILURE);
+        return false;
     }
     powerOnLens(options);
     powerOnLensCurves(options);
@@ -29,6 +25,7 @@ void powerOnDevices(const CameraOptions &options) {
     powerOnSpidev(options);
     powerOnGpio(options);
     powerOnIsp(options);
+    return true;
 }
 
 } // namespace vcam

@@ -6,6 +6,7 @@
 namespace vcam {
 
 /// Once, before the clock starts: lens, driver chip, SPI link, GPIO lines, scene, optics and ISP.
-void powerOnDevices(const CameraOptions &options);
+/// False when the picture that the scene is to be cannot be read.
+bool powerOnDevices(const CameraOptions &options);
 
 } // namespace vcam
