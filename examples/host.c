@@ -76,9 +76,13 @@ static int loadPresets(PRESET_INF *presets) {
     return loadRecord("presets", presets, sizeof *presets);
 }
 
-static int saveCurve(FOCUS_POINT *curve) { return storeRecord("curve", curve, sizeof *curve); }
+static int saveCurve(FOCUS_POINT *curve) {
+    return storeRecord("curve", curve, sizeof *curve);
+}
 
-static int loadCurve(FOCUS_POINT *curve) { return loadRecord("curve", curve, sizeof *curve); }
+static int loadCurve(FOCUS_POINT *curve) {
+    return loadRecord("curve", curve, sizeof *curve);
+}
 
 /* Switch the IR-cut filter here. The state that it then has is reported with
  * AF_Manager_Set_ICUTStatusLast_API(), from another thread: that call takes 2 s. */

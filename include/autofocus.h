@@ -9,6 +9,8 @@
  * any thread at any time after loading, and does not block. Positions are absolute motor steps,
  * counted from 10000 at the wide end (zoom) and at the near end (focus). Messages go to standard
  * output.
+ *
+ * This header and autofocus_service.h are valid C99 and later, C++11 and later.
  */
 #ifndef AUTOFOCUS_H
 #define AUTOFOCUS_H

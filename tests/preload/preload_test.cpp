@@ -76,18 +76,18 @@ TEST_F(Preload, host_is_asked_to_end_and_the_position_that_it_kept_is_the_true_o
 
 TEST_F(Preload, script_speaks_at_its_instants_and_answers_are_shown) {
     write("script", "# what a controller does\n"
-                    "15000 81 09 04 57 FF\n"
+                    "15000 81 09 04 38 FF\n"
                     "15000 distance 3   # metres\n"
                     "\n"
                     "16000 81 01 04 07 27 ff\n");
     const Ended ended = runHost("SCRIPT=" + file("script") + " TRACE=" + file("trace"));
     EXPECT_EQ(ended.status, 0);
-    EXPECT_NE(ended.said.find("   15.000  controller sends  81 09 04 57 FF\n"), std::string::npos);
+    EXPECT_NE(ended.said.find("   15.000  controller sends  81 09 04 38 FF\n"), std::string::npos);
     EXPECT_NE(ended.said.find("   15.000  camera answers    90 50 02 FF\n"), std::string::npos);
     EXPECT_NE(ended.said.find("virtual camera: 46.000 s"), std::string::npos) << "30 s after it";
     const std::string trace = readFile(file("trace"));
     EXPECT_NE(trace.find("\n15000000 controllerThread scene distance metres=3"), std::string::npos);
-    EXPECT_NE(trace.find("\n16000000 SonyViscaProtocol serial read bytes=8101040727ff"),
+    EXPECT_NE(trace.find("\n16000000 SonyViscaProtocol serial read bytes=8101040727\n"),
               std::string::npos);
 }
 

@@ -3,8 +3,8 @@
 
 namespace vcam {
 
-/// What a SIGTERM does to a host that waits for it in sigwait, its relatives or pause. False when no
-/// thread waits so. Called by the thread that holds the baton.
+/// What a SIGTERM does to a host that waits for it in sigwait, its relatives or pause. False when
+/// no thread waits so. Called by the thread that holds the baton.
 bool askHostToEnd();
 
 } // namespace vcam
