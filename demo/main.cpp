@@ -32,6 +32,9 @@ int main(int argc, char **argv) {
                    "scene")
         ->check(CLI::ExistingFile);
     app.add_flag("--gaussian", options.gaussianBlur, "blur without the disc's side lobes");
+    app.add_option("--vcd", options.vcdFile,
+                   "draw the trace as a waveform (VCD) into this file; of a story with two "
+                   "power-ons, into two");
     app.add_option("--out", out, "folder for pictures, plots, trace and the host's files");
     app.fallthrough();
     CLI::App *calibrate = app.add_subcommand(

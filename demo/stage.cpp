@@ -35,12 +35,20 @@ std::string spellBytes(const std::vector<uint8_t> &bytes) {
     return text;
 }
 
+static size_t findExtension(const std::string &path) {
+    const size_t dot = path.rfind('.');
+    const bool hasOne = dot != std::string::npos && path.find('/', dot) == std::string::npos;
+    return hasOne ? dot : path.size();
+}
+
 Stage::Stage(vcam::CameraOptions options, const std::string &outFolder, const std::string &part)
     : out(outFolder), store(outFolder + "/store"),
       framePeriodUs(std::lround(kUsPerS / options.frameRateHz)) {
     options.scratch = out + "/camera";
     options.traceFile = out + "/trace" + part + ".txt";
     options.consoleFile = out + "/console" + part + ".txt";
+    if (!options.vcdFile.empty())
+        options.vcdFile.insert(findExtension(options.vcdFile), part);
     fflush(stdout);
     // A configuration, not a command: the lens model is a word of the library's that is set before
     // it starts.

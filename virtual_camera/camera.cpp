@@ -8,6 +8,7 @@
 #include "clock/unobserved.h"
 #include "devices/power_on.h"
 #include "devices/serial_port.h"
+#include "waveform/waveform.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -15,6 +16,9 @@
 #include <cstring>
 
 namespace vcam {
+
+static std::string traceFile;
+static std::string vcdFile;
 
 /// No handlers run: none of what they would take down is there yet.
 [[noreturn]] static void giveUp() {
@@ -36,7 +40,10 @@ void powerOn(const CameraOptions &options) {
     const Unobserved unobserved;
     setenv("TZ", "UTC", 1);
     require(makeScratch(options.scratch), "the scratch folder");
-    require(openTrace(options.traceFile), "the trace file");
+    vcdFile = options.vcdFile;
+    const bool isTraceForVcd = options.traceFile.empty() && !vcdFile.empty();
+    traceFile = isTraceForVcd ? scratchFolder() + "/trace.txt" : options.traceFile;
+    require(openTrace(traceFile), "the trace file");
     require(openConsole(options.consoleFile), "the console file");
     powerOnSerialPort(options);
     require(reservePlaceholders(), "placeholder descriptors");
@@ -48,11 +55,19 @@ void powerOn(const CameraOptions &options) {
     startClock(options.pace);
 }
 
+static void drawWaveform() {
+    std::string error;
+    if (!vcdFile.empty() && !writeWaveform(traceFile, vcdFile, error))
+        fprintf(stderr, "virtual camera: %s\n", error.c_str());
+    vcdFile.clear();
+}
+
 void powerOff() {
     const Unobserved unobserved;
     stopClock();
     flushConsole();
     flushTrace();
+    drawWaveform();
     removeOwnScratch();
 }
 

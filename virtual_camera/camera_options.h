@@ -13,8 +13,9 @@ struct CameraOptions {
     double pace = 0;     ///< Virtual seconds a real second; 0: unlimited.
     std::string picture; ///< PNG or JPEG; empty: the generated scene.
     std::string serialPath = "/dev/virtual-serial"; ///< Opening it gives the serial port.
-    std::string scratch;     ///< Folder that stands in for /tmp/af... and /mnt/flash/...
-    std::string traceFile;   ///< Empty: only the tail is kept, in memory.
+    std::string scratch;   ///< Folder that stands in for /tmp/af... and /mnt/flash/...
+    std::string traceFile; ///< Empty: only the tail is kept, in memory.
+    std::string vcdFile;   ///< Where the trace is drawn as a waveform at power-off; empty: nowhere.
     std::string consoleFile; ///< Where what is printed goes; empty: nowhere, "-": standard output.
     double objectDistanceM = HUGE_VAL; ///< HUGE_VAL: at infinity.
     double frameRateHz = 25;

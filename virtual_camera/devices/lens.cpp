@@ -175,6 +175,7 @@ void powerOnLens(const CameraOptions &options) {
         for (Run &run : state.runs) {
             run.from = start;
         }
+        trace("lens", "start", "axis=%s position=%d", nameOf(axis), start);
     }
 }
 

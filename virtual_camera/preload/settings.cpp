@@ -55,11 +55,9 @@ static bool takePath(CameraOptions &camera, const std::string &name, const std::
     const struct {
         const char *name;
         std::string &path;
-    } paths[] = {{"_PICTURE", camera.picture},
-                 {"_SCRATCH", camera.scratch},
-                 {"_TRACE", camera.traceFile},
-                 {"_CONSOLE", camera.consoleFile},
-                 {"_SERIAL", camera.serialPath}};
+    } paths[] = {{"_PICTURE", camera.picture},     {"_SCRATCH", camera.scratch},
+                 {"_TRACE", camera.traceFile},     {"_VCD", camera.vcdFile},
+                 {"_CONSOLE", camera.consoleFile}, {"_SERIAL", camera.serialPath}};
     for (const auto &entry : paths) {
         if (name == entry.name) {
             entry.path = value;
