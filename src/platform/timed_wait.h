@@ -12,6 +12,6 @@ inline void waitAtMostOneSecond(pthread_cond_t *condition, pthread_mutex_t *lock
     gettimeofday(&now, nullptr);
     struct timespec timeout;
     timeout.tv_sec = now.tv_sec + 1;
-    timeout.tv_nsec = now.tv_usec * kNanosecondsPerMicrosecond;
+    timeout.tv_nsec = static_cast<long>(now.tv_usec) * kNanosecondsPerMicrosecond;
     pthread_cond_timedwait(condition, lock, &timeout);
 }

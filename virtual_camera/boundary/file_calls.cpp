@@ -129,6 +129,10 @@ int creat(const char *path, mode_t mode) {
     return vcam::openFile(vcam::nextOpen, path, O_CREAT | O_WRONLY | O_TRUNC, mode);
 }
 
+int creat64(const char *path, mode_t mode) {
+    return vcam::openFile(vcam::nextOpen64, path, O_CREAT | O_WRONLY | O_TRUNC, mode);
+}
+
 FILE *fopen(const char *path, const char *mode) {
     return vcam::failsNow("fopen", path) ? nullptr : vcam::nextFopen(vcam::Redirected(path), mode);
 }
