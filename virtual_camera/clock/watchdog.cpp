@@ -13,7 +13,7 @@
 namespace vcam {
 
 constexpr int kPatienceSeconds = 10;
-constexpr int kSanitizerPatienceSeconds = 60;
+constexpr int kSlowPatienceSeconds = 60; // a sanitizer, an emulated processor
 
 static int patience;
 static int isStopped;
@@ -41,7 +41,8 @@ static void *lookForLife(void *) {
 void startWatchdog() {
     const bool isSanitized = dlsym(RTLD_DEFAULT, "__tsan_init") != nullptr ||
                              dlsym(RTLD_DEFAULT, "__asan_init") != nullptr;
-    patience = isSanitized ? kSanitizerPatienceSeconds : kPatienceSeconds;
+    const bool isEmulated = sizeof(void *) < sizeof(uint64_t); // nobody develops on 32 bits
+    patience = isSanitized || isEmulated ? kSlowPatienceSeconds : kPatienceSeconds;
     sigset_t all;
     sigset_t before;
     sigfillset(&all);

@@ -5,7 +5,7 @@
 namespace vcam {
 
 /// Watch from now on, on a real thread of its own. Patience is about ten real seconds, a minute
-/// under a sanitizer.
+/// under a sanitizer and in a 32-bit process, which is an emulated one where people develop.
 void startWatchdog();
 
 /// For good: time stands still on purpose.
