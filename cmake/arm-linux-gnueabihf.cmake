@@ -20,4 +20,4 @@ set(CMAKE_CXX_FLAGS_INIT
     "${CMAKE_C_FLAGS_INIT} -Wno-psabi -idirafter ${arm_root}/usr/include/arm-linux-gnueabihf")
 
 # What is built for the camera runs here under user-mode emulation.
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/arm-linux-gnueabihf)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -cpu cortex-a7 -L /usr/arm-linux-gnueabihf)

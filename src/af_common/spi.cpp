@@ -21,7 +21,8 @@ static unsigned char g_SPIBits = 8;
 static unsigned int g_SPICLK = 1000000;
 static unsigned short g_SPIDelay = 0;
 
-static void requestSetting(int fd, unsigned long request, void *setting, const char *failure) {
+// C libraries differ in the type of a request; its 32 bits fit them all.
+static void requestSetting(int fd, unsigned int request, void *setting, const char *failure) {
     if (ioctl(fd, request, setting) < 0)
         perror(failure);
 }

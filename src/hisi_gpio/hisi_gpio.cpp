@@ -19,7 +19,7 @@ int Hisi_Gpio_Option(unsigned int num, GPIO_CMD_EM cmd, unsigned int value) {
         perror("open hi_gpio");
         return -1;
     }
-    if (ioctl(fd, static_cast<unsigned long>(cmd), &info) < 0) {
+    if (ioctl(fd, static_cast<unsigned int>(cmd), &info) < 0) {
         perror("ioctl");
         printf("fail to read gpio:group%d,bit%d\n", static_cast<int>(info.groupnumber),
                static_cast<int>(info.bitnumber));
