@@ -4,7 +4,7 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_C_COMPILER arm-linux-gnueabi-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabi-g++)
-set(CMAKE_C_FLAGS_INIT "-march=armv5te -mfloat-abi=soft")
+set(CMAKE_C_FLAGS_INIT "-march=armv5te -mfloat-abi=soft -mthumb")
 set(CMAKE_CXX_FLAGS_INIT "${CMAKE_C_FLAGS_INIT}")
 
 set(CMAKE_FIND_ROOT_PATH /usr/arm-linux-gnueabi)

@@ -12,6 +12,7 @@
 #include "clock/next_call.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdarg>
 #include <cstdint>
 #include <pthread.h>
@@ -138,6 +139,13 @@ int __pthread_cond_clockwait64(pthread_cond_t *condition, pthread_mutex_t *mutex
                                const vcam::WideTimespec *time) {
     const struct timespec narrowTime = vcam::narrow(*time);
     return pthread_cond_clockwait(condition, mutex, clock, &narrowTime);
+}
+
+int __sigtimedwait64(const sigset_t *set, siginfo_t *info, const vcam::WideTimespec *timeout) {
+    if (timeout == nullptr)
+        return sigtimedwait(set, info, nullptr);
+    const struct timespec narrowTimeout = vcam::narrow(*timeout);
+    return sigtimedwait(set, info, &narrowTimeout);
 }
 
 /// Here the name alone differs: the request says which times are meant.
