@@ -179,18 +179,22 @@ TEST(AutofocusRun, flat_scene_ends_after_three_passes_by_day_and_six_at_night) {
 TEST(AutofocusRun, focus_outside_the_range_is_driven_to_its_nearer_end_first) {
     const struct {
         unsigned focus;
+        int zoomDirection;
         std::vector<int> entry;
     } rows[] = {
-        {12000, {16, 32, 48, 48, 4, 2}}, // then inward in that direction
-        {12148, {2, 2}},
-        {12298, {-2, -2}},
-        {12371, {-16, -32, -25, -2}},
+        {12000, MS_Z_TELE, {16, 32, 48, 48, 4, 2}}, // then inward in that direction
+        {12148, MS_Z_TELE, {2, 2}},
+        {12230, MS_Z_TELE, {-2}},
+        {12231, MS_Z_WIDE, {2}},
+        {12298, MS_Z_WIDE, {-2, -2}},
+        {12371, MS_Z_TELE, {-16, -32, -25, -2}},
     };
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.focus);
+        SCOPED_TRACE(testing::Message() << row.focus << ", zoom direction " << row.zoomDirection);
         run([&] {
             startParked();
             placeLens(kWide, row.focus);
+            g_ZoomDir = row.zoomDirection;
             const int64_t startUs = vcam::nowUs();
             focusOn(makePeak(12220));
             std::vector<int> groups = motorRuns("CD", startUs);
@@ -201,24 +205,70 @@ TEST(AutofocusRun, focus_outside_the_range_is_driven_to_its_nearer_end_first) {
     }
 }
 
-TEST(AutofocusRun, peak_that_moves_out_of_the_fine_range_is_followed_in_the_same_pass) {
-    run([] {
-        startParked();
-        bool turned = false; // after the coarse pass, which ends at 12192, the scene changes
-        const int64_t startUs = vcam::nowUs();
-        focusOn([&](int focus) {
-            const unsigned value = makePeak(turned ? 12270 : 12200)(focus);
-            turned = turned || focus <= 12192;
-            return value;
+/// Where the focus turned between @p fromUs and now, and where it stands.
+static std::vector<int> turningPoints(int focus, int64_t fromUs) {
+    std::vector<int> points;
+    int before = 0;
+    for (int steps : motorRuns("CD", fromUs)) {
+        if (before * steps < 0)
+            points.push_back(focus);
+        before = steps;
+        focus += steps;
+    }
+    points.push_back(focus);
+    return points;
+}
+
+static unsigned makePlateau(int focus, unsigned height) {
+    return focus < 12200 ? height : makePeak(12200)(focus);
+}
+
+// The coarse pass runs from 12234 toward near over a peak at 12200; the fine pass runs back to 48
+// steps (64 at night) beyond that peak, further if it still rises there.
+TEST(AutofocusRun, scene_that_changes_between_the_passes_decides_where_they_turn) {
+    const FocusValue still = makePeak(12200);
+    const struct {
+        const char *name;
+        int night;
+        FocusValue coarse, fine;
+        std::vector<int> turns;
+    } rows[] = {
+        {"nothing changes", 0, still, still, {12192, 12208, 12200}},
+        {"peak moves far out", 0, still, makePeak(12270), {12192, 12278, 12270}},
+        {"peak moves to the edge", 0, still, makePeak(12248), {12192, 12256, 12248}},
+        {"picture becomes flat", 0, still, [](int) { return 15000u; }, {12192, 12248, 12192}},
+        {"and so at night", 1, still, [](int) { return 15000u; }, {12188, 12264, 12188}},
+        {"a little below the peak by day",
+         0,
+         [](int focus) { return makePlateau(focus, 19500); },
+         [](int focus) { return makePlateau(24400 - focus, 19500); },
+         {12192, 12208, 12200}},
+        {"a little below the peak at night",
+         1,
+         [](int focus) { return makePlateau(focus, 18900); },
+         [](int focus) { return makePlateau(24400 - focus, 19500); },
+         {12188, 12212, 12200}},
+        {"too little below the peak at night",
+         1,
+         [](int focus) { return makePlateau(focus, 19500); },
+         still,
+         {12148, 12213, 12187, 12201}},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        run([&] {
+            startParked();
+            storeWord(&g_ICUTState, row.night);
+            const int64_t startUs = vcam::nowUs();
+            bool turned = false;
+            focusOn([&](int focus) {
+                const unsigned value = turned ? row.fine(focus) : row.coarse(focus);
+                turned = turned || focus <= row.turns[0];
+                return value;
+            });
+            EXPECT_EQ(turningPoints(int(kFarOfWide), startUs), row.turns);
         });
-        EXPECT_EQ(loadWord(&FM_Step_Local), 12270u);
-        EXPECT_EQ(loadWord(&g_AFVClearMax), 20000);
-        int lowest = int(kFarOfWide);
-        int focus = lowest;
-        for (int steps : motorRuns("CD", startUs))
-            lowest = std::min(lowest, focus += steps);
-        EXPECT_EQ(lowest, 12192); // no second coarse pass
-    });
+    }
 }
 
 TEST(AutofocusRun, tele_command_ends_it_with_the_frame_and_zooms_without_waiting_for_a_poll) {

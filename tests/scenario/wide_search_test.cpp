@@ -55,7 +55,7 @@ static std::vector<int> join(const std::vector<std::vector<int>> &parts) {
 
 static Worth makePeakAt12130(int focus, int) {
     const double off = std::abs(focus - 12130);
-    return {std::max(300.0, 12000 - 200 * off), std::max(500.0, 20000 - 250 * off)};
+    return {std::max(300.0, 12000 - 200 * off), std::max(500.0, 20000 - 125 * off)};
 }
 
 static Worth fade(double first, double second, int frame) {
@@ -68,7 +68,7 @@ TEST(WideSearch, steps_grow_while_nothing_is_seen_and_a_short_pass_back_finds_th
         int night;
         std::vector<int> groups;
     } rows[] = {
-        {0, join({{-8, -16, -24, -24}, times(3, -16), times(3, -8), times(25, 2), {-10}})},
+        {0, join({{-8, -16, -24, -24}, times(4, -16), {-8, -6}, times(29, 2), {-12}})},
         {1, join({{-8}, times(3, -16), times(11, -8), times(15, 4), {-16, -4}})},
     };
     for (const auto &row : rows) {

@@ -100,25 +100,6 @@ TEST_F(FocusLines, unit_gets_the_2m_group_at_or_below_it_or_one_within_8_steps_a
     }
 }
 
-TEST_F(FocusLines, remainder_of_a_section_gives_the_third_quarter_one_step_and_the_last_the_rest) {
-    const struct {
-        unsigned first;
-        Row quarters;
-    } rows[] = {
-        {12224, {12224, 12192, 12160, 12128}},
-        {12225, {12225, 12193, 12161, 12128}},
-        {12226, {12226, 12194, 12162, 12129}},
-        {12227, {12227, 12195, 12163, 12130}},
-    };
-    g_FLineInfo.tagPosition[0][0] = 0; // group 0, whose next section begins at 12096
-    for (const auto &row : rows) {
-        tagGroup290[0][0] = row.first;
-        tagGroup290[0][1] = 12096;
-        Lens_Init_2MFocusLine();
-        EXPECT_EQ(rowOf(g_FLineInfo_2M.tagPosition, 0), row.quarters);
-    }
-}
-
 TEST_F(FocusLines, line_between_runs_from_the_infinity_line_to_the_2m_line) {
     Lens_Set_FocusStepTmp(0);
     EXPECT_EQ(sumWithPlaces(g_FLineInfo_Tmp), sumWithPlaces(g_FLineInfo));

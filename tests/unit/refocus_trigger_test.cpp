@@ -81,7 +81,9 @@ TEST_F(RefocusTrigger, switched_off_keeps_its_count_and_disarmed_loses_it) {
     AF_Manager_SetFocusMode_API(0);
     EXPECT_EQ(feed(7999, 40), 0);
     AF_Manager_SetFocusMode_API(1);
-    EXPECT_EQ(feed(7999, 5), 0);
+    EXPECT_EQ(feed(7999, 40), 6);
+    lensFocusMode(CMD_AFMODE);
+    EXPECT_EQ(feed(7999, 20), 0);
     lensFocusMode(CMD_MFMODE);
     EXPECT_EQ(feed(7999, 40), 0);
     lensFocusMode(CMD_NONE);

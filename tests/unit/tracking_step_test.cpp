@@ -62,16 +62,22 @@ TEST_F(TrackingStep, end_of_the_grid_gives_a_short_zoom_step_without_focus) {
 }
 
 TEST_F(TrackingStep, flat_stretch_of_the_line_leaves_the_focus_alone_in_both_directions) {
-    g_FLineInfo.tagPosition[3][0] = g_FLineInfo.tagPosition[2][3];
-    Lens_Set_FocusStep();
-    for (const MS_Action_em type : {MS_Z_TELE, MS_Z_WIDE}) {
-        setPosition(type == MS_Z_TELE ? 12328 : 12520, 12000);
-        unsigned char zStep = 1, fStep = 1;
-        MS_Action_em focusDir = MS_F_FAR;
-        Lens_Get_DirAndStep2(type, &zStep, &fStep, &focusDir);
-        EXPECT_EQ(zStep, 192) << type;
-        EXPECT_EQ(fStep, 0) << type;
-        EXPECT_EQ(focusDir, MS_NONE) << type;
+    for (const unsigned start : {12136u, 12328u}) { // third and last quarter of section 2
+        Lens_Init_FLineInfo();
+        const unsigned point = start == 12136 ? 10 : 11;
+        unsigned *line = &g_FLineInfo.tagPosition[0][0];
+        line[point + 1] = line[point];
+        Lens_Set_FocusStep();
+        for (const MS_Action_em type : {MS_Z_TELE, MS_Z_WIDE}) {
+            SCOPED_TRACE(testing::Message() << "from " << start << ", type " << type);
+            setPosition(type == MS_Z_TELE ? start : start + 192, 12000);
+            unsigned char zStep = 1, fStep = 1;
+            MS_Action_em focusDir = MS_F_FAR;
+            Lens_Get_DirAndStep2(type, &zStep, &fStep, &focusDir);
+            EXPECT_EQ(zStep, 192);
+            EXPECT_EQ(fStep, 0);
+            EXPECT_EQ(focusDir, MS_NONE);
+        }
     }
 }
 
@@ -113,13 +119,4 @@ TEST_F(LimitCheck, steps_are_clipped_to_the_room_and_the_axis_is_blocked_without
         EXPECT_EQ(zStep, row.zClipped);
         EXPECT_EQ(fStep, row.fClipped);
     }
-}
-
-TEST_F(LimitCheck, skipped_axis_needs_no_step) {
-    setPosition(20478, 10003);
-    unsigned char step = 192;
-    EXPECT_EQ(Lens_Check_AllowanceForSteps(MS_Z_TELE, &step, MS_NONE, nullptr), 0);
-    EXPECT_EQ(step, 10);
-    EXPECT_EQ(Lens_Check_AllowanceForSteps(MS_NONE, nullptr, MS_F_NEAR, &step), 0);
-    EXPECT_EQ(step, 3);
 }

@@ -148,18 +148,6 @@ TEST(FocusFilters, engine_is_configured_for_the_grid_with_these_coefficients) {
     EXPECT_EQ(memcmp(&made.stConfig, &expected.stConfig, sizeof made.stConfig), 0);
 }
 
-TEST(Statistics, whole_picture_is_judged_beyond_zoom_tag_12) {
-    AF_Statistics_Info record = {};
-    record.vwV1SumAll = 1;
-    record.vwV2SumAll = 2;
-    record.vwV1SumHalf = 3;
-    record.vwV2SumHalf = 4;
-    for (const int tag : {0, 12, 13, 15}) {
-        EXPECT_EQ(focusValueAt(tag, record), tag > 12 ? 1u : 3u) << tag;
-        EXPECT_EQ(secondFocusValueAt(tag, record), tag > 12 ? 2u : 4u) << tag;
-    }
-}
-
 static void *publishAfter40Ms(void *) {
     usleep(40000);
     AF_Statistics_Info record = {};

