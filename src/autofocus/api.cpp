@@ -13,15 +13,16 @@
 #include "platform/shared_word.h"
 #include "sony/serial_thread.h"
 
+#include <errno.h>
 #include <stdio.h>
-#include <unistd.h>
+#include <time.h>
 
 static const int kFixedSpeed = 4;
 static const int kSlowest = 1;
 static const int kFastest = 7;
 static const int kReportedNight = 1;
 static const int kReportedDay = 2;
-static const unsigned int kFilterSettleSeconds = 2;
+static const time_t kFilterSettleSeconds = 2;
 
 static int started = 0;
 static int af_relate_frame = 0;
@@ -161,11 +162,12 @@ int AF_Manager_Get_ICUTStatusLast_API(void) {
     return loadWord(&g_ICUTState) != kIcutDay ? kReportedNight : kReportedDay;
 }
 
-// The filter moves and the exposure follows; a signal that the host handles does not cut this
-// short.
+// The filter moves and the exposure follows. Signals that the host handles neither cut this short
+// nor, however many come, draw it out: sleep() would round what is left to whole seconds.
 static void waitForFilter() {
-    for (unsigned int left = kFilterSettleSeconds; left != 0;)
-        left = sleep(left);
+    struct timespec left = {kFilterSettleSeconds, 0};
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
 }
 
 int AF_Manager_Set_ICUTStatusLast_API(int value) {

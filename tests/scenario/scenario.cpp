@@ -170,12 +170,16 @@ static int switchDayNight(int mode) {
     return 0;
 }
 
-void startLibrary() {
+void introduceHost() {
     AF_Manager_Init_LensPosition_API(savePosition, loadPosition);
     AF_Manager_Init_PresetInfo_API(savePresets, loadPresets);
     AF_Manager_Init_FocusPoint_API(saveFocusLine, loadFocusLine);
     AF_Manager_Init_DayNightModeFun_API(switchDayNight);
     AF_Manager_Init_UsartFd_API(vcam::serialDescriptor());
+}
+
+void startLibrary() {
+    introduceHost();
     ASSERT_EQ(AF_Manager_Start_API(), 0);
 }
 
@@ -230,6 +234,32 @@ void waitIdle(double limitS) {
                    __atomic_load_n(&g_AutoCheckFlag, __ATOMIC_ACQUIRE) == 1;
         },
         limitS, "the lens-control thread idles");
+}
+
+bool isStanding() {
+    const unsigned held = Lens_Get_Command();
+    return held == CMD_FSTOP || held == CMD_MFMODE || held == CMD_AFMODE || held >= CMD_NONE;
+}
+
+void waitSettled(double limitS, const std::function<void()> &watch) {
+    const int64_t quietUs = 2000000;
+    const int64_t lookMs = 20;
+    const auto zoom = [] { return vcam::truePosition(vcam::Axis::Zoom); };
+    const auto focus = [] { return vcam::truePosition(vcam::Axis::Focus); };
+    const int64_t endUs = vcam::nowUs() + static_cast<int64_t>(limitS * 1e6);
+    int64_t movedUs = vcam::nowUs();
+    int lastZoom = zoom();
+    int lastFocus = focus();
+    while (vcam::nowUs() < movedUs + quietUs) {
+        ASSERT_LT(vcam::nowUs(), endUs) << "waiting until the lens settles";
+        passMs(lookMs);
+        watch();
+        if (isStanding() && zoom() == lastZoom && focus() == lastFocus)
+            continue;
+        movedUs = vcam::nowUs();
+        lastZoom = zoom();
+        lastFocus = focus();
+    }
 }
 
 void publishUntil(const std::function<bool()> &isDone,

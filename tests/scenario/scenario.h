@@ -62,7 +62,10 @@ struct Ending {
 /// As run, but says how the process ended instead of expecting it to end well.
 Ending runToEnd(const vcam::CameraOptions &options, const std::function<void()> &body);
 
-/// Register the host's callbacks, hand over the serial port, start the library.
+/// Register the host's callbacks, hand over the serial port.
+void introduceHost();
+
+/// The same, and start the library.
 void startLibrary();
 
 /// startLibrary() and wait until the lens is parked and the first autofocus run is done: idle.
@@ -84,6 +87,15 @@ void waitUntil(const std::function<bool()> &isDone, double limitS, const char *w
 
 /// Until the mailbox holds CMD_NONE with the refocus trigger armed.
 void waitIdle(double limitS = 60);
+
+/// Whether the mailbox holds what no handler replaces, or there is none any more.
+bool isStanding();
+
+/// Until a standing state is in the mailbox and no motor has turned for two seconds, which is
+/// longer than the refocus trigger takes to fire; a failure after @p limitS. @p watch is called at
+/// every look, every 20 ms.
+void waitSettled(
+    double limitS, const std::function<void()> &watch = [] {});
 
 void passMs(int64_t ms);
 

@@ -1,5 +1,6 @@
 #include "boundary/console.h"
 
+#include "boundary/faults.h"
 #include "clock/next_call.h"
 #include "clock/thread_table.h"
 #include "clock/trace.h"
@@ -54,12 +55,16 @@ static void addToLine(char letter) {
     line[lineLength++] = code >= kFirstPrintable && letter != '"' ? letter : '.';
 }
 
-static void print(const char *text, size_t length) {
+/// False when nothing can be printed.
+static bool print(const char *text, size_t length) {
     const Unobserved unobserved;
+    if (failsNow("printf", ""))
+        return false;
     if (file != nullptr)
         fwrite(text, 1, length, file);
     for (size_t i = 0; i < length; i++)
         addToLine(text[i]);
+    return true;
 }
 
 __attribute__((format(printf, 1, 0))) static int printFormatted(const char *format,
@@ -71,21 +76,18 @@ __attribute__((format(printf, 1, 0))) static int printFormatted(const char *form
     const int length = vasprintf(&text, format, arguments);
     if (length < 0)
         return length;
-    print(text, static_cast<size_t>(length));
+    const bool isPrinted = print(text, static_cast<size_t>(length));
     free(text);
-    return length;
+    return isPrinted ? length : -1;
 }
 
 static int printLine(const char *text) {
-    print(text, strlen(text));
-    print("\n", 1);
-    return 1;
+    return print(text, strlen(text)) && print("\n", 1) ? 1 : EOF;
 }
 
 static int printLetter(int letter) {
     const char text = static_cast<char>(letter);
-    print(&text, 1);
-    return static_cast<unsigned char>(letter);
+    return print(&text, 1) ? static_cast<unsigned char>(letter) : EOF;
 }
 
 /// The console of a camera shows both standard streams.

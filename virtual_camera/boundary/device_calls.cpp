@@ -1,5 +1,5 @@
-// ioctl, read, write and close, answered for the simulated devices' descriptors on the
-// calling registered thread; any other descriptor's calls go to libc.
+// ioctl, read, write, fsync and close, answered for the simulated devices' descriptors on the
+// calling registered thread; any other descriptor's calls go to libc, unless they are to fail.
 #include "boundary/faults.h"
 #include "boundary/placeholders.h"
 #include "clock/next_call.h"
@@ -20,6 +20,7 @@ namespace vcam {
 static NextCall<int(int, unsigned long, ...)> nextIoctl{"ioctl"};
 static NextCall<ssize_t(int, void *, size_t)> nextRead{"read"};
 static NextCall<ssize_t(int, const void *, size_t)> nextWrite{"write"};
+static NextCall<int(int)> nextFsync{"fsync"};
 static NextCall<int(int)> nextClose{"close"};
 
 static int fail(int error) {
@@ -55,6 +56,15 @@ static ssize_t answerRead(Device device, void *bytes, size_t size) {
     if (device != Device::Serial)
         return fail(EINVAL);
     return static_cast<ssize_t>(readSerial(static_cast<uint8_t *>(bytes), size));
+}
+
+static ssize_t writeFile(int descriptor, const void *bytes, size_t size) {
+    return failsNow("write", "file") ? -1 : nextWrite(descriptor, bytes, size);
+}
+
+static int closeFile(int descriptor) {
+    const int result = nextClose(descriptor);
+    return failsNow("close", "file") ? -1 : result;
 }
 
 static ssize_t answerWrite(Device device, const void *bytes, size_t size) {
@@ -107,13 +117,17 @@ ssize_t __read_chk(int descriptor, void *bytes, size_t size, size_t room) {
 
 ssize_t write(int descriptor, const void *bytes, size_t size) {
     const vcam::Device device = vcam::findAnswering(descriptor);
-    return device == vcam::Device::None ? vcam::nextWrite(descriptor, bytes, size)
+    return device == vcam::Device::None ? vcam::writeFile(descriptor, bytes, size)
                                         : vcam::answerWrite(device, bytes, size);
+}
+
+int fsync(int descriptor) {
+    return vcam::failsNow("fsync", "file") ? -1 : vcam::nextFsync(descriptor);
 }
 
 int close(int descriptor) {
     const vcam::Device device = vcam::findAnswering(descriptor);
-    return device == vcam::Device::None ? vcam::nextClose(descriptor)
+    return device == vcam::Device::None ? vcam::closeFile(descriptor)
                                         : vcam::answerClose(device, descriptor);
 }
 }

@@ -1,10 +1,12 @@
 // The back door through which tests make system calls fail.
 //
-// Calls are named as in C: open (all its variants), close, ioctl, read, write, select, poll, fopen,
-// access, unlink, remove, rename, chmod, socket, bind, listen, connect, accept, system,
-// pthread_create. What they are made on is a path or a device, "/dev/hi_gpio", "/dev/spidev1.0" or
-// "serial"; for system it is the command; "" is any. malloc and calloc fail only inside the
-// library.
+// Calls are named as in C: open (all its variants), close, ioctl, read, write, fsync, select, poll,
+// fopen, access, unlink, remove, rename, chmod, socket, bind, listen, connect, accept, shmget,
+// shmat, system, pthread_create, pthread_cond_timedwait, usleep, sleep, nanosleep, printf
+// (everything that prints). What they are made on is a path, a device, "/dev/hi_gpio",
+// "/dev/spidev1.0" or "serial", or "file" for the descriptor of a real one; for system it is the
+// command; "" is any. A sleep that fails has been interrupted in its middle; a timed wait that
+// fails does not wait. malloc and calloc fail only inside the library.
 #pragma once
 
 namespace vcam {

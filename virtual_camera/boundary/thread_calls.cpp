@@ -61,6 +61,11 @@ static int waitForCondition(pthread_cond_t *condition, pthread_mutex_t *mutex, i
 
 static int waitUntil(pthread_cond_t *condition, pthread_mutex_t *mutex,
                      const struct timespec &time) {
+    if (failsNow("pthread_cond_timedwait", "")) {
+        const int error = errno;
+        chargeCall(); // the program may come back at once, for ever
+        return error;
+    }
     return hasValidNs(time) ? waitForCondition(condition, mutex, toDeadlineUs(time)) : EINVAL;
 }
 

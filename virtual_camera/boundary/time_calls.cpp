@@ -1,6 +1,7 @@
 // Sleeps and clocks. Registered threads live in virtual time: every clock but the ones of consumed
 // processor time starts at power-on, the calendar at a fixed date.
 #include "boundary/calendar.h"
+#include "boundary/faults.h"
 #include "clock/next_call.h"
 #include "clock/scheduler.h"
 #include "clock/thread_table.h"
@@ -27,6 +28,16 @@ static NextCall<int()> nextSchedYield{"sched_yield"};
 /// Even an empty sleep costs something, or a loop of them would stop the clock.
 static void sleepAtLeast(int64_t us) {
     sleepUs(std::max<int64_t>(us, 1));
+}
+
+/// A fault: a signal that the program handles comes in the middle of the sleep.
+static bool isInterrupted(const char *call, int64_t us) {
+    if (us <= 1 || !failsNow(call, ""))
+        return false;
+    const int error = errno;
+    sleepAtLeast(us - us / 2);
+    errno = error;
+    return true;
 }
 
 static bool isSleepable(const struct timespec &time) {
@@ -57,6 +68,8 @@ extern "C" {
 int usleep(useconds_t us) {
     if (!vcam::isRegisteredThread())
         return vcam::nextUsleep(us);
+    if (vcam::isInterrupted("usleep", us))
+        return -1;
     vcam::sleepAtLeast(us);
     return 0;
 }
@@ -64,6 +77,8 @@ int usleep(useconds_t us) {
 unsigned sleep(unsigned seconds) {
     if (!vcam::isRegisteredThread())
         return vcam::nextSleep(seconds);
+    if (vcam::isInterrupted("sleep", seconds * vcam::kUsPerSecond))
+        return seconds - seconds / 2;
     vcam::sleepAtLeast(seconds * vcam::kUsPerSecond);
     return 0;
 }
@@ -75,7 +90,13 @@ int nanosleep(const struct timespec *time, struct timespec *left) {
         errno = EINVAL;
         return -1;
     }
-    vcam::sleepAtLeast(vcam::toUsUp(*time));
+    const int64_t us = vcam::toUsUp(*time);
+    if (vcam::isInterrupted("nanosleep", us)) {
+        if (left != nullptr)
+            *left = vcam::toTimespec(us / 2);
+        return -1;
+    }
+    vcam::sleepAtLeast(us);
     return 0;
 }
 

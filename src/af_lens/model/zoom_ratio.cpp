@@ -129,6 +129,8 @@ int Lens_Reset_OSDMULMAP(unsigned int multiple) {
         return 0;
     storeWord(&gOSDMultipleMax, multiple);
     buildRatioMaps();
+    if (!hasRecord())
+        return 0; // nowhere to publish to, and before start-up no grid to find the position on
     unsigned int zoom;
     do { // the lens may move on while its position is published here
         zoom = zoomPosition();

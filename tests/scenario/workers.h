@@ -1,0 +1,20 @@
+// Many processes, on all processors: a virtual camera lives in one process and on one processor.
+#pragma once
+
+#include <functional>
+#include <new>
+#include <sys/mman.h>
+
+namespace scenario {
+
+/// A zeroed record that the processes forked from now on have in common; never freed.
+template <typename Record> Record *share() {
+    void *memory =
+        mmap(nullptr, sizeof(Record), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    return new (memory) Record{};
+}
+
+/// Call @p play with 0 to @p count - 1, shared out to one process a processor.
+void playAll(int count, const std::function<void(int index)> &play);
+
+} // namespace scenario

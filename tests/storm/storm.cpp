@@ -1,0 +1,276 @@
+// What no test would think of: for two virtual minutes two host threads, the controller on the
+// serial line, a writer of the mailbox, a service tool and the scenery act at random, all drawn
+// from one seed. Afterwards the lens must settle, its counters equal the truth, a standing state be
+// in the mailbox, the hardware have nothing to complain of and the serial port still answer.
+#include "scenario/scenario.h"
+#include "scenario/workers.h"
+
+#include "clock/virtual_clock.h"
+#include "controller_frames.h"
+#include "devices/isp.h"
+#include "devices/seeded_random.h"
+#include "devices/serial_port.h"
+#include "optics/scene.h"
+#include "platform/shared_word.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <time.h>
+
+using vcam::SeededRandom;
+
+namespace {
+
+constexpr int64_t kStormUs = 120000000;
+constexpr double kSettleS = 1500; // a calibration run that came last takes its time
+constexpr double kNearestM = 2.5; // nearer ones are out of the lens's reach at tele: it searches on
+constexpr int kStopApiOneIn = 16;
+
+/// What the processes of the seeds have in common.
+struct Tally {
+    long acts;
+    long failed;
+    int64_t virtualUs;
+};
+
+Tally *tally;
+
+/// Something to do, and how often beside the others.
+struct Act {
+    int weight;
+    void (*perform)(SeededRandom &random);
+};
+
+// ---- The host's threads
+
+const Act kHostActs[] = {
+    {1, [](SeededRandom &) { AF_Manager_Reset_API(); }},
+    {2, [](SeededRandom &r) { AF_Manager_SetFocusMode_API(r.drawBetween(-1, 2)); }},
+    {4,
+     [](SeededRandom &r) {
+         AF_Mamager_SetPreset_API(static_cast<unsigned char>(r.drawBetween(0, 255)));
+     }},
+    {3, [](SeededRandom &r) { AF_Manager_Set_Multiple_API(r.drawBetween(16, 38)); }},
+    {2, [](SeededRandom &r) { AF_Manager_Set_ICUTStatusLast_API(r.drawBetween(0, 3)); }},
+    {2, [](SeededRandom &r) { AF_Manager_Set_ICUTControlType_API(r.drawBetween(-1, 4)); }},
+    {1, [](SeededRandom &) { AF_Manager_Start_API(); }},
+    {1, [](SeededRandom &r) { AF_Manager_Init_UsartFd_API(r.drawBetween(-1, 0)); }},
+    {4,
+     [](SeededRandom &) {
+         char text[64];
+         AF_Manager_Get_OSDData_API(text);
+     }},
+};
+
+// ---- The mailbox: any code, sensible or not; the calibration run, which nothing stops, seldom
+
+void writeMailbox(SeededRandom &random) {
+    const int code = random.drawBetween(-1, 18);
+    const bool isRareOne = code == CMD_FLINE && random.drawBetween(0, 9) != 0;
+    if (isRareOne || loadWord(&g_ShaPosInfo) == nullptr)
+        return;
+    const unsigned presets[] = {0, 1, 5, 202, 254, 255};
+    const bool isPreset = code >= CMD_SPST && code <= CMD_CLPST;
+    scenario::command(static_cast<AF_CMD_em>(code), isPreset
+                                                        ? presets[random.drawBetween(0, 5)]
+                                                        : static_cast<unsigned>(random.drawBits()));
+}
+
+const Act kMailboxActs[] = {{1, writeMailbox}};
+
+// ---- The controller
+
+const demo::Bytes kFrames[] = {
+    demo::kViscaTele,
+    demo::kViscaWide,
+    demo::kViscaZoomStop,
+    demo::kAskZoom,
+    demo::kAskFocus,
+    demo::kAskFocusMode,
+    demo::kPelcoTele,
+    demo::kPelcoWide,
+    demo::kPelcoStop,
+    {0x81, 0x01, 0x04, 0x08, 0x02, 0xFF},
+    {0x81, 0x01, 0x04, 0x08, 0x03, 0xFF},
+    {0x81, 0x01, 0x04, 0x08, 0x00, 0xFF},
+    {0x81, 0x01, 0x04, 0x18, 0x01, 0xFF},
+    {0x81, 0x01, 0x04, 0x01, 0x02, 0xFF},
+    {0x81, 0x01, 0x04, 0x01, 0x03, 0xFF},
+    {0xFF, 0x01, 0x01, 0x00, 0x00, 0x00, 0x02},
+    {0xFF, 0x01, 0x00, 0x80, 0x00, 0x00, 0x81},
+};
+
+void sendFrame(SeededRandom &random) {
+    const int count = static_cast<int>(sizeof kFrames / sizeof kFrames[0]);
+    scenario::send(kFrames[random.drawBetween(0, count - 1)]);
+}
+
+void sendDirectZoom(SeededRandom &random) {
+    scenario::send(demo::viscaDirectZoom(static_cast<unsigned>(random.drawBetween(0, 0xFFFF))));
+}
+
+/// A frame with a byte changed or its end missing: what follows is read at the wrong place.
+void sendDamaged(SeededRandom &random) {
+    const int count = static_cast<int>(sizeof kFrames / sizeof kFrames[0]);
+    demo::Bytes frame = kFrames[random.drawBetween(0, count - 1)];
+    const auto at = static_cast<size_t>(random.drawBetween(0, static_cast<int>(frame.size()) - 1));
+    if (random.drawBetween(0, 1) == 0)
+        frame[at] = static_cast<uint8_t>(random.drawBits());
+    else
+        frame.resize(at);
+    scenario::send(frame);
+}
+
+const Act kSerialActs[] = {{20, sendFrame}, {4, sendDirectZoom}, {1, sendDamaged}};
+
+// ---- The service tool's thread. Its zoom steps check no limit: only the careful requests.
+
+void requestByHand(SeededRandom &random) {
+    const unsigned flags[] = {0, 3, 4, 6, 9, 10, 11};
+    const unsigned subCommands[] = {4, 16, 250, 252};
+    manualCtrlFun(flags[random.drawBetween(0, 6)], subCommands[random.drawBetween(0, 3)],
+                  static_cast<unsigned>(random.drawBetween(0, 20)));
+}
+
+const Act kServiceActs[] = {{1, requestByHand}};
+
+// ---- The scenery
+
+const Act kSceneryActs[] = {
+    {3, [](SeededRandom &r) { vcam::setObjectDistanceM(kNearestM + 30 * r.drawUnit()); }},
+    {1, [](SeededRandom &r) { vcam::setNight(r.drawBetween(0, 1) == 1); }},
+    {1,
+     [](SeededRandom &r) {
+         vcam::stallFramesUntilUs(vcam::nowUs() + r.drawBetween(0, 2500) * 1000);
+     }},
+};
+
+// ---- One storm
+
+struct Actor {
+    const Act *acts;
+    size_t count;
+    int longestPauseMs;
+    uint64_t seed;
+    uint64_t purpose;
+};
+
+void performOne(const Actor &actor, SeededRandom &random) {
+    int total = 0;
+    for (size_t i = 0; i < actor.count; ++i)
+        total += actor.acts[i].weight;
+    int drawn = random.drawBetween(1, total);
+    const Act *act = actor.acts;
+    while ((drawn -= act->weight) > 0)
+        ++act;
+    act->perform(random);
+}
+
+/// Bursts and lulls: half of the pauses are a hundredth of the others.
+void *actAtRandom(void *argument) {
+    const Actor &actor = *static_cast<const Actor *>(argument);
+    SeededRandom random(actor.seed, actor.purpose);
+    const int64_t endUs = vcam::nowUs() + kStormUs;
+    while (vcam::nowUs() < endUs) {
+        const int64_t pauseUs = random.drawBetween(0, actor.longestPauseMs) * 1000;
+        vcam::sleepUs(random.drawBetween(0, 1) == 0 ? pauseUs : pauseUs / 100);
+        performOne(actor, random);
+        __atomic_add_fetch(&tally->acts, 1, __ATOMIC_RELAXED);
+    }
+    return nullptr;
+}
+
+/// An inquiry, shifted by one byte from one time to the next: whatever the damaged frames have left
+/// half read, one of them meets the start of a frame.
+void expectAnswer() {
+    vcam::cameraSent();
+    for (int i = 0; i < 16; ++i) {
+        demo::Bytes shifted = demo::kAskZoom;
+        shifted.push_back(0xFF);
+        scenario::send(shifted);
+        scenario::passMs(100);
+    }
+    const demo::Bytes sent = vcam::cameraSent();
+    ASSERT_GE(sent.size(), 7u) << "no answer to an inquiry";
+    EXPECT_EQ(sent[0], 0x90);
+    EXPECT_EQ(sent[1], 0x50);
+    EXPECT_EQ(sent[6], 0xFF);
+}
+
+void runStorm(uint64_t seed) {
+    Actor actors[] = {
+        {kHostActs, sizeof kHostActs / sizeof(Act), 4000, seed, 100},
+        {kHostActs, sizeof kHostActs / sizeof(Act), 4000, seed, 101},
+        {kMailboxActs, 1, 6000, seed, 102},
+        {kSerialActs, sizeof kSerialActs / sizeof(Act), 3000, seed, 103},
+        {kServiceActs, 1, 40000, seed, 104},
+        {kSceneryActs, sizeof kSceneryActs / sizeof(Act), 20000, seed, 105},
+    };
+    constexpr size_t kActors = sizeof actors / sizeof actors[0];
+    pthread_t threads[kActors];
+    SeededRandom random(seed, 99);
+    g_LensType = static_cast<int>(seed % 2);
+    scenario::startLibrary();
+    scenario::passMs(random.drawBetween(0, 20000)); // now and then the storm comes first
+    pthread_t manual;
+    pthread_create(&manual, nullptr, manualCtrlThread, nullptr);
+    for (size_t i = 0; i < kActors; ++i)
+        ASSERT_EQ(pthread_create(&threads[i], nullptr, actAtRandom, &actors[i]), 0);
+    if (random.drawBetween(1, kStopApiOneIn) == 1) {
+        scenario::passMs(random.drawBetween(30000, 120000));
+        AF_Manager_Stop_API();
+    }
+    for (pthread_t thread : threads)
+        pthread_join(thread, nullptr);
+    scenario::waitSettled(kSettleS);
+    scenario::expectSound();
+    EXPECT_TRUE(scenario::isStanding());
+    EXPECT_EQ(memcmp(&g_APGroupInfo, &scenario::host().presets, sizeof g_APGroupInfo), 0);
+    expectAnswer();
+    __atomic_add_fetch(&tally->virtualUs, vcam::nowUs(), __ATOMIC_RELAXED);
+}
+
+bool isCalm(uint64_t seed, const std::string &traceFile) {
+    vcam::CameraOptions options;
+    options.seed = seed;
+    options.lensType = static_cast<int>(seed % 2);
+    options.traceFile = traceFile;
+    const scenario::Ending ending = scenario::runToEnd(options, [=] { runStorm(seed); });
+    if (ending.status != 0)
+        printf("%sstatus %d seed %llu failed; replay: ./run storm %llu\n", ending.said.c_str(),
+               ending.status, static_cast<unsigned long long>(seed),
+               static_cast<unsigned long long>(seed));
+    fflush(stdout);
+    return ending.status == 0;
+}
+
+double nowS() {
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+} // namespace
+
+/// storm SEED [TRACE-FILE]: that one. storm FIRST-LAST: all of them, on all processors.
+int main(int argc, char **argv) {
+    tally = scenario::share<Tally>();
+    const char *range = argc > 1 ? argv[1] : "1-1000";
+    char *rest = nullptr;
+    const uint64_t first = strtoull(range, &rest, 10);
+    const uint64_t last = *rest == '-' ? strtoull(rest + 1, nullptr, 10) : first;
+    const double startS = nowS();
+    if (first == last) {
+        tally->failed = isCalm(first, argc > 2 ? argv[2] : "") ? 0 : 1;
+    } else {
+        scenario::playAll(static_cast<int>(last - first + 1), [=](int index) {
+            if (!isCalm(first + static_cast<uint64_t>(index), ""))
+                __atomic_add_fetch(&tally->failed, 1, __ATOMIC_RELAXED);
+        });
+    }
+    printf("%llu storms, %ld failed: %ld acts in %lld virtual s, %.1f real s\n",
+           static_cast<unsigned long long>(last - first + 1), tally->failed, tally->acts,
+           static_cast<long long>(tally->virtualUs / 1000000), nowS() - startS);
+    return tally->failed == 0 ? 0 : 1;
+}
