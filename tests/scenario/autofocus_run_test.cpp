@@ -176,7 +176,7 @@ TEST(AutofocusRun, flat_scene_ends_after_three_passes_by_day_and_six_at_night) {
     }
 }
 
-TEST(AutofocusRun, focus_outside_the_range_is_driven_to_its_nearer_end_first) {
+TEST(AutofocusRun, it_enters_the_range_or_starts_inside_it_by_the_last_zoom_direction) {
     const struct {
         unsigned focus;
         int zoomDirection;
