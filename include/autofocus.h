@@ -258,8 +258,8 @@ AUTOFOCUS_EXPORT int AF_Manager_Get_ICUTStatusLast_API(void);
  *
  * @param value  1 night (filter removed), 2 day.
  * @return 0; -1 with a message for another value, nothing changed.
- * @context Any thread. A change blocks the caller for 2 s and then asks for an autofocus run; a
- *          repeated report returns at once.
+ * @context Any thread. A change blocks the caller for 2 s (less where the host handles a signal on
+ *          that thread) and then asks for an autofocus run; a repeated report returns at once.
  */
 AUTOFOCUS_EXPORT int AF_Manager_Set_ICUTStatusLast_API(int value);
 

@@ -13,16 +13,15 @@
 #include "platform/shared_word.h"
 #include "sony/serial_thread.h"
 
-#include <errno.h>
 #include <stdio.h>
-#include <time.h>
+#include <unistd.h>
 
 static const int kFixedSpeed = 4;
 static const int kSlowest = 1;
 static const int kFastest = 7;
 static const int kReportedNight = 1;
 static const int kReportedDay = 2;
-static const time_t kFilterSettleSeconds = 2;
+static const unsigned int kFilterSettleSeconds = 2;
 
 static int started = 0;
 static int af_relate_frame = 0;
@@ -162,14 +161,6 @@ int AF_Manager_Get_ICUTStatusLast_API(void) {
     return loadWord(&g_ICUTState) != kIcutDay ? kReportedNight : kReportedDay;
 }
 
-// The filter moves and the exposure follows. Signals that the host handles neither cut this short
-// nor, however many come, draw it out: sleep() would round what is left to whole seconds.
-static void waitForFilter() {
-    struct timespec left = {kFilterSettleSeconds, 0};
-    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
-    }
-}
-
 int AF_Manager_Set_ICUTStatusLast_API(int value) {
     if (value != kReportedNight && value != kReportedDay) {
         puts("Invaled icut mode last !");
@@ -179,7 +170,7 @@ int AF_Manager_Set_ICUTStatusLast_API(int value) {
     if (loadWord(&g_ICUTState) == state)
         return 0;
     storeWord(&g_ICUTState, state);
-    waitForFilter();
+    sleep(kFilterSettleSeconds); // the filter moves and the exposure follows
     Lens_Set_Command(CMD_FOCUS);
     return 0;
 }
