@@ -80,7 +80,6 @@ const Fault kFaults[] = {
      "__afStartThread____Create Control Thread Failure____"},
     {"usleep", "", EINTR, kEveryOffset, Harm::None, Harm::None, nullptr},
     {"sleep", "", EINTR, kEveryOffset, Harm::None, Harm::None, nullptr},
-    {"nanosleep", "", EINTR, kEveryOffset, Harm::None, Harm::None, nullptr},
     {"pthread_cond_timedwait", "", EINVAL, kEveryOffset, Harm::None, Harm::None, nullptr},
     {"printf", "", EIO, kEveryOffset, Harm::None, Harm::None, nullptr},
     {"access", "", EACCES, kEveryOffset, Harm::None, Harm::None, nullptr},
