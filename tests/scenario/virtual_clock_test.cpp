@@ -127,13 +127,13 @@ TEST(VirtualClock, every_wait_ends_at_its_exact_instant) {
          ETIMEDOUT, 0},
         {"bad condition",
          [] {
-             return waitForSilence({9999999999, -1});
+             return waitForSilence({2147483647, -1});
          },
          EINVAL, 0},
         {"mutex", [] { return lockHeldUntil(after(CLOCK_REALTIME, 3000)); }, ETIMEDOUT, 3000},
         {"bad mutex",
          [] {
-             return lockHeldUntil({9999999999, 1000000000});
+             return lockHeldUntil({2147483647, 1000000000});
          },
          EINVAL, 0},
         {"standard condition", [] { return waitForStandardSilence(20); }, 1, 20000},
