@@ -107,6 +107,8 @@ TEST_F(FileStore, record_of_another_size_or_folder_that_is_gone_is_a_failure) {
     EXPECT_EQ(readRecord(), '-');
     EXPECT_TRUE(store->read("record", &byte, 1));
     EXPECT_EQ(byte, 'x');
+    EXPECT_TRUE(writeRecord('o'));
+    EXPECT_FALSE(store->read("record", &byte, 1));
     std::filesystem::remove_all(folder);
     EXPECT_FALSE(writeRecord('n'));
 }
