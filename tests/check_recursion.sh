@@ -16,6 +16,7 @@ allowed=' device_calls.cpp:read select_calls.cpp:poll picture.cpp:fopen '
 failed=0
 for object in "$@"; do
     source=$(basename "$object" .o)
+    [ "$source" != wide_time_calls.cpp ] || continue # each of its calls is there to make its older one
     calls=$("$readelf" -rW "$object" | awk -v names="$overridden" '
         BEGIN { split(names, list, "\n"); for (i in list) isOurs[list[i]] = 1 }
         $5 in isOurs { print $5 }' | sort -u)
