@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <string>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -17,12 +16,11 @@
 #include <unistd.h>
 #include <vector>
 
-#include "autofocus_service.h"
+#include "story.h"
+
 #include "camera.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
-#include "devices/lens.h"
-#include "devices/serial_port.h"
 
 namespace {
 
@@ -30,11 +28,6 @@ constexpr double kRequiredRatio = 3000;
 constexpr int kSeeds = 15;
 constexpr int kWarmRounds = 20;
 constexpr double kUsPerS = 1e6;
-constexpr int64_t kPollUs = 10000;
-constexpr int64_t kLimitUs = 60000000;
-
-const std::vector<uint8_t> kZoomTele = {0x81, 0x01, 0x04, 0x07, 0x27, 0xFF};
-const std::vector<uint8_t> kZoomWide = {0x81, 0x01, 0x04, 0x07, 0x37, 0xFF};
 
 /// What a span of a run took.
 struct Span {
@@ -67,80 +60,17 @@ private:
     int64_t virtualStartUs = vcam::nowUs();
 };
 
-// ---- A host that remembers nothing ----
-
-int positionsSaved = 0;
-
-int savePosition(unsigned, unsigned) {
-    positionsSaved += 1;
-    return 0;
-}
-
-int loadPosition(unsigned *, unsigned *) {
-    return -1;
-}
-
-int keepPresets(PRESET_INF *) {
-    return -1;
-}
-
-int keepFocusLine(FOCUS_POINT *) {
-    return -1;
-}
-
-int ignoreDayNight(int) {
-    return 0;
-}
-
-[[noreturn]] void giveUp(const char *what) {
-    fprintf(stderr, "whole_scenario: %s\n", what);
-    _exit(EXIT_FAILURE);
-}
-
-void startLibrary() {
-    AF_Manager_Init_LensPosition_API(savePosition, loadPosition);
-    AF_Manager_Init_PresetInfo_API(keepPresets, keepPresets);
-    AF_Manager_Init_FocusPoint_API(keepFocusLine, keepFocusLine);
-    AF_Manager_Init_DayNightModeFun_API(ignoreDayNight);
-    AF_Manager_Init_UsartFd_API(vcam::serialDescriptor());
-    if (AF_Manager_Start_API() != 0)
-        giveUp("the library refuses to start");
-}
-
-// ---- The story ----
-
-void waitUntil(const std::function<bool()> &isDone, const char *what) {
-    const int64_t endUs = vcam::nowUs() + kLimitUs;
-    while (!isDone()) {
-        if (vcam::nowUs() > endUs)
-            giveUp(what);
-        vcam::sleepUs(kPollUs);
-    }
-}
-
-bool isIdle() {
-    return Lens_Get_Command() == CMD_NONE && __atomic_load_n(&g_AutoCheckFlag, __ATOMIC_ACQUIRE);
-}
-
-void zoomTo(const std::vector<uint8_t> &command, unsigned limit) {
-    vcam::controllerSends(command);
-    waitUntil([&] { return vcam::truePosition(vcam::Axis::Zoom) == static_cast<int>(limit); },
-              "the zoom never arrives");
-    waitUntil(isIdle, "the autofocus run never ends");
-}
-
 void zoomThereAndBack() {
-    zoomTo(kZoomTele, ZM_Tele_Limit);
-    zoomTo(kZoomWide, ZM_Wide_Limit);
+    bench::zoomToTele();
+    bench::awaitFocus();
+    bench::zoomToWide();
+    bench::awaitFocus();
 }
 
 Result play(const vcam::CameraOptions &options) {
     Result result;
     const double startS = realS();
-    vcam::powerOn(options);
-    startLibrary();
-    waitUntil([] { return positionsSaved > 0; }, "the lens never parks");
-    waitUntil(isIdle, "the first autofocus run never ends");
+    bench::boot(options);
     zoomThereAndBack();
     vcam::flushTrace();
     result.cold = {static_cast<double>(vcam::nowUs()) / kUsPerS, realS() - startS};
@@ -160,7 +90,7 @@ Result playApart(uint64_t seed) {
     options.traceFile = "/tmp/whole_scenario." + std::to_string(getpid()) + ".txt";
     int ends[2];
     if (pipe(ends) != 0)
-        giveUp("no pipe");
+        bench::giveUp("no pipe");
     const pid_t child = fork();
     if (child == 0) {
         const Result result = play(options);
@@ -176,7 +106,7 @@ Result playApart(uint64_t seed) {
     waitpid(child, &status, 0);
     unlink(options.traceFile.c_str());
     if (!isRead || status != 0)
-        giveUp("a run failed");
+        bench::giveUp("a run failed");
     return result;
 }
 

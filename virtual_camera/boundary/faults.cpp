@@ -1,5 +1,6 @@
 #include "boundary/faults.h"
 
+#include "boundary/call_counts.h"
 #include "boundary/library_imports.h"
 #include "clock/thread_table.h"
 #include "clock/trace.h"
@@ -71,7 +72,10 @@ static bool strikes(Fault &fault, const char *call, const char *subject) {
 }
 
 bool failsNow(const char *call, const char *subject) {
-    if (faults.empty() || !isRegisteredThread())
+    if (!isRegisteredThread())
+        return false;
+    noteCall(call, subject);
+    if (faults.empty())
         return false;
     const Unobserved unobserved;
     for (Fault &fault : faults) {

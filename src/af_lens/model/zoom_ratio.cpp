@@ -38,12 +38,19 @@ int quarterPointOfRatio(int m, int count) {
     return m * average + longGaps;
 }
 
+// The last ratio that starts at or below a quarter point: the long gaps come first.
+static int ratioIndexAt(int point, int count) {
+    const int average = kTelePoint / (count - 1);
+    const int remainder = kTelePoint % (count - 1);
+    const int endOfLongGaps = remainder * (average + 1);
+    return point < endOfLongGaps ? point / (average + 1)
+                                 : remainder + (point - endOfLongGaps) / average;
+}
+
 unsigned short position16OfPoint(int point, int count) {
     if (count == 0)
         return 0;
-    int m = 0;
-    while (m + 1 < count && quarterPointOfRatio(m + 1, count) <= point)
-        ++m;
+    const int m = ratioIndexAt(point, count);
     const int past = point - quarterPointOfRatio(m, count);
     if (past == 0)
         return gZRPosition[m];

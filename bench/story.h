@@ -1,0 +1,24 @@
+// The story that the benches play: the camera boots, finds focus, zooms to the tele end and back.
+#pragma once
+
+#include <functional>
+
+#include "camera_options.h"
+
+namespace bench {
+
+/// Say why and leave; the process of a run ends.
+[[noreturn]] void giveUp(const char *what);
+
+/// Power on, start the library for a host that remembers nothing, and wait until the first
+/// autofocus run is done.
+void boot(const vcam::CameraOptions &options);
+
+/// Zoom by a VISCA command until the limit; the library goes on with an autofocus run.
+void zoomToTele();
+void zoomToWide();
+
+/// Until that autofocus run is done.
+void awaitFocus();
+
+} // namespace bench
