@@ -63,6 +63,8 @@ TEST(Calibration, every_grid_point_is_in_focus_and_the_host_gets_the_curve) {
                     EXPECT_EQ(int(line.focus[tag][quarter] - line.focus[tag][0]),
                               quarter * (way / 4) + (quarter == 3 ? extra : 0));
             }
+            EXPECT_EQ(countSaid(" flagHill: 4 flagDown: 0"), 40); // once a point
+            EXPECT_GT(countSaid("flagUp: 0 flagHill: 0 flagDown: 3"), 0);
             EXPECT_EQ(memcmp(&g_FLineInfo, &line, sizeof line), 0);
             EXPECT_EQ(FM_Step_Run[0][0], line.focus[0][0] - line.focus[0][1]);
             const unsigned wide = line.focus[0][0];
