@@ -1,4 +1,5 @@
-// Autofocus runs: exact ones on focus values that the case makes up, and sharp ones on the picture.
+// Autofocus runs, with the wide search of a picture far out of focus: exact ones on focus values
+// that the case makes up, and sharp ones on the picture.
 #include "scenario.h"
 
 #include "clock/virtual_clock.h"
@@ -7,325 +8,262 @@
 #include "optics/scene.h"
 #include "platform/shared_word.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 using namespace scenario;
 
 static const int64_t kFrameUs = 40000;
 static const unsigned kWide = 10216;
-static const unsigned kFarOfWide = 12234; // where the infinity line begins; the 2 m line at 12212
+static const int kFarOfWide = 12234; // where the infinity line begins; the 2 m line at 12212
 
-using FocusValue = std::function<unsigned(int focus)>;
+/// What a frame is worth: first and second focus value.
+struct Worth {
+    double first, second;
+};
 
-/// One run in front of a made-up scene. The whole picture is worth 1000 more than its centre.
-static void focusOn(const FocusValue &value) {
-    command(CMD_FOCUS);
+using Scene = std::function<Worth(int focus, int frame)>;
+
+/// One run in front of a made-up scene; the first record that the run reads is of frame 0. The
+/// whole picture is worth 1000 more than its centre.
+static void focusOn(const Scene &scene) {
+    int64_t startUs = vcam::kForeverUs;
+    int frame = -1;
     publishUntil([] { return Lens_Get_Command() == CMD_NONE; },
                  [&](int focus) {
+                     if (startUs == vcam::kForeverUs) {
+                         startUs = nextPollUs();
+                         command(CMD_FOCUS);
+                     }
+                     frame += vcam::nowUs() > startUs ? 1 : 0;
+                     const Worth worth = scene(focus, frame);
                      AF_Statistics_Info record = {};
-                     record.vwV1SumHalf = value(focus);
+                     record.vwV1SumHalf = unsigned(worth.first);
+                     record.vwV2SumHalf = unsigned(worth.second);
                      record.vwV1SumAll = record.vwV1SumHalf + 1000;
                      return record;
                  });
 }
 
-static FocusValue makePeak(int peak) {
-    return [peak](int focus) { return 20000u - 100u * unsigned(std::abs(focus - peak)); };
+static Scene makePeak(int peak) {
+    return [=](int focus, int) {
+        return Worth{std::max(5000.0, 20000 - 100.0 * std::abs(focus - peak)), 0};
+    };
 }
 
-static void expectSharp(const char *where) {
-    EXPECT_LE(std::fabs(vcam::focusErrorHalfDepths()), 1)
-        << where << ", object at " << vcam::objectDistanceM() << " m";
+static Scene makeFlat(double worth) {
+    return [=](int, int) { return Worth{worth, worth}; };
 }
 
-/// Zoom toward tele until @p zoom is reached, then wait for the autofocus run.
-static void zoomTo(unsigned zoom) {
-    command(CMD_TELE);
-    waitUntil([&] { return loadWord(&ZM_Step_Local) >= zoom; }, 30, "the zoom is there");
-    command(CMD_ZSTOP);
+static void obey(AF_CMD_em code, unsigned value = 0) {
+    command(code, value);
     passMs(100);
     waitIdle();
 }
 
-static void expectSharpEverywhere(bool atNight) {
-    startAndSettle();
-    expectSharp("at the wide end after the start");
-    vcam::setNight(atNight);
-    storeWord(&g_ICUTState, atNight ? 1 : 0);
-    for (unsigned zoom : {kWide, 14056u, 18280u, 20488u}) {
-        zoomTo(zoom);
-        for (double distance : {3.0, 10.0, HUGE_VAL}) {
-            vcam::setObjectDistanceM(distance);
-            command(CMD_FOCUS);
-            passMs(100);
-            waitIdle();
-            expectSharp(("at zoom " + std::to_string(zoom)).c_str());
-        }
-    }
-    expectSound();
-}
-
 TEST(AutofocusRun, ends_sharp_at_every_zoom_distance_and_light_with_every_blur) {
-    for (int kind = 0; kind < 4; ++kind) {
-        for (uint64_t seed = 1; seed <= 4; ++seed) {
-            vcam::CameraOptions options;
-            options.seed = seed;
-            options.gaussianBlur = (kind & 1) != 0;
-            const bool atNight = (kind & 2) != 0;
-            SCOPED_TRACE(testing::Message() << "seed " << seed << ", gaussian "
-                                            << options.gaussianBlur << ", night " << atNight);
-            run(options, [&] { expectSharpEverywhere(atNight); });
-        }
-    }
-}
-
-TEST(AutofocusRun, moves_one_group_a_frame_then_returns_to_the_peak_stores_and_arms) {
-    run([] {
-        startParked();
-        passMs(2000);
-        const int64_t commandedUs = vcam::nowUs();
-        command(CMD_FOCUS);
-        waitIdle();
-        const std::vector<int64_t> starts = whenSaid("______Start______", commandedUs);
-        ASSERT_EQ(starts.size(), 1u);
-        // Two records are read at the start, then a group goes out as each record comes in.
-        const int64_t firstUs = (starts[0] / kFrameUs + 2) * kFrameUs;
-        const std::vector<Event> groups = events("chip", "run", commandedUs);
-        ASSERT_GT(groups.size(), 20u);
-        size_t searching = 0;
-        while (groups[searching].timeUs == firstUs + int64_t(searching) * kFrameUs)
-            ++searching;
-        int focus = int(kFarOfWide);
-        for (size_t i = 0; i < searching; ++i)
-            focus += std::stoi(groups[i].get("steps"));
-        const int peak = vcam::truePosition(vcam::Axis::Focus);
-        for (size_t i = searching; i < groups.size(); ++i) {
-            EXPECT_EQ(groups[i].timeUs, groups[searching].timeUs + int64_t(i - searching) * 10000);
-            focus += std::stoi(groups[i].get("steps"));
-        }
-        EXPECT_EQ(focus, peak);
-        EXPECT_EQ(host().savedPositions.size(), 3u);
-        EXPECT_EQ(host().savedPositions.back(), std::make_pair(kWide, unsigned(peak)));
-        const float share = float(peak - 10000) / 4880;
-        EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shRFPosition),
-                  unsigned(49152.0F - share * 45056.0F));
-        expectSharp("at the wide end");
-        expectSound();
-    });
-}
-
-TEST(AutofocusRun, patience_with_falls_and_hills_follows_the_ircut_state) {
-    const struct {
-        int night, peak;
-        std::vector<const char *> passes;
-    } rows[] = {
-        {0, 12200, {"flagU: 16 flagD: 0 flagH: 4 afvMax: 20000"}},
-        {1, 12200, {"flagU: 16 flagD: 0 flagH: 6 afvMax: 20000"}},
-        {0,
-         12261,
-         {"flagU: 0 flagD: 3 flagH: 0 afvMax: 17100", "flagU: 17 flagD: 0 flagH: 4 afvMax: 20000"}},
-        {1,
-         12261,
-         {"flagU: 0 flagD: 6 flagH: 0 afvMax: 17100", "flagU: 20 flagD: 0 flagH: 6 afvMax: 20000"}},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(testing::Message() << "night " << row.night << ", peak " << row.peak);
-        run([&] {
-            startParked();
-            storeWord(&g_ICUTState, row.night);
-            const int64_t startUs = vcam::nowUs();
-            focusOn(makePeak(row.peak));
-            for (const char *pass : row.passes)
-                EXPECT_EQ(countSaid(pass, startUs), 1) << pass;
-            EXPECT_EQ(loadWord(&FM_Step_Local), unsigned(row.peak));
-            EXPECT_EQ(loadWord(&g_AFVClearMax), 20000);
-            EXPECT_EQ(loadWord(&g_AutoCheckFlag), 1);
+    for (unsigned kind = 0; kind < 16; ++kind) {
+        SCOPED_TRACE(kind);
+        vcam::CameraOptions options;
+        options.seed = 1 + kind % 4;
+        options.gaussianBlur = (kind & 4) != 0;
+        const int night = kind < 8 ? 0 : 1;
+        run(options, [&] {
+            startAndSettle();
+            vcam::setNight(night != 0);
+            storeWord(&g_ICUTState, night);
+            for (unsigned zoom16 : {12422u, 15170u, 16228u, 0u}) {
+                obey(CMD_DZF, zoom16);
+                for (double distance : {3.0, 10.0, HUGE_VAL}) {
+                    vcam::setObjectDistanceM(distance);
+                    obey(CMD_FOCUS);
+                    EXPECT_LE(std::fabs(vcam::focusErrorHalfDepths()), 1)
+                        << "zoom " << zoom16 << ", object at " << distance << " m";
+                }
+            }
+            expectSound();
+            const int knock = (kind % 2 == 0 ? -120 : 120) * (1 + night);
+            vcam::placeAt(vcam::Axis::Focus, vcam::truePosition(vcam::Axis::Focus) + knock);
+            obey(CMD_FOCUS);
+            EXPECT_LE(std::fabs(vcam::focusErrorHalfDepths()), 1) << "knocked by " << knock;
         });
     }
 }
 
-// The last pass's first sample is the first of equals; by day that pass runs toward near, at night
-// toward far, and its first step is a quarter of the range's step ceiling.
-TEST(AutofocusRun, flat_scene_ends_after_three_passes_by_day_and_six_at_night) {
-    const struct {
-        unsigned zoom, nearEnd, farEnd, firstStep, value;
-    } rows[] = {
-        {kWide, 12148, 12298, 1, 5000}, {17128, 10684, 10928, 1, 5000},
-        {17896, 10546, 10902, 2, 5000}, {19432, 10838, 11406, 2, 5000},
-        {19944, 11226, 11996, 4, 6000}, {20488, 11994, 13042, 4, 6000},
-    };
-    for (const auto &row : rows) {
-        for (int night = 0; night < 2; ++night) {
-            SCOPED_TRACE(testing::Message() << "zoom " << row.zoom << ", night " << night);
-            run([&] {
-                startParked();
-                placeLens(row.zoom, (row.nearEnd + row.farEnd) / 2);
-                storeWord(&g_ICUTState, night);
-                const int64_t startUs = vcam::nowUs();
-                focusOn([](int) { return 5000u; });
-                const std::string pass =
-                    "flagU: 0 flagD: 0 flagH: 0 afvMax: " + std::to_string(row.value);
-                EXPECT_EQ(countSaid(pass, startUs), night == 0 ? 3 : 6);
-                EXPECT_EQ(loadWord(&FM_Step_Local),
-                          night == 0 ? row.farEnd - row.firstStep : row.nearEnd + row.firstStep);
-                EXPECT_EQ(loadWord(&g_AFVClearMax), int(row.value));
-                expectSound();
-            });
-        }
-    }
-}
-
-TEST(AutofocusRun, it_enters_the_range_or_starts_inside_it_by_the_last_zoom_direction) {
-    const struct {
-        unsigned focus;
-        int zoomDirection;
-        std::vector<int> entry;
-    } rows[] = {
-        {12000, MS_Z_TELE, {16, 32, 48, 48, 4, 2}}, // then inward in that direction
-        {12148, MS_Z_TELE, {2, 2}},
-        {12230, MS_Z_TELE, {-2}},
-        {12231, MS_Z_WIDE, {2}},
-        {12298, MS_Z_WIDE, {-2, -2}},
-        {12371, MS_Z_TELE, {-16, -32, -25, -2}},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(testing::Message() << row.focus << ", zoom direction " << row.zoomDirection);
-        run([&] {
-            startParked();
-            placeLens(kWide, row.focus);
-            g_ZoomDir = row.zoomDirection;
-            const int64_t startUs = vcam::nowUs();
-            focusOn(makePeak(12220));
-            std::vector<int> groups = motorRuns("CD", startUs);
-            groups.resize(row.entry.size());
-            EXPECT_EQ(groups, row.entry);
-            EXPECT_EQ(loadWord(&FM_Step_Local), 12220u);
-        });
-    }
-}
-
-/// Where the focus turned between @p fromUs and now, and where it stands.
-static std::vector<int> turningPoints(int focus, int64_t fromUs) {
-    std::vector<int> points;
-    int before = 0;
-    for (int steps : motorRuns("CD", fromUs)) {
-        if (before * steps < 0)
-            points.push_back(focus);
-        before = steps;
-        focus += steps;
-    }
-    points.push_back(focus);
-    return points;
-}
-
-static unsigned makePlateau(int focus, unsigned height) {
-    return focus < 12200 ? height : makePeak(12200)(focus);
-}
-
-// The coarse pass runs from 12234 toward near over a peak at 12200; the fine pass runs back to 48
-// steps (64 at night) beyond that peak, further if it still rises there.
-TEST(AutofocusRun, scene_that_changes_between_the_passes_decides_where_they_turn) {
-    const FocusValue still = makePeak(12200);
-    const struct {
-        const char *name;
-        int night;
-        FocusValue coarse, fine;
-        std::vector<int> turns;
-    } rows[] = {
-        {"nothing changes", 0, still, still, {12192, 12208, 12200}},
-        {"peak moves far out", 0, still, makePeak(12270), {12192, 12278, 12270}},
-        {"peak moves to the edge", 0, still, makePeak(12248), {12192, 12256, 12248}},
-        {"picture becomes flat", 0, still, [](int) { return 15000u; }, {12192, 12248, 12192}},
-        {"and so at night", 1, still, [](int) { return 15000u; }, {12188, 12264, 12188}},
-        {"a little below the peak by day",
-         0,
-         [](int focus) { return makePlateau(focus, 19500); },
-         [](int focus) { return makePlateau(24400 - focus, 19500); },
-         {12192, 12208, 12200}},
-        {"a little below the peak at night",
-         1,
-         [](int focus) { return makePlateau(focus, 18900); },
-         [](int focus) { return makePlateau(24400 - focus, 19500); },
-         {12188, 12212, 12200}},
-        {"too little below the peak at night",
-         1,
-         [](int focus) { return makePlateau(focus, 19500); },
-         still,
-         {12148, 12213, 12187, 12201}},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        run([&] {
-            startParked();
-            storeWord(&g_ICUTState, row.night);
-            const int64_t startUs = vcam::nowUs();
-            bool turned = false;
-            focusOn([&](int focus) {
-                const unsigned value = turned ? row.fine(focus) : row.coarse(focus);
-                turned = turned || focus <= row.turns[0];
-                return value;
-            });
-            EXPECT_EQ(turningPoints(int(kFarOfWide), startUs), row.turns);
-        });
-    }
-}
-
-TEST(AutofocusRun, tele_command_ends_it_with_the_frame_and_zooms_without_waiting_for_a_poll) {
-    run([] {
-        startParked();
-        passMs(2000);
-        command(CMD_FOCUS);
-        passMs(500);
-        const int64_t commandedUs = vcam::nowUs();
-        const int64_t frameUs = (commandedUs / kFrameUs + 1) * kFrameUs;
-        const size_t saved = host().savedPositions.size();
-        command(CMD_TELE);
-        passMs(150);
-        std::vector<std::string> expected = {"29=0600", "VD 10000", "24=0430"};
-        if (frameUs != commandedUs)
-            expected.insert(expected.begin(), "wait " + std::to_string(frameUs - commandedUs));
-        std::vector<std::string> script = motorScript(commandedUs);
-        script.resize(expected.size());
-        EXPECT_EQ(script, expected);
-        EXPECT_EQ(host().savedPositions.size(), saved + 1);
-        EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_TELE));
-        EXPECT_EQ(loadWord(&g_AutoCheckFlag), 0);
-        command(CMD_ZSTOP);
-        passMs(100);
-        waitIdle();
-        expectSharp("after the zoom");
-        expectSound();
-    });
-}
-
-TEST(AutofocusRun, stop_codes_during_it_neither_end_it_nor_outlive_it) {
-    for (AF_CMD_em stop : {CMD_ZSTOP, CMD_FSTOP, CMD_FOCUS}) {
+TEST(AutofocusRun, moves_one_group_a_frame_then_back_to_the_peak_whatever_stop_code_comes) {
+    for (AF_CMD_em stop : {CMD_FOCUS, CMD_ZSTOP, CMD_FSTOP}) {
         SCOPED_TRACE(stop);
         run([&] {
             startParked();
             passMs(2000);
-            const int64_t startUs = vcam::nowUs();
+            const int64_t commandedUs = vcam::nowUs();
             command(CMD_FOCUS);
             passMs(500);
             command(stop);
             waitIdle();
-            EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_NONE));
-            EXPECT_EQ(countSaid("______Start______", startUs), 1);
-            EXPECT_GT(motorRuns("CD", startUs).size(), 20u);
-            expectSharp("at the wide end");
+            const std::vector<int64_t> starts = whenSaid("______Start______", commandedUs);
+            ASSERT_EQ(starts.size(), 1u);
+            // Two records are read at the start, then a group goes out as each record comes in.
+            int64_t dueUs = (starts[0] / kFrameUs + 2) * kFrameUs;
+            int64_t periodUs = kFrameUs;
+            const std::vector<Event> groups = events("chip", "run", commandedUs);
+            EXPECT_GT(groups.size(), 20u);
+            for (const Event &group : groups) {
+                if (periodUs == kFrameUs && group.timeUs != dueUs) { // the way back begins
+                    periodUs = 10000;
+                    dueUs = group.timeUs;
+                }
+                EXPECT_EQ(group.timeUs, dueUs);
+                dueUs += periodUs;
+            }
+            const int peak = vcam::truePosition(vcam::Axis::Focus);
+            EXPECT_LE(std::fabs(vcam::focusErrorHalfDepths()), 1);
+            EXPECT_EQ(host().savedPositions.size(), 3u);
+            EXPECT_EQ(host().savedPositions.back(), std::make_pair(kWide, unsigned(peak)));
+            EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shRFPosition),
+                      unsigned(49152.0F - float(peak - 10000) / 4880 * 45056.0F));
+            expectSound();
         });
     }
 }
 
-TEST(AutofocusRun, pending_command_at_its_start_is_returned_and_nothing_moves) {
-    run([] {
-        startParked();
-        const int64_t startUs = vcam::nowUs();
-        const size_t saved = host().savedPositions.size();
-        EXPECT_EQ(lensFocusCtrl(CMD_FOCUS), unsigned(CMD_MFMODE));
-        EXPECT_TRUE(motorLog(startUs).empty());
-        EXPECT_TRUE(consoleLines(startUs).empty());
-        EXPECT_EQ(host().savedPositions.size(), saved);
-    });
+/// A peak at 12200 with nothing but @p height on its near side (-1) or its far side (1).
+static Scene makeCliff(int side, double height) {
+    return [=](int focus, int frame) {
+        return side * (focus - 12200) > 0 ? Worth{height, 0} : makePeak(12200)(focus, frame);
+    };
+}
+
+/// @p before until the focus has once come down to @p turn, then @p after.
+static Scene makeChange(const Scene &before, int turn, const Scene &after) {
+    bool turned = false;
+    return [=](int focus, int frame) mutable {
+        const Worth worth = (turned ? after : before)(focus, frame);
+        turned = turned || focus <= turn;
+        return worth;
+    };
+}
+
+/// What each frame leaves of a value.
+static double fade(double value, int frame) {
+    return value * std::pow(0.97, frame);
+}
+
+// At the wide end coarse passes run over 12148 to 12298, and fine ones back to 48 steps (64 at
+// night) beyond the peak found, further if it still rises there. A wide search runs over 128 steps
+// (256 at night) beyond 12212 and 12234 up to three times and without a peak returns to where it
+// began.
+TEST(AutofocusRun, focus_goes_step_by_step_where_the_scene_made_up_for_it_leads) {
+    const Scene still = makePeak(12200);
+    const Scene behind = makePeak(12261);
+    const Scene farOut = [](int focus, int) {
+        const double off = std::abs(focus - 12130);
+        return Worth{std::max(300.0, 12000 - 200 * off), std::max(500.0, 20000 - 125 * off)};
+    };
+    const Scene low = [](int, int frame) { return Worth{frame == 0 ? 5000.0 : 1600, 0}; };
+    const Scene high = [](int, int frame) { return Worth{frame == 0 ? 100.0 : 1601, 0}; };
+    const Scene both = [](int, int frame) { return Worth{fade(1500, frame), fade(30000, frame)}; };
+    const Scene faint = [](int, int frame) { return Worth{fade(700, frame), fade(30000, frame)}; };
+    const Scene first = [](int, int frame) { return Worth{fade(1500, frame), 30000}; };
+    const struct {
+        int night;
+        unsigned from;
+        Scene scene;
+        int clearMax;
+        std::string runs;
+        int zoomDirection = MS_Z_TELE;
+        unsigned zoom = kWide;
+    } rows[] = {
+        // Entered from outside, or at an end, it goes on inward; inside, the last zoom decides.
+        {0, 12000, still, 20000, "16 32 2x48 4 30x2 8x-2 8 "},
+        {0, 12148, still, 20000, "30x2 8x-2 8 "},
+        {0, 12298, still, 20000, "53x-2 8x2 -8 ", MS_Z_WIDE},
+        {0, 12371, still, 20000, "-16 -32 -25 53x-2 8x2 -8 ", MS_Z_WIDE},
+        {0, 12190, still, 20000, "9x2 8x-2 8 ", MS_Z_WIDE},
+        {0, 12234, still, 20000, "21x-2 8x2 -8 "},
+        // Three falls before any rise are a wrong direction, at night six.
+        {0, 12234, behind, 20000, "4x-2 1 21x2 8x-2 8 "},
+        {1, 12234, behind, 20000, "7x-2 1 26x2 12x-2 12 "},
+        {0, 12234, makeChange(still, 12192, makePeak(12270)), 20000, "21x-2 43x2 -8 "},
+        {0, 12234, makeChange(still, 12192, makeFlat(15000)), 15000, "21x-2 28x2 -16 -32 -8 "},
+        {1, 12234, makeChange(still, 12188, makeFlat(15000)), 15000, "23x-2 38x2 -16 -32 -28 "},
+        // 2 % below the peak are enough to have passed it; at night 5 % in the coarse pass.
+        {0, 12234, makeChange(makeCliff(-1, 19500), 12192, makeCliff(1, 19500)), 20000,
+         "21x-2 8x2 -8 "},
+        {1, 12234, makeCliff(-1, 18900), 20000, "23x-2 12x2 -12 "},
+        {1, 12234, makeChange(makeCliff(-1, 19500), 12148, still), 19900, "43x-2 1 32x2 13x-2 14 "},
+        // The second of two records says whether a wide search is needed.
+        {0, 12234, high, 1601, "43x-2 1 74x2 1 -1 74x-2 -1 16 32 2x48 5 "},
+        {0, 12234, low, 1600, "-8 8x-16 -14 8 16x16 14 -8 16x-16 -14 16 32 2x48 6 "},
+        {0, 12234, farOut, 12000, "-8 -16 2x-24 4x-16 -8 -6 29x2 -12 "},
+        {1, 12234, farOut, 12000, "-8 3x-16 11x-8 15x4 -16 -4 "},
+        {0, 12234, makeFlat(900), 900,
+         "-8 -16 5x-24 -6 8 16 10x24 14 -8 -16 10x-24 -14 16 32 2x48 6 "},
+        {1, 12234, makeFlat(900), 900, "-8 16x-16 -14 8 32x16 14 -8 32x-16 -14 16 32 4x48 38 "},
+        {0, 11900, makeFlat(900), 900,
+         "16 32 5x48 24 8 16 5x24 6 -8 -16 10x-24 -14 8 16 10x24 14 -16 -32 8x-48 -30 "},
+        // Falls of both values turn it early, by day of both, at night of the first.
+        {0, 12234, both, 1040, "-8 -16 2x-8 8 16 2x8 -8 -16 2x-8 16 24 "},
+        {0, 12234, faint, 429, "-8 -16 2x-24 2x-8 8 16 2x24 2x8 -8 -16 2x-24 2x-8 16 32 40 "},
+        {0, 12234, first, 700, "-8 -16 5x-24 -6 8 16 10x24 14 -8 -16 10x-24 -14 16 32 2x48 6 "},
+        {1, 12234, first, 767, "-8 6x-16 2x-8 8 6x16 2x8 -8 6x-16 2x-8 16 32 48 24 "},
+        // A flat scene ends after three passes, at night six; the range widens toward tele.
+        {1, 12234, makeFlat(5000), 5000,
+         "43x-2 1 74x2 1 -1 74x-2 -1 1 74x2 1 -1 74x-2 -1 1 74x2 1 -16 -32 2x-48 -5 "},
+        {0, 10806, makeFlat(5000), 5000, "61x-2 1 121x2 1 -1 121x-2 -1 16 32 4x48 3 ", MS_Z_TELE,
+         17128},
+        {0, 10724, makeFlat(5000), 5000, "44x-4 -2 2 88x4 2 -2 88x-4 -2 16 32 6x48 18 ", MS_Z_TELE,
+         17896},
+        {0, 11122, makeFlat(5000), 5000, "71x-4 2 141x4 2 -2 141x-4 -2 16 32 10x48 38 ", MS_Z_TELE,
+         19432},
+        {0, 11611, makeFlat(5000), 6000, "48x-8 -1 4 95x8 6 -4 95x-8 -6 16 32 14x48 46 ", MS_Z_TELE,
+         19944},
+        {0, 12518, makeFlat(5000), 6000, "65x-8 -4 4 130x8 4 -4 130x-8 -4 16 32 20x48 36 ",
+         MS_Z_TELE, 20488},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.runs);
+        run([&] {
+            startParked();
+            placeLens(row.zoom, row.from);
+            g_ZoomDir = row.zoomDirection;
+            storeWord(&g_ICUTState, row.night);
+            const int64_t startUs = vcam::nowUs();
+            focusOn(row.scene);
+            EXPECT_EQ(runText("CD", startUs), row.runs);
+            EXPECT_EQ(host().savedPositions.back(),
+                      std::make_pair(row.zoom, loadWord(&FM_Step_Local)));
+            EXPECT_EQ(loadWord(&g_AFVClearMax), row.clearMax);
+            const std::string hill = row.night == 0 ? "4" : "6";
+            EXPECT_GE(countSaid("flagD: 0 flagH: " + hill + " afvMax: 20000"),
+                      row.clearMax == 20000);
+            expectSound();
+        });
+    }
+}
+
+TEST(AutofocusRun, command_ends_it_with_the_frame_and_is_obeyed_without_waiting_for_a_poll) {
+    for (int knock : {0, 120}) { // a wide search brakes once more
+        run([&] {
+            startParked();
+            EXPECT_EQ(lensFocusCtrl(CMD_FOCUS), unsigned(CMD_MFMODE)); // pending: nothing begins
+            EXPECT_EQ(countSaid("______Start______"), 0);
+            vcam::placeAt(vcam::Axis::Focus, kFarOfWide + knock);
+            passMs(2000);
+            command(CMD_FOCUS);
+            passMs(490);
+            const int64_t sinceUs = vcam::nowUs();
+            const unsigned focus = loadWord(&FM_Step_Local);
+            command(CMD_TELE);
+            passMs(150);
+            const int64_t frameUs = (sinceUs / kFrameUs + 1) * kFrameUs;
+            const std::string expected = "wait " + std::to_string(frameUs - sinceUs) +
+                                         (knock == 0 ? "" : "\n29=0600 VD 10000") +
+                                         "\n29=0600 VD 10000\n24=0430 ";
+            EXPECT_EQ(motorText(sinceUs).substr(0, expected.size()), expected);
+            EXPECT_EQ(host().savedPositions.back(), std::make_pair(kWide, focus));
+            EXPECT_EQ(host().savedPositions.size(), 3u);
+            EXPECT_EQ(loadWord(&g_AutoCheckFlag), 0);
+        });
+    }
 }

@@ -32,108 +32,82 @@ static int gridZoom(int tag, int quarter) {
     return quarter == 0 ? zoom : zoom + quarter * (int(ZM_Step_Run[tag + 1]) - zoom) / 4;
 }
 
-/// Whole quarters of the way to the next tag point; the third takes one more for a remainder.
-static void expectInterpolated(const unsigned (&row)[4], unsigned next) {
-    const int way = int(next) - int(row[0]);
-    const int sign = way < 0 ? -1 : 1;
-    const int quarter = std::abs(way) / 4;
-    const int extra = std::abs(way) % 4 != 0 ? 1 : 0;
-    EXPECT_EQ(int(row[1]), int(row[0]) + sign * quarter);
-    EXPECT_EQ(int(row[2]), int(row[0]) + sign * 2 * quarter);
-    EXPECT_EQ(int(row[3]), int(row[0]) + sign * (3 * quarter + extra));
-}
-
 static void waitForRunToEnd() {
+    passMs(100);
     waitUntil([] { return Lens_Get_Command() == CMD_NONE; }, kRunLimitS, "the run is over");
 }
 
-static std::string realPath(const char *path) {
-    return vcam::scratchFolder() + path;
-}
-
 TEST(Calibration, every_grid_point_is_in_focus_and_the_host_gets_the_curve) {
-    for (int blur = 0; blur < 2; ++blur) {
-        for (uint64_t seed = 1; seed <= 4; ++seed) {
-            SCOPED_TRACE(testing::Message() << "seed " << seed << ", gaussian " << blur);
-            vcam::CameraOptions options;
-            options.seed = seed;
-            options.gaussianBlur = blur != 0;
-            run(options, [] {
-                startParked();
-                char folder[] = "/mnt/flash/data/";
-                ASSERT_EQ(lensSetCfgPath(folder), 0);
-                std::ofstream(realPath(fMPosition)) << "stale";
-                EXPECT_EQ(AF_Manager_LockFocus_API(), 0);
-                passMs(20000);
-                command(CMD_TELE); // nothing stops the run, and its end forgets this
-                waitForRunToEnd();
-                EXPECT_EQ(host().savedFocusLines, 1);
-                const FOCUS_POINT line = host().focusLine;
-                for (int tag = 0; tag < 15; ++tag)
-                    for (int quarter = 0; quarter < (tag < 7 ? 1 : 4); ++quarter)
-                        expectInFocus(gridZoom(tag, quarter), int(line.focus[tag][quarter]));
-                expectInFocus(20488, int(line.focus[15][0]));
-                for (int tag = 0; tag < 7; ++tag)
-                    expectInterpolated(line.focus[tag], line.focus[tag + 1][0]);
-                EXPECT_EQ(memcmp(&g_FLineInfo, &line, sizeof line), 0);
-                EXPECT_EQ(FM_Step_Run[0][0], line.focus[0][0] - line.focus[0][1]);
-                EXPECT_EQ(loadWord(&ZM_Step_Local), 10216u);
-                EXPECT_EQ(loadWord(&FM_Step_Local), line.focus[0][0]);
-                const std::string wide = std::to_string(line.focus[0][0]); // back to it on the way
-                EXPECT_EQ(countSaid("ZM_Local: 10984 FM_Local: " + wide), 1);
-                EXPECT_NE(access(fMPosition, F_OK), 0);
-                expectSound();
-            });
-        }
+    for (unsigned kind = 0; kind < 8; ++kind) {
+        vcam::CameraOptions options;
+        options.seed = 1 + kind % 4;
+        options.gaussianBlur = kind >= 4;
+        run(options, [] {
+            startParked();
+            char folder[] = "/mnt/flash/data/";
+            ASSERT_EQ(lensSetCfgPath(folder), 0);
+            std::ofstream(vcam::scratchFolder() + fMPosition) << "stale";
+            EXPECT_EQ(AF_Manager_LockFocus_API(), 0);
+            passMs(20000);
+            command(CMD_TELE); // nothing stops the run, and its end forgets this
+            waitForRunToEnd();
+            EXPECT_EQ(host().savedFocusLines, 1);
+            const FOCUS_POINT line = host().focusLine;
+            for (int tag = 0; tag < 16; ++tag)
+                for (int quarter = 0; quarter < (tag < 7 || tag == 15 ? 1 : 4); ++quarter)
+                    expectInFocus(gridZoom(tag, quarter), int(line.focus[tag][quarter]));
+            for (int tag = 0; tag < 7; ++tag) { // whole quarters of the way, the third one more
+                const int way = int(line.focus[tag + 1][0] - line.focus[tag][0]);
+                const int extra = (way % 4 > 0) - (way % 4 < 0);
+                for (int quarter = 1; quarter < 4; ++quarter)
+                    EXPECT_EQ(int(line.focus[tag][quarter] - line.focus[tag][0]),
+                              quarter * (way / 4) + (quarter == 3 ? extra : 0));
+            }
+            EXPECT_EQ(countSaid(" flagHill: 4 flagDown: 0"), 40); // once a point
+            EXPECT_GT(countSaid("flagUp: 0 flagHill: 0 flagDown: 3"), 0);
+            EXPECT_EQ(memcmp(&g_FLineInfo, &line, sizeof line), 0);
+            EXPECT_EQ(FM_Step_Run[0][0], line.focus[0][0] - line.focus[0][1]);
+            const unsigned wide = line.focus[0][0];
+            EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, wide));
+            EXPECT_EQ(countSaid("ZM_Local: 10984 FM_Local: " + std::to_string(wide)), 1); // passing
+            EXPECT_NE(access(fMPosition, F_OK), 0);
+            expectSound();
+        });
     }
 }
 
-TEST(Calibration, scene_without_a_peak_gives_up_parks_and_keeps_the_former_curve) {
+TEST(Calibration, without_a_peak_or_without_home_the_former_curve_stays) {
     run([] {
         startParked();
         const FLine_Tagposition_ST former = g_FLineInfo;
         vcam::setObjectDistanceM(kTooNearM);
-        const int64_t startUs = vcam::nowUs();
         command(CMD_FLINE);
-        passMs(100);
         waitForRunToEnd();
         // Below the limit of 4000 a pass counts nothing: each runs to an end of the travel.
-        EXPECT_EQ(countSaid("flagUp: 0 flagHill: 0 flagDown: 0", startUs), 12);
-        EXPECT_EQ(countSaid("To Near Limit.", startUs), 6);
-        EXPECT_EQ(countSaid("To Far Limit.", startUs), 6);
-        EXPECT_EQ(countSaid("No peak at ZP: 10216, the former curve stays.", startUs), 1);
+        EXPECT_EQ(countSaid("flagUp: 0 flagHill: 0 flagDown: 0"), 12);
+        EXPECT_EQ(countSaid("To Near Limit."), 6);
+        EXPECT_EQ(countSaid("To Far Limit."), 6);
+        EXPECT_EQ(countSaid("No peak at ZP: 10216, the former curve stays."), 1);
         EXPECT_EQ(memcmp(&g_FLineInfo, &former, sizeof former), 0);
-        EXPECT_EQ(host().savedFocusLines, 0);
         EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, 12234u));
         expectSound();
-    });
-}
-
-TEST(Calibration, lens_that_does_not_find_home_twice_leaves_the_curve_alone) {
-    run([] {
-        startParked();
-        const FLine_Tagposition_ST former = g_FLineInfo;
         vcam::stickPhotoInterrupter(vcam::Axis::Zoom, 0);
-        const int64_t startUs = vcam::nowUs();
         command(CMD_FLINE);
-        passMs(100);
         waitForRunToEnd();
-        EXPECT_EQ(countSaid("Failure.", startUs), 2);
-        EXPECT_EQ(countSaid("To Destination.", startUs), 0);
+        EXPECT_EQ(countSaid("Failure."), 2);
+        EXPECT_EQ(countSaid("To Destination."), 1); // of the first run
         EXPECT_EQ(memcmp(&g_FLineInfo, &former, sizeof former), 0);
         EXPECT_EQ(host().savedFocusLines, 0);
     });
 }
-
-// ---- Drawing ----
 
 struct CurveLine {
     int zoom, focus, difference;
 };
 
-static std::vector<CurveLine> readCurve(const char *path) {
+static std::vector<CurveLine> readCurve(const std::string &path) {
     std::vector<CurveLine> lines;
-    std::ifstream file(realPath(path));
+    std::ifstream file(vcam::scratchFolder() + path);
     CurveLine line = {};
     char comma = 0;
     while (file >> line.zoom >> comma >> line.focus >> comma >> line.difference)
@@ -141,81 +115,50 @@ static std::vector<CurveLine> readCurve(const char *path) {
     return lines;
 }
 
-static void startWithManualThread() {
-    startParked();
-    passMs(1500);
-    pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, nullptr, manualCtrlThread, nullptr), 0);
-    passMs(1); // it waits for a request now
-}
-
-/// Have the manual stepping thread draw; it stores the position once more when it is done.
-static void draw(unsigned which) {
-    startWithManualThread();
+/// Have the manual stepping thread draw; it stores the position so many times by then.
+static void draw(unsigned which, size_t stores) {
     const size_t saved = host().savedPositions.size();
     manualCtrlFun(8, 0, which);
-    waitUntil([&] { return host().savedPositions.size() == saved + 2; }, kRunLimitS, "drawn");
+    waitUntil([&] { return host().savedPositions.size() == saved + stores; }, kRunLimitS, "drawn");
 }
 
-TEST(CurveDrawing, equal_steps_are_written_with_the_focus_found_at_each) {
-    run([] {
-        draw(1);
-        const std::vector<CurveLine> lines = readCurve("/mnt/flash/data/ZFCurve.txt");
-        ASSERT_EQ(lines.size(), 110u);
-        int zoom = 10216;
-        int previous = 0; // so the first line repeats its focus
-        for (const CurveLine &line : lines) {
-            EXPECT_EQ(line.zoom, zoom);
-            EXPECT_EQ(line.difference, std::abs(line.focus - previous));
-            expectInFocus(line.zoom, line.focus);
-            previous = line.focus;
-            zoom += zoom < 16744 ? 128 : 64; // shorter from the zoom photo-interrupter on
-        }
-        EXPECT_EQ(countSaid("OVER"), 1);
-    });
-}
-
-TEST(CurveDrawing, quarter_points_are_written_relative_to_the_limits) {
-    run([] {
-        draw(2);
-        const std::vector<CurveLine> lines = readCurve("/mnt/flash/data/ZFCurve2.txt");
-        ASSERT_EQ(lines.size(), 61u);
-        int previous = int(FM_Lock_Start) - 10000;
-        for (int point = 0; point < 61; ++point) {
-            const CurveLine &line = lines[size_t(point)];
-            EXPECT_EQ(line.zoom + 10216, gridZoom(point / 4, point % 4));
-            EXPECT_EQ(line.difference, std::abs(line.focus - previous));
-            expectInFocus(line.zoom + 10216, line.focus + 10000);
-            previous = line.focus;
-        }
-        EXPECT_EQ(vcam::truePosition(vcam::Axis::Focus), lines.back().focus + 10000);
-        expectSound();
-    });
-}
-
-TEST(CurveDrawing, missing_peak_or_file_ends_it) {
-    const struct {
-        unsigned which;
-        const char *file;
-    } rows[] = {{1, "/mnt/flash/data/ZFCurve.txt"}, {2, "/mnt/flash/data/ZFCurve2.txt"}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.file);
+TEST(CurveDrawing, each_point_is_written_with_the_focus_found_there_until_one_has_no_peak) {
+    for (unsigned which : {1u, 2u}) { // equal zoom steps; quarter points, relative to the limits
+        SCOPED_TRACE(which);
         run([&] {
-            vcam::setObjectDistanceM(kTooNearM);
-            startWithManualThread();
-            vcam::failCalls("open", row.file, 1, EACCES);
+            const std::string file =
+                which == 1 ? "/mnt/flash/data/ZFCurve.txt" : "/mnt/flash/data/ZFCurve2.txt";
+            startParked();
+            passMs(1500);
+            pthread_t thread;
+            ASSERT_EQ(pthread_create(&thread, nullptr, manualCtrlThread, nullptr), 0);
+            passMs(1); // it waits for a request now
+            vcam::failCalls("open", file.c_str(), 1, EACCES);
             const int64_t startUs = vcam::nowUs();
-            manualCtrlFun(8, 0, row.which);
-            passMs(100);
-            EXPECT_EQ(countSaid(std::string("fopen ") + row.file + " error.", startUs), 1);
+            draw(which, 1);
+            EXPECT_EQ(countSaid("fopen " + file + " error."), 1);
             EXPECT_TRUE(motorLog(startUs).empty());
 
-            const size_t saved = host().savedPositions.size();
-            manualCtrlFun(8, 0, row.which);
-            waitUntil([&] { return host().savedPositions.size() == saved + 3; }, kRunLimitS, "end");
-            EXPECT_EQ(countSaid("No peak at ZP: 10216.", startUs), 1);
-            EXPECT_EQ(countSaid("OVER", startUs), 1);
-            EXPECT_TRUE(readCurve(row.file).empty());
+            draw(which, 2);
+            const std::vector<CurveLine> lines = readCurve(file);
+            ASSERT_EQ(lines.size(), which == 1 ? 110u : 61u);
+            int previous = which == 1 ? 0 : int(FM_Lock_Start) - 10000;
+            for (int point = 0; point < int(lines.size()); ++point) {
+                const CurveLine &line = lines[size_t(point)];
+                const int half = std::max(0, point - 51); // from the zoom photo-interrupter on
+                const int equalSteps = 10216 + 128 * point - 64 * half;
+                const int zoom = line.zoom + (which == 1 ? 0 : 10216);
+                EXPECT_EQ(zoom, which == 1 ? equalSteps : gridZoom(point / 4, point % 4));
+                EXPECT_EQ(line.difference, std::abs(line.focus - previous));
+                expectInFocus(zoom, line.focus + (which == 1 ? 0 : 10000));
+                previous = line.focus;
+            }
+
+            vcam::setObjectDistanceM(kTooNearM);
+            draw(which, 3);
+            EXPECT_EQ(countSaid("No peak at ZP: 10216."), 1);
+            EXPECT_EQ(countSaid("OVER"), 2);
+            EXPECT_TRUE(readCurve(file).empty());
             EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, 12234u));
             expectSound();
         });

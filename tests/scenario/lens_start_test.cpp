@@ -1,20 +1,27 @@
-// What start-up makes of what the host has kept: the position, the infinity curve, and nothing.
+// What start-up makes of what the host has kept: the position, the infinity curve, or nothing.
 #include "scenario.h"
 
 #include "clock/virtual_clock.h"
 #include "platform/shared_word.h"
 
+#include <algorithm>
+
 using namespace scenario;
 
-TEST(LensStart, geometry_follows_lens_and_sensor) {
+TEST(LensStart, stored_position_is_remembered_or_refused_as_a_whole_and_never_driven_to) {
+    const std::string none = "Lens_Read_ZFLocation Error!";
     const struct {
         int lens, sensor;
-        unsigned wide, tele, near, far, zoomPi, focusPi, lockStart, focusAtWide;
+        unsigned stored; // zoom position with the focus at 11000; 0: none
+        unsigned lockStart, parkedZoom, parkedFocus, rememberedZoom, rememberedFocus;
+        std::string said;
     } rows[] = {
-        {LENS_B, 2, 10216, 20488, 10000, 14868, 16744, 11360, 12533, 12234},
-        {LENS_B, 1, 10216, 20488, 10000, 14868, 16744, 11360, 13120, 12320},
-        {LENS_A, 2, 10000, 20080, 10000, 13816, 15552, 12192, 12922, 12234},
-        {LENS_A, 1, 10000, 20080, 10000, 13816, 15552, 12192, 13288, 12320},
+        {LENS_B, 2, 0, 12533, 10216, 12234, 20488, 12234, none},
+        {LENS_B, 1, 0, 13120, 10216, 12320, 20488, 12320, none},
+        {LENS_A, 2, 0, 12922, 10000, 12234, 20080, 12234, none},
+        {LENS_A, 1, 0, 13288, 10000, 12320, 20080, 12320, none},
+        {LENS_B, 2, 15000, 12533, 10216, 12234, 15000, 11000, "ZM_Local: 10216 FM_Local: 12234"},
+        {LENS_B, 2, 10215, 12533, 10216, 12234, 20488, 12234, "Invaled zp: 10215 fp: 11000."},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(testing::Message() << "lens " << row.lens << ", sensor " << row.sensor);
@@ -23,71 +30,32 @@ TEST(LensStart, geometry_follows_lens_and_sensor) {
         run(options, [&] {
             g_LensType = row.lens;
             g_SensType = row.sensor;
+            host().hasPosition = row.stored != 0;
+            host().zoom = row.stored;
+            host().focus = 11000;
             startParked();
-            EXPECT_EQ(ZM_Wide_Limit, row.wide);
-            EXPECT_EQ(ZM_Tele_Limit, row.tele);
-            EXPECT_EQ(FM_Near_Limit, row.near);
-            EXPECT_EQ(FM_Far_Limit, row.far);
-            EXPECT_EQ(ZM_PI_Position, row.zoomPi);
-            EXPECT_EQ(FM_PI_Position, row.focusPi);
-            EXPECT_EQ(FM_Lock_Start, row.lockStart);
-            EXPECT_EQ(host().savedPositions.back(), std::make_pair(row.wide, row.focusAtWide));
-            expectSound();
-        });
-    }
-}
-
-TEST(LensStart, stored_position_is_remembered_or_refused_as_a_whole_and_never_driven_to) {
-    const struct {
-        bool stored;
-        unsigned zoom, focus;
-        const char *said; // "": accepted
-    } rows[] = {
-        {false, 15000, 11000, "Lens_Read_ZFLocation Error!"},
-        {true, 15000, 11000, ""},
-        {true, 10216, 10000, ""},
-        {true, 20488, 14868, ""},
-        {true, 10215, 11000, "Invaled zp: 10215 fp: 11000."},
-        {true, 20489, 11000, "Invaled zp: 20489 fp: 11000."},
-        {true, 15000, 9999, "Invaled zp: 15000 fp: 9999."},
-        {true, 15000, 14869, "Invaled zp: 15000 fp: 14869."},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(testing::Message() << row.zoom << ", " << row.focus << " " << row.said);
-        run([&] {
-            host().hasPosition = row.stored;
-            host().zoom = row.zoom;
-            host().focus = row.focus;
-            startParked();
-            const bool accepted = *row.said == '\0';
-            EXPECT_EQ(ZM_Step_Powoff, accepted ? row.zoom : 20488);
-            EXPECT_EQ(FM_Step_Powoff, accepted ? row.focus : 12234);
-            EXPECT_EQ(countSaid("Lens_Read_ZFLocation Error!") + countSaid("fp: 11000.") +
-                          countSaid("fp: 9999.") + countSaid("fp: 14869."),
-                      accepted ? 0 : 1);
-            EXPECT_TRUE(accepted || countSaid(row.said) == 1);
-            const std::vector<std::pair<unsigned, unsigned>> parked(2, {10216, 12234});
+            const std::vector<std::pair<unsigned, unsigned>> parked(
+                2, {row.parkedZoom, row.parkedFocus});
             EXPECT_EQ(host().savedPositions, parked);
-            EXPECT_EQ(countSaid("ZM_Local: 10216 FM_Local: 12234"), 1);
+            EXPECT_EQ(ZM_Step_Powoff, row.rememberedZoom);
+            EXPECT_EQ(FM_Step_Powoff, row.rememberedFocus);
+            EXPECT_EQ(FM_Lock_Start, row.lockStart);
+            EXPECT_EQ(countSaid(row.said), 1);
             expectSound();
         });
     }
 }
 
 TEST(LensStart, curve_that_the_host_left_zero_or_garbage_drives_no_axis_out_of_its_travel) {
-    const struct {
-        unsigned entry, parkedFocus;
-    } rows[] = {{0, 10000}, {0xFFFFFFFF, 14868}, {0x80000000, 14868}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(testing::Message() << "entries of " << row.entry);
+    for (unsigned entry : {0u, 0x80000000u, 0xFFFFFFFFu}) {
+        SCOPED_TRACE(entry);
         run([&] {
             host().hasFocusLine = true;
             for (auto &tagPoint : host().focusLine.focus)
-                for (unsigned &entry : tagPoint)
-                    entry = row.entry;
+                std::fill_n(tagPoint, 4, entry);
             startParked();
-            EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, row.parkedFocus));
-            EXPECT_EQ(FM_Step_Powoff, row.entry);
+            EXPECT_EQ(host().savedPositions.back(),
+                      std::make_pair(10216u, entry == 0 ? 10000u : 14868u));
             const int64_t pollUs = nextPollUs();
             command(CMD_TELE);
             vcam::sleepUntilUs(pollUs + 100000);
@@ -97,18 +65,4 @@ TEST(LensStart, curve_that_the_host_left_zero_or_garbage_drives_no_axis_out_of_i
             expectSound();
         });
     }
-}
-
-TEST(LensStart, host_without_callbacks_gets_the_defaults_and_a_message_each_time) {
-    run([] {
-        ASSERT_EQ(AF_Manager_Start_API(), 0);
-        waitUntil([] { return loadWord(&g_AutoCheckFlag) == 1; }, 60, "the first run is over");
-        for (const char *name :
-             {"fCallbakGetPreset", "Lens_Read_PresetInfo", "fCallbakGetFocusLine",
-              "Lens_Read_FLPosition", "fCallbakGetZMPosition", "Lens_Read_ZFLocation"})
-            EXPECT_EQ(countSaid(std::string(name) + " Error!"), 1) << name;
-        EXPECT_EQ(countSaid("fCallbakSetZMPosition Error!"), 3); // parked, start-up, autofocus
-        EXPECT_EQ(g_FLineInfo.tagPosition[0][0], 12234u);
-        expectSound();
-    });
 }

@@ -396,6 +396,17 @@ std::vector<int> motorRuns(const std::string &channel, int64_t fromUs) {
     return runs;
 }
 
+std::string runText(const std::string &channel, int64_t fromUs) {
+    const std::vector<int> runs = motorRuns(channel, fromUs);
+    std::string text;
+    for (size_t i = 0, times; i < runs.size(); i += times) {
+        for (times = 1; i + times < runs.size() && runs[i + times] == runs[i];)
+            ++times;
+        text += (times > 1 ? std::to_string(times) + "x" : "") + std::to_string(runs[i]) + " ";
+    }
+    return text;
+}
+
 std::vector<int64_t> whenSaid(const std::string &text, int64_t fromUs) {
     std::vector<int64_t> instants;
     for (const Event &event : events("console", "line", fromUs)) {

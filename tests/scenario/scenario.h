@@ -136,6 +136,9 @@ std::string motorText(int64_t fromUs);
 /// which it ran; negative toward wide and near.
 std::vector<int> motorRuns(const std::string &channel, int64_t fromUs);
 
+/// motorRuns() as text, equal ones in a row as "4x128 ".
+std::string runText(const std::string &channel, int64_t fromUs);
+
 /// How many console lines from @p fromUs on end with @p text, whatever trace prefix they have.
 int countSaid(const std::string &text, int64_t fromUs = 0);
 
