@@ -28,11 +28,7 @@ TEST(Boot, any_start_position_homes_parks_at_wide_and_infinity_and_is_focused) {
     } rows[] = {{LENS_B, 21040, 14880}, {LENS_B, 16745, 11359}, {LENS_A, 10000, 14384}};
     for (const auto &row : rows) {
         SCOPED_TRACE(testing::Message() << "from " << row.zoom << ", " << row.focus);
-        vcam::CameraOptions options;
-        options.lensType = row.lens;
-        options.zoomStart = row.zoom;
-        options.focusStart = row.focus;
-        run(options, [&] {
+        run(startAt(row.zoom, row.focus, row.lens), [&] {
             g_LensType = row.lens;
             startAndSettle();
             const unsigned wide = row.lens == LENS_A ? 10000 : 10216;

@@ -14,14 +14,6 @@ using namespace scenario;
 
 static const int64_t kSearchUs = 545000; // the driver is set up
 
-static vcam::CameraOptions startAt(int zoom, int focus, int lens = LENS_B) {
-    vcam::CameraOptions options;
-    options.lensType = lens;
-    options.zoomStart = zoom;
-    options.focusStart = focus;
-    return options;
-}
-
 TEST(HomeSearch, edge_is_left_crossed_fast_crossed_back_slowly_and_approached_step_by_step) {
     const std::string text =
         "29=0e00 VD 25000\nwait 500000\n"                           // lights the zoom's sensor
