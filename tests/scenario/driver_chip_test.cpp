@@ -6,7 +6,6 @@
 #include "clock/virtual_clock.h"
 #include "devices/driver_chip.h"
 #include "devices/lens.h"
-#include "platform/isp_interface.h"
 
 #include <linux/spi/spidev.h>
 #include <sys/ioctl.h>
@@ -29,14 +28,7 @@ static void setLinkMode(uint8_t mode) {
     EXPECT_EQ(ioctl(g_SPIFd, SPI_IOC_WR_MODE, &mode), 0);
 }
 
-static void configureStatistics(HI_BOOL isEnabled, HI_U16 rows) {
-    ISP_STATISTICS_CFG_S config = {};
-    config.stFocusCfg.stConfig = {isEnabled, 8, rows, 1920, 1080, {}, {}};
-    HI_MPI_ISP_SetStatisticsConfig(0, &config);
-}
-
 TEST(DriverChip, what_hardware_would_not_forgive_is_recorded) {
-    static ISP_STATISTICS_S statistics;
     const struct {
         void (*act)();
         const char *violations; ///< Each ends with a full stop.
@@ -69,9 +61,6 @@ TEST(DriverChip, what_hardware_would_not_forgive_is_recorded) {
         {[] { Hisi_Gpio_Write(47, 1), Hisi_Gpio_SetVDF(45, 9), Hisi_Gpio_Read(145); },
          "gpio pin 47 driven but not set to output."
          "gpio VD pulse on pin 45, which is no VD output.gpio no line group 18 bit 0."},
-        {[] { HI_MPI_ISP_GetStatistics(0, &statistics), configureStatistics(HI_TRUE, 7); },
-         "isp focus statistics read before they were configured."
-         "isp focus statistics configured enable=1 grid 8x7 window 1920x1080."},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.violations);

@@ -65,48 +65,32 @@ TEST(ManualThread, zoom_moves_exactly_as_often_as_asked_at_the_vd_rate) {
     });
 }
 
-TEST(ManualThread, every_action_prints_and_stores_where_it_ends) {
+TEST(ManualThread, service_action_ends_where_it_should_with_its_advice_and_the_position) {
     const struct {
-        unsigned flag;
+        unsigned flag, step, focus;
         size_t stores;
         const char *said;
-        bool moves;
-    } rows[] = {{10, 1, "[10216, 20488] zLocation = 16744 fLocation = 11360", true},
-                {6, 2, "[10216, 20488] zLocation = 10216 fLocation = 12234", true},
-                {11, 1, "[10216, 20488] zLocation = 10216 fLocation = 12234", false}};
-    run([&] {
-        startParked();
-        startThread();
-        for (const auto &row : rows) {
-            const int64_t startUs = request(row.flag, 9, 9, row.stores);
-            EXPECT_EQ(countSaid(row.said, startUs), 1) << row.flag;
-            EXPECT_EQ(!motorLog(startUs).empty(), row.moves);
-            expectSound();
-        }
-    });
-}
-
-TEST(ManualThread, followed_line_is_toggled_and_advised_on) {
-    const struct {
-        unsigned focus, step;
-        const char *said;
     } rows[] = {
-        {12234, 250, "251 Skip to 2M Line.\n"},
-        {12234, 250, "251 Skip to INF Line.\n"},
-        {12212, 252, "267 [12212,12234], FM: 12212\n271 Maybe should use curve of INF.\n"},
-        {12234, 252, "267 [12212,12234], FM: 12234\n275 Maybe should use curve of 2M.\n"},
-        {12222, 252, "281 Update [10,12]\n288 Maybe should use curve of INF.\n"},
-        {12223, 252, "281 Update [11,11]\n285 Maybe should use curve of 2M.\n"},
+        {10, 0, 12234, 1, "[10216, 20488] zLocation = 16744 fLocation = 11360"},
+        {6, 0, 12300, 2, "[10216, 20488] zLocation = 10216 fLocation = 12234"},
+        {11, 0, 12300, 1, "[10216, 20488] zLocation = 10216 fLocation = 12300"}, // no action
+        {9, 250, 12234, 1, "_Fun:manualCtrlThread Line:251 Skip to 2M Line."},
+        {9, 250, 12234, 1, "_Fun:manualCtrlThread Line:251 Skip to INF Line."},
+        {9, 252, 12212, 1, "_Fun:manualCtrlThread Line:271 Maybe should use curve of INF."},
+        {9, 252, 12234, 1, "_Fun:manualCtrlThread Line:275 Maybe should use curve of 2M."},
+        {9, 252, 12234, 1, "_Fun:manualCtrlThread Line:267 [12212,12234], FM: 12234"},
+        {9, 252, 12222, 1, "_Fun:manualCtrlThread Line:288 Maybe should use curve of INF."},
+        {9, 252, 12223, 1, "_Fun:manualCtrlThread Line:285 Maybe should use curve of 2M."},
+        {9, 252, 12223, 1, "_Fun:manualCtrlThread Line:281 Update [11,11]"},
     };
     run([&] {
         startParked();
         startThread();
         for (const auto &row : rows) {
-            storeWord(&FM_Step_Local, row.focus);
-            std::string said;
-            for (const std::string &line : consoleLines(request(9, row.step, 0)))
-                said += line.substr(line.find(':', 5) + 1) + "\n"; // after "_Fun:... Line:"
-            EXPECT_NE(said.find(row.said), std::string::npos) << said;
+            placeLens(10216, row.focus);
+            const int64_t startUs = request(row.flag, row.step, 0, row.stores);
+            EXPECT_EQ(countSaid(row.said, startUs), 1) << row.said;
+            expectSound();
         }
     });
 }

@@ -26,9 +26,9 @@ static vcam::CameraOptions withoutNoise() {
     return options;
 }
 
-static double measureFocusValue(int zoom, double focus, uint64_t frame = 0) {
+static double measureFocusValue(int zoom, double focus) {
     vcam::ZoneValues values;
-    vcam::measureZones(zoom, int(std::lround(focus)), frame, 0, values);
+    vcam::measureZones(zoom, int(std::lround(focus)), 0, 0, values);
     return vcam::averageCentre(values);
 }
 
@@ -73,47 +73,35 @@ TEST(Optics, blur_disc_follows_from_focal_length_and_f_number) {
 
 TEST(Optics, focus_value_is_highest_at_best_focus_and_falls_on_both_sides) {
     run(withoutNoise(), [] {
-        for (const double distanceM : {HUGE_VAL, 2.0}) {
-            vcam::setObjectDistanceM(distanceM);
-            for (const int zoom : {kWide, kMiddle, kTele}) {
-                const double sharp = vcam::inFocusPositionAt(zoom, 1 / distanceM);
-                const double halfDepth = vcam::halfDepthStepsAt(zoom);
-                const double highest = measureFocusValue(zoom, sharp);
-                for (const int side : {-1, 1}) {
-                    double before = highest;
-                    for (int i = 1; i <= 8; i++) {
-                        const double value = measureFocusValue(zoom, sharp + side * i * halfDepth);
-                        EXPECT_LT(value, before) << side * i << " half depths at " << zoom;
-                        before = value;
-                    }
-                    EXPECT_LT(before, highest / 4);
+        vcam::setObjectDistanceM(2);
+        for (const int zoom : {kWide, kMiddle, kTele}) {
+            const double sharp = vcam::inFocusPositionAt(zoom, 0.5);
+            const double halfDepth = vcam::halfDepthStepsAt(zoom);
+            const double highest = measureFocusValue(zoom, sharp);
+            for (const int side : {-1, 1}) {
+                double before = highest;
+                for (int i = 1; i <= 8; i++) {
+                    const double value = measureFocusValue(zoom, sharp + side * i * halfDepth);
+                    EXPECT_LT(value, before) << side * i << " half depths at " << zoom;
+                    before = value;
                 }
+                EXPECT_LT(before, highest / 4);
             }
         }
     });
 }
 
-TEST(Optics, noise_comes_from_seed_and_frame_and_grows_with_the_gain) {
+TEST(Optics, noise_grows_with_the_gain) {
     run([] {
-        vcam::ZoneValues values;
-        const auto measure = [&](uint64_t frame) {
-            vcam::measureZones(kWide, 12234, frame, 0, values);
-            return values.band[vcam::kH1][27];
-        };
-        const float first = measure(5);
-        EXPECT_NE(measure(6), first);
-        EXPECT_EQ(measure(5), first);
-        vcam::CameraOptions other;
-        other.seed = 2;
-        vcam::powerOnZoneValues(other);
-        EXPECT_NE(measure(5), first);
         for (const bool isNight : {false, true}) {
             vcam::setNight(isNight);
             double sum = 0;
             double squares = 0;
             for (uint64_t frame = 0; frame < 4000; frame++) {
-                sum += measure(frame) / 4000;
-                squares += std::pow(measure(frame), 2) / 4000;
+                vcam::ZoneValues values;
+                vcam::measureZones(kWide, 12234, frame, 0, values);
+                sum += values.band[vcam::kH1][27] / 4000;
+                squares += std::pow(values.band[vcam::kH1][27], 2) / 4000;
             }
             const double deviation = std::sqrt(squares / (sum * sum) - 1);
             EXPECT_NEAR(deviation / 0.008, isNight ? 4 : 1, isNight ? 0.16 : 0.04);
@@ -140,12 +128,5 @@ TEST(Isp, frames_end_on_time_and_are_left_out_in_a_stall) {
             if (row.frame == 3)
                 vcam::stallFramesUntilUs(450000);
         }
-        const double blurred = vcam::focusValue();
-        passMs(1); // from here on it is the next frame that will see a move
-        vcam::placeAt(vcam::Axis::Zoom, kWide);
-        vcam::placeAt(vcam::Axis::Focus, int(vcam::inFocusPosition()));
-        EXPECT_EQ(vcam::focusValue(), blurred);
-        passMs(33);
-        EXPECT_GT(vcam::focusValue(), 2 * blurred);
     });
 }
