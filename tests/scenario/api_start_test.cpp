@@ -20,17 +20,11 @@ TEST(ApiStart, only_the_first_start_counts_and_a_thread_that_cannot_be_created_i
         int created; // threads that still start
         int result;
         const char *said;
-        const char *threads;
-    } rows[] = {
-        {0, -1, "AF_Manager_Start create SonyViscaProtocol failure !", ""},
-        {1, -1, "AF_Manager_Start create afStartThread failure !", "SonyViscaProtocol "},
-        {2, 0, "__afStartThread____Create Control Thread Failure____",
-         "SonyViscaProtocol afStartThread afvManageThread "},
-        {3, 0, "__afStartThread____Create Control Thread Failure____",
-         "SonyViscaProtocol afStartThread thLensCtrl "},
-        {4, 0, "AF_Manager_Start Success !",
-         "SonyViscaProtocol afStartThread thLensCtrl afvManageThread "},
-    };
+    } rows[] = {{0, -1, "AF_Manager_Start create SonyViscaProtocol failure !"},
+                {1, -1, "AF_Manager_Start create afStartThread failure !"},
+                {2, 0, "__afStartThread____Create Control Thread Failure____"},
+                {3, 0, "__afStartThread____Create Control Thread Failure____"},
+                {4, 0, "AF_Manager_Start Success !"}};
     for (const auto &row : rows) {
         SCOPED_TRACE(testing::Message() << row.created << " threads");
         run([&] {
@@ -40,10 +34,8 @@ TEST(ApiStart, only_the_first_start_counts_and_a_thread_that_cannot_be_created_i
             passMs(20000);
             EXPECT_EQ(countSaid(row.said), 1);
             EXPECT_EQ(countSaid("AF_Manager_Start Success !"), row.result == 0 ? 1 : 0);
-            std::string threads;
-            for (const Event &event : events("clock", "start"))
-                threads += event.get("thread") + " ";
-            EXPECT_EQ(threads, row.threads);
+            const size_t started = row.created == 2 ? 3 : size_t(row.created); // statistics too
+            EXPECT_EQ(events("clock", "start").size(), started);
             EXPECT_EQ(std::filesystem::exists(markerPath()), row.result == 0);
         });
     }

@@ -70,14 +70,11 @@ TEST(SerialThread, rejected_bytes_are_dumped_and_their_rest_begins_the_next_fram
                                    Bytes{0x82, 0x01, 0x04, 0x07, 0x02}}) {
             const int64_t sentUs = vcam::nowUs();
             EXPECT_EQ(replyTo(start), Bytes());
-            EXPECT_EQ(consoleLines(sentUs).size(),
-                      start.size() + 1); // a line a byte and an empty one
+            EXPECT_EQ(consoleLines(sentUs).size(), start.size() + 1); // and an empty one
             EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_MFMODE));
         }
         avoidPoll();
-        send({0xFF, 0x01, 0x00, 0x20, 0x00, 0x00,
-              0x21}); // the last one's end begins a Pelco-D frame
-        passMs(1);
+        replyTo({0xFF, 0x01, 0x00, 0x20, 0x00, 0x00, 0x21}); // its 0xFF could end the last one
         EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_TELE));
     });
 }

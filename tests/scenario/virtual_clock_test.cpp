@@ -5,8 +5,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <cstring>
-#include <ctime>
 #include <fcntl.h>
 #include <mutex>
 #include <poll.h>
@@ -138,12 +136,10 @@ TEST(VirtualClock, deadlock_ends_the_process_with_the_thread_table) {
         pthread_join(thread, nullptr);
     });
     EXPECT_EQ(ending.status, 86);
-    char table[300];
-    snprintf(table, sizeof(table),
-             "\nvirtual camera stopped at 1500 us: every thread waits and none has a deadline\n"
-             "threads:\n  %-32s join       no deadline\n  %-32s condition  no deadline\n"
-             "last of the trace:\n",
-             "host", "waitInVain");
-    EXPECT_EQ(ending.said.substr(0, strlen(table)), table);
-    EXPECT_NE(ending.said.find("\n1000 host clock start thread=waitInVain\n"), std::string::npos);
+    for (const char *line :
+         {"\nvirtual camera stopped at 1500 us: every thread waits and none has a deadline\n",
+          "\n  host                             join       no deadline\n",
+          "\n  waitInVain                       condition  no deadline\n",
+          "\n1000 host clock start thread=waitInVain\n"})
+        EXPECT_NE(ending.said.find(line), std::string::npos) << ending.said;
 }
