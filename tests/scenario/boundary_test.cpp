@@ -91,6 +91,7 @@ TEST(Boundary, paths_of_the_camera_lead_into_the_scratch_folder) {
                 EXPECT_FALSE(isReallyThere(vcam::scratchFolder() + path));
             }
         }
+        EXPECT_EQ(mkdir((vcam::scratchFolder() + "/mnt/flashy").c_str(), 0777), 0);
         EXPECT_EQ(access("/mnt/flashy", F_OK), -1);
         EXPECT_EQ(access("/proc/self", F_OK), 0); // all else is the machine's
     });

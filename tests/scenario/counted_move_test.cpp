@@ -28,11 +28,11 @@ TEST(CountedMove, each_axis_ramps_carries_its_remainder_and_holds_while_the_othe
     });
 }
 
-/// 32, 48, ... 128 steps a period, in the last one what is left.
-static std::vector<int> ramp(int way) {
+/// @p first steps in the first period, 16 more in each next one, in the last one what is left.
+static std::vector<int> ramp(int way, int first = 32, int most = 128) {
     std::vector<int> runs;
     int left = std::abs(way);
-    for (int step = 32; left > 0; step = std::min(step + 16, 128)) {
+    for (int step = first; left > 0; step = std::min(step + 16, most)) {
         runs.push_back(std::min(step, left) * (way < 0 ? -1 : 1));
         left -= std::min(step, left);
     }
@@ -40,7 +40,7 @@ static std::vector<int> ramp(int way) {
 }
 
 TEST(CountedMove, way_to_any_destination_is_cut_to_the_limits_and_takes_the_fewest_periods) {
-    const int ways[] = {-20000, -6529, -689, -81, -80, -1, 0, 32, 33, 432, 433, 688, 3745};
+    const int ways[] = {-20000, -6529, -689, -81, -80, -79, -1, 0, 32, 33, 433, 687, 3745};
     run([&] {
         startParked();
         for (size_t i = 0; i < std::size(ways); ++i) {
@@ -85,7 +85,7 @@ TEST(SoftStart, a_quarter_of_the_step_runs_slowly_and_the_rest_in_the_running_co
 // ---- Focus-only moves ----
 
 TEST(FocusRun, uninterrupted_move_ramps_by_16_and_ends_with_the_brake) {
-    run([&] {
+    run([] {
         startParked();
         const int64_t startUs = vcam::nowUs();
         EXPECT_EQ(lensMotorFocusRunSteps(MS_F_FAR, 100), 0);
@@ -96,6 +96,11 @@ TEST(FocusRun, uninterrupted_move_ramps_by_16_and_ends_with_the_brake) {
                                       "29=0504 2a=0b04 VD 10000\n"
                                       "29=0600 VD 10000\n");
         EXPECT_EQ(countSaid("Stop and fSteps:0.", startUs), 1);
+        for (const int steps : {1, 16, 17, 47, 48, 95, 200}) {
+            const int64_t nextUs = vcam::nowUs();
+            EXPECT_EQ(lensMotorFocusRunSteps(MS_F_NEAR, steps), 0);
+            EXPECT_EQ(motorRuns("CD", nextUs), ramp(-steps, 16, 48));
+        }
         expectSound();
     });
 }

@@ -86,6 +86,7 @@ TEST(Mailbox, chain_after_an_autofocus_run_depends_on_the_command_that_started_i
         size_t runsInFirstPoll;
         int armed;
     } rows[] = {
+        {CMD_WIDE, {CMD_FSTOP}, 10000, 1, 0}, // at the limit already
         {CMD_ZSTOP, {CMD_FOCUS}, 10000, 1, 1},
         {CMD_ZSTOP, {CMD_FSTOP}, 10000, 1, 0},
         {CMD_FOCUS, {CMD_FSTOP}, 10000, 1, 1},
@@ -102,6 +103,7 @@ TEST(Mailbox, chain_after_an_autofocus_run_depends_on_the_command_that_started_i
             runsTakeAPeriod = row.runUs > 0;
             startParked();
             const int64_t pollUs = nextPollUs();
+            storeWord(&g_AutoCheckFlag, 1);
             command(row.started);
             vcam::sleepUntilUs(pollUs + 1 + int64_t(row.runsInFirstPoll) * row.runUs);
             EXPECT_EQ(runsPlayed, row.runsInFirstPoll);
