@@ -26,22 +26,6 @@ static void note(const std::string &what) {
     diary += std::to_string(vcam::nowUs()) + " " + what + "\n";
 }
 
-TEST(VirtualClock, threads_go_on_by_deadline_and_ties_by_order_of_start) {
-    run([] {
-        std::thread late([] { usleep(300), note("late"); });
-        // Two waits: its last one begins after the other's, and still it was started first.
-        std::thread first([] { usleep(50), usleep(50), note("first"); });
-        std::thread second([] { usleep(100), note("second"); });
-        note("started");
-        usleep(100);
-        note("host");
-        for (std::thread *thread : {&late, &first, &second})
-            thread->join();
-        note("joined");
-        EXPECT_EQ(diary, "0 started\n100 host\n100 first\n100 second\n300 late\n300 joined\n");
-    });
-}
-
 TEST(VirtualClock, every_wait_ends_at_its_exact_instant) {
     static std::timed_mutex held;
     static std::mutex mutex;
