@@ -1,5 +1,4 @@
-// Moves of a counted number of steps and the soft start of a zoom: the words that reach the driver,
-// period by period.
+// Moves of a counted number of steps: the words that reach the driver, period by period.
 #include "scenario.h"
 
 #include "clock/virtual_clock.h"
@@ -61,24 +60,6 @@ TEST(CountedMove, way_to_any_destination_is_cut_to_the_limits_and_takes_the_fewe
             EXPECT_EQ(host().savedPositions.back(), std::make_pair(zoom, focus));
             expectSound();
         }
-    });
-}
-
-// ---- Soft start ----
-
-TEST(SoftStart, a_quarter_of_the_step_runs_slowly_and_the_rest_in_the_running_column) {
-    run([] {
-        startParked();
-        placeLens(15000, 12000);
-        const int64_t startUs = vcam::nowUs();
-        Lens_Starting(MS_Z_TELE, 56, MS_F_FAR, 133); // the focus is faster and chooses the rows
-        Lens_Starting(MS_Z_WIDE, 3, MS_NONE, 0);     // a quarter that comes to nothing
-        EXPECT_EQ(motorText(startUs), "24=040e 25=0648 29=0521 2a=02aa VD 22515\n" // 14 and 33
-                                      "24=042a 25=029f 29=0564 2a=011a VD 28203\n"
-                                      "24=0500 25=4aac 29=0600 VD 19116\n"
-                                      "24=0503 25=18e4 29=0600 VD 19116\n");
-        EXPECT_EQ(countSaid("Invaled type: 4", startUs), 1);
-        expectSound();
     });
 }
 
