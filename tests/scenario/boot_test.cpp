@@ -1,7 +1,6 @@
 // From power-on to the first sharp picture.
 #include "scenario.h"
 
-#include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "optics/lens_curves.h"
 
@@ -23,26 +22,21 @@ TEST(Boot, driver_is_set_up_before_anything_moves) {
     });
 }
 
-TEST(Boot, any_start_position_homes_and_parks_at_wide_and_infinity) {
-    struct Start {
-        int lens, zoom, focus, parkedZoom;
-    };
-    const Start starts[] = {
-        {1, 10000, 10000, 10216}, {1, 21040, 14880, 10216}, {1, 16744, 11360, 10216},
-        {1, 16745, 11359, 10216}, {0, 10000, 14384, 10000}, {0, 20272, 10000, 10000},
-    };
-    for (const Start &start : starts) {
-        SCOPED_TRACE(testing::Message()
-                     << "lens " << start.lens << " from " << start.zoom << ", " << start.focus);
-        vcam::CameraOptions options;
-        options.lensType = start.lens;
-        options.zoomStart = start.zoom;
-        options.focusStart = start.focus;
-        run(options, [&] {
-            g_LensType = start.lens;
+TEST(Boot, any_start_position_homes_parks_at_wide_and_infinity_and_is_focused) {
+    const struct {
+        int lens, zoom, focus;
+    } rows[] = {{LENS_B, 21040, 14880},
+                {LENS_B, 16745, 11359},
+                {LENS_B, 10000, 10000},
+                {LENS_A, 10000, 14384},
+                {LENS_A, 20272, 10000}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(testing::Message() << "from " << row.zoom << ", " << row.focus);
+        run(startAt(row.zoom, row.focus, row.lens), [&] {
+            g_LensType = row.lens;
             startAndSettle();
-            EXPECT_EQ(host().savedPositions.front().first, unsigned(start.parkedZoom));
-            EXPECT_EQ(host().savedPositions.front().second, 12234u);
+            const unsigned wide = row.lens == LENS_A ? 10000 : 10216;
+            EXPECT_EQ(host().savedPositions.front(), std::make_pair(wide, 12234u));
             EXPECT_LE(std::fabs(vcam::focusErrorHalfDepths()), 1);
             expectSound();
         });

@@ -126,6 +126,14 @@ void run(const std::function<void()> &body) {
     run(vcam::CameraOptions{}, body);
 }
 
+vcam::CameraOptions startAt(int zoom, int focus, int lens) {
+    vcam::CameraOptions options;
+    options.lensType = lens;
+    options.zoomStart = zoom;
+    options.focusStart = focus;
+    return options;
+}
+
 // ---- The host ----
 
 static int savePosition(unsigned zoom, unsigned focus) {

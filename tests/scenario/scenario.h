@@ -53,6 +53,9 @@ struct Event {
 void run(const vcam::CameraOptions &options, const std::function<void()> &body);
 void run(const std::function<void()> &body); ///< Default options, seed 1.
 
+/// Options with the lens at these positions at power-on.
+vcam::CameraOptions startAt(int zoom, int focus, int lens = LENS_B);
+
 /// How a process ended that was expected to end by itself.
 struct Ending {
     int status;       ///< Exit status; -1 after a signal.
