@@ -137,7 +137,7 @@ TEST(CurveDrawing, each_point_is_written_with_the_focus_found_there_until_one_ha
             const int64_t startUs = vcam::nowUs();
             draw(which, 1);
             EXPECT_EQ(countSaid("fopen " + file + " error."), 1);
-            EXPECT_TRUE(motorLog(startUs).empty());
+            EXPECT_EQ(motorText(startUs), "");
 
             draw(which, 2);
             const std::vector<CurveLine> lines = readCurve(file);

@@ -32,7 +32,7 @@ TEST(Presets, position_set_is_called_again_exactly_and_is_no_zoom_of_the_users) 
         EXPECT_EQ(host().presets.focus[5], 11700u);
         const int64_t setUs = vcam::nowUs();
         obey(CMD_CAPST, 5); // there already
-        EXPECT_TRUE(motorLog(setUs).empty());
+        EXPECT_EQ(motorText(setUs), "");
         command(CMD_MFMODE);
         passMs(100);
         placeLens(20264, 10500);

@@ -311,27 +311,14 @@ void expectSound() {
 
 // ---- The trace ----
 
-std::string Event::get(const std::string &key) const {
-    const std::string padded = " " + text;
-    const size_t at = padded.find(" " + key + "=");
-    if (at == std::string::npos)
-        return "";
-    const size_t begin = at + key.size() + 2;
-    if (padded[begin] == '"')
-        return padded.substr(begin + 1, padded.rfind('"') - begin - 1);
-    return padded.substr(begin, padded.find(' ', begin) - begin);
-}
-
 std::vector<Event> events() {
     vcam::flushTrace();
     std::vector<Event> all;
     std::ifstream file(traceFile);
+    Event event;
     for (std::string line; std::getline(file, line);) {
-        Event event;
-        std::istringstream words(line);
-        words >> event.timeUs >> event.thread >> event.device >> event.event >> std::ws;
-        std::getline(words, event.text);
-        all.push_back(event);
+        if (vcam::parseTraceLine(line, event))
+            all.push_back(event);
     }
     return all;
 }
@@ -353,45 +340,26 @@ std::vector<std::string> consoleLines(int64_t fromUs) {
 }
 
 static std::string describeMotorEvent(const Event &event) {
-    if (event.device == "chip" && event.event == "write")
+    if (event.is("chip", "write"))
         return event.get("register").substr(2) + "=" + event.get("value").substr(2);
-    if (event.device == "gpio" && event.event == "vd")
+    if (event.is("gpio", "vd"))
         return "VD " + event.get("period_us");
     return "";
 }
 
-std::vector<std::string> motorLog(int64_t fromUs) {
-    std::vector<std::string> log;
-    for (const Event &event : events()) {
-        const std::string entry = describeMotorEvent(event);
-        if (event.timeUs >= fromUs && !entry.empty())
-            log.push_back(entry);
-    }
-    return log;
-}
-
-std::vector<std::string> motorScript(int64_t fromUs) {
-    std::vector<std::string> script;
+std::string motorText(int64_t fromUs) {
+    std::string text;
     int64_t accountedUs = fromUs;
     for (const Event &event : events()) {
         const std::string entry = describeMotorEvent(event);
         if (event.timeUs < fromUs || entry.empty())
             continue;
         if (event.timeUs != accountedUs)
-            script.push_back("wait " + std::to_string(event.timeUs - accountedUs));
+            text += "wait " + std::to_string(event.timeUs - accountedUs) + "\n";
         accountedUs = event.timeUs;
         if (event.event == "vd")
-            accountedUs += std::stoll(event.get("period_us"));
-        script.push_back(entry);
-    }
-    return script;
-}
-
-std::string motorText(int64_t fromUs) {
-    std::string text;
-    for (const std::string &entry : motorScript(fromUs)) {
-        const bool isWrite = entry.find('=') != std::string::npos;
-        text += entry + (isWrite ? ' ' : '\n');
+            accountedUs += event.getNumber("period_us");
+        text += entry + (event.event == "vd" ? "\n" : " ");
     }
     return text;
 }
@@ -400,7 +368,7 @@ std::vector<int> motorRuns(const std::string &channel, int64_t fromUs) {
     std::vector<int> runs;
     for (const Event &event : events("chip", "run", fromUs))
         if (event.get("channel") == channel)
-            runs.push_back(std::stoi(event.get("steps")));
+            runs.push_back(static_cast<int>(event.getNumber("steps")));
     return runs;
 }
 

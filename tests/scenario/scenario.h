@@ -15,6 +15,7 @@
 
 #include "autofocus_service.h"
 #include "camera_options.h"
+#include "waveform/trace_line.h"
 
 namespace scenario {
 
@@ -37,16 +38,7 @@ struct Host {
 Host &host();
 
 /// One line of the trace.
-struct Event {
-    int64_t timeUs;
-    std::string thread;
-    std::string device;
-    std::string event;
-    std::string text; ///< The key=value pairs.
-
-    /// Value of a key, "" when the event has none.
-    std::string get(const std::string &key) const;
-};
+using Event = vcam::TraceLine;
 
 /// Run @p body in a process of its own with a camera made of @p options powered on. Its files go
 /// with it, but a trace file that the options name stays.
@@ -125,15 +117,9 @@ std::vector<Event> events(const std::string &device, const std::string &kind = "
 /// The library's console lines so far, in order.
 std::vector<std::string> consoleLines(int64_t fromUs = 0);
 
-/// Register writes and VD pulses from @p fromUs on, as "24=0430", "VD 25000": the motor language.
-std::vector<std::string> motorLog(int64_t fromUs = 0);
-
-/// motorLog() with its instants: "wait 500000" wherever time passed beside the VD periods, from
-/// @p fromUs on.
-std::vector<std::string> motorScript(int64_t fromUs);
-
-/// motorScript() as text, "24=0430 25=024b VD 25000\n": a period or a wait ends a line.
-std::string motorText(int64_t fromUs);
+/// Register writes and VD pulses from @p fromUs on, "24=0430 25=024b VD 25000\n": a period ends a
+/// line, and "wait 500000\n" stands wherever time passed beside the periods.
+std::string motorText(int64_t fromUs = 0);
 
 /// Steps that a channel, "AB" (zoom) or "CD" (focus), ran from @p fromUs on, one entry a period in
 /// which it ran; negative toward wide and near.

@@ -38,7 +38,7 @@ TEST(StatisticsThread, every_frame_gives_a_record_and_late_or_failing_ones_pass_
         startWithFrames();
         const std::vector<Event> configured = events("isp", "config");
         ASSERT_EQ(configured.size(), 1u);
-        EXPECT_EQ(configured[0].text, "enable=1 grid=8x8 window=1280x720");
+        EXPECT_EQ(configured[0].keys, "enable=1 grid=8x8 window=1280x720");
         int64_t expectedUs = (configured[0].timeUs + 1000000) / kFrameUs * kFrameUs;
         for (const Event &frame : events("isp", "frame"))
             EXPECT_EQ(frame.timeUs, expectedUs += kFrameUs);

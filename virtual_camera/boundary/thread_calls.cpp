@@ -22,6 +22,8 @@ static NextCall<MutexCall> nextTrylock{"pthread_mutex_trylock"};
 static NextCall<MutexCall> nextUnlock{"pthread_mutex_unlock"};
 static NextCall<int(pthread_mutex_t *, const struct timespec *)> nextTimedlock{
     "pthread_mutex_timedlock"};
+static NextCall<int(pthread_mutex_t *, clockid_t, const struct timespec *)> nextClocklock{
+    "pthread_mutex_clocklock"};
 static NextCall<int(pthread_cond_t *, pthread_mutex_t *)> nextWait{"pthread_cond_wait"};
 static NextCall<int(pthread_cond_t *, pthread_mutex_t *, const struct timespec *)> nextTimedwait{
     "pthread_cond_timedwait"};
@@ -111,6 +113,12 @@ int pthread_mutex_timedlock(pthread_mutex_t *__restrict mutex,
                             const struct timespec *__restrict time) __THROWNL {
     return vcam::isRegisteredThread() ? vcam::lockUntil(mutex, *time)
                                       : vcam::nextTimedlock(mutex, time);
+}
+
+int pthread_mutex_clocklock(pthread_mutex_t *__restrict mutex, clockid_t clock,
+                            const struct timespec *__restrict time) __THROWNL {
+    return vcam::isRegisteredThread() ? vcam::lockUntil(mutex, *time)
+                                      : vcam::nextClocklock(mutex, clock, time);
 }
 
 int pthread_mutex_unlock(pthread_mutex_t *mutex) __THROWNL {

@@ -129,6 +129,12 @@ int __pthread_mutex_timedlock64(pthread_mutex_t *mutex, const vcam::WideTimespec
     return pthread_mutex_timedlock(mutex, &narrowTime);
 }
 
+int __pthread_mutex_clocklock64(pthread_mutex_t *mutex, clockid_t clock,
+                                const vcam::WideTimespec *time) {
+    const struct timespec narrowTime = vcam::narrow(*time);
+    return pthread_mutex_clocklock(mutex, clock, &narrowTime);
+}
+
 int __pthread_cond_timedwait64(pthread_cond_t *condition, pthread_mutex_t *mutex,
                                const vcam::WideTimespec *time) {
     const struct timespec narrowTime = vcam::narrow(*time);

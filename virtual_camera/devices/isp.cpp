@@ -50,7 +50,8 @@ struct Isp {
 Isp isp;
 
 int64_t frameEndUs(int64_t frame) {
-    return std::llround(std::ceil(static_cast<double>(frame) * isp.frameUs));
+    const double roundingUs = 1e-3; // what the product may be above a whole number by itself
+    return std::llround(std::ceil(static_cast<double>(frame) * isp.frameUs - roundingUs));
 }
 
 /// The last frame that ended at or before an instant, a stall left aside.

@@ -22,9 +22,8 @@ int64_t TraceLine::getNumber(const std::string &key) const {
 
 bool parseTraceLine(const std::string &line, TraceLine &parsed) {
     std::istringstream words(line);
-    std::string thread;
     parsed = TraceLine{};
-    words >> parsed.timeUs >> thread >> parsed.device >> parsed.event;
+    words >> parsed.timeUs >> parsed.thread >> parsed.device >> parsed.event;
     if (words.fail())
         return false;
     words >> std::ws;

@@ -8,6 +8,7 @@ namespace vcam {
 
 struct TraceLine {
     int64_t timeUs = 0;
+    std::string thread;
     std::string device;
     std::string event;
     std::string keys; ///< The key=value pairs.
