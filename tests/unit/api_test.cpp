@@ -55,11 +55,9 @@ static void useUnstartedLibrary() {
     char shown[AF_OSD_TEXT_SIZE] = "?";
     EXPECT_EQ(AF_Manager_Get_ICUTStatusLast_API(), 2);
     EXPECT_EQ(AF_Manager_Get_ICUTControlType_API(), TYPE_OUTCONTROL);
-    EXPECT_EQ(AF_Manager_Get_FrameRate_API(), 0);
     EXPECT_EQ(readFocusMode(), 1);
     EXPECT_EQ(AF_Manager_LockFocus_API(), -1);
     AF_Manager_Reset_API();
-    EXPECT_EQ(AF_Mamager_SetPreset_API(5), -1);
     EXPECT_EQ(fCallbackSetIcutMode(TYPE_NIGHT), -1);
     EXPECT_EQ(AF_Manager_Set_Multiple_API(36), 0); // the grid is still empty
     EXPECT_EQ(AF_Manager_Get_OSDData_API(shown), 0);

@@ -36,19 +36,15 @@ protected:
 } // namespace
 
 TEST_F(Persistence, stored_position_and_counters_are_clamped_into_the_travel) {
-    const struct {
-        unsigned zoom, focus, keptZoom, keptFocus;
-    } rows[] = {{10216, 14869, 10216, 14868},
-                {20488, 9999, 20488, 10000},
-                {10215, 14868, 10216, 14868},
-                {20489, 10000, 20488, 10000},
-                {0xFFFFFFF0, 0xFFFFFFF0, 20488, 14868}};
-    for (const auto &row : rows) {
-        setPosition(row.zoom, row.focus);
+    const unsigned rows[][4] = {{10215, 14869, 10216, 14868},
+                                {20489, 9999, 20488, 10000},
+                                {10216, 14868, 10216, 14868},
+                                {0xFFFFFFF0, 0xFFFFFFF0, 20488, 14868}};
+    for (const auto &[zoom, focus, keptZoom, keptFocus] : rows) {
+        setPosition(zoom, focus);
         EXPECT_EQ(Lens_Save_ZFLocation(), 0);
-        EXPECT_EQ(kept, std::make_pair(row.keptZoom, row.keptFocus)) << row.zoom;
-        EXPECT_EQ(ZM_Step_Local, row.keptZoom);
-        EXPECT_EQ(FM_Step_Local, row.keptFocus);
+        EXPECT_EQ(kept, std::make_pair(keptZoom, keptFocus)) << zoom;
+        EXPECT_EQ(std::make_pair(ZM_Step_Local, FM_Step_Local), kept);
     }
 }
 
@@ -64,19 +60,25 @@ TEST_F(Persistence, any_result_but_0_is_the_hosts_failure_and_what_it_has_left_i
     EXPECT_EQ(resultOf(Lens_Read_ZFLocation), -1);
     EXPECT_EQ(text, "Lens_Read_ZFLocation Error!\n");
     EXPECT_EQ(FM_Step_Local, 12234u);
-    EXPECT_EQ(Lens_Save_ZFLocation(), 5);
-    EXPECT_EQ(Lens_Save_FLPosition(), 5);
+    EXPECT_EQ(Lens_Save_ZFLocation() + Lens_Save_FLPosition(), 5 + 5);
 }
 
-TEST_F(Persistence, registration_without_both_callbacks_keeps_the_former_ones) {
+TEST_F(Persistence, half_a_registration_is_refused_and_a_missing_callback_reported) {
     EXPECT_EQ(resultOf([] { return AF_Manager_Init_LensPosition_API(keepPosition, nullptr); }), -1);
     EXPECT_EQ(text, "AF_Manager_Init_LensPosition_API Error!\n");
     EXPECT_EQ(resultOf([] { return AF_Manager_Init_FocusPoint_API(nullptr, loadLine); }), -1);
-    EXPECT_EQ(resultOf([] { return AF_Manager_Init_PresetInfo_API(nullptr, nullptr); }), -1);
     EXPECT_EQ(resultOf([] { return AF_Manager_Init_DayNightModeFun_API(nullptr); }), -1);
     EXPECT_EQ(text, "AF_Manager_Init_DayNightMode_Fun Failure !\n");
-    EXPECT_EQ(fpGetLensPosition, loadPosition);
+    EXPECT_EQ(fpGetLensPosition, loadPosition); // the former one
     EXPECT_NE(fpSetFocusPoint, nullptr);
+    fpSetLensPosition = nullptr;
+    fpGetLensPosition = nullptr;
+    fpSetFocusPoint = nullptr;
+    fpGetFocusPoint = nullptr;
+    for (auto *adapter :
+         {Lens_Save_ZFLocation, Lens_Read_ZFLocation, Lens_Save_FLPosition, Lens_Read_FLPosition})
+        EXPECT_EQ(resultOf(adapter), -1);
+    EXPECT_EQ(text, "fCallbakGetFocusLine Error!\nLens_Read_FLPosition Error!\n");
 }
 
 TEST_F(Persistence, path_of_up_to_113_characters_goes_before_the_three_names) {
