@@ -108,8 +108,7 @@ TEST(RefocusTrigger, count_starts_again_is_frozen_or_goes_on) {
         EXPECT_EQ(feed(7999, 40), 0);
         storeWord(&ZM_Step_Local, 15000u);
         EXPECT_EQ(feed(7999, 40), 6);
-        EXPECT_EQ(feed(7999, 40),
-                  0); // quiet until armed again, by any code but that of manual mode
+        EXPECT_EQ(feed(7999, 40), 0); // quiet until armed again
         for (unsigned code = 0; code <= CMD_NONE; ++code) {
             lensFocusMode(AF_CMD_em(code));
             EXPECT_EQ(feed(7999, 40), code == CMD_MFMODE ? 0 : 26) << code;

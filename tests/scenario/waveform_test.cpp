@@ -85,7 +85,6 @@ TEST(Waveform, each_event_is_drawn_at_its_instant) {
                              "700 a gpio vd pin=41 period_us=1\n" // drives nothing
                              "11500 a gpio vd pin=46 period_us=25000\n"
                              "11600 a gpio read pin=4 level=1\n"
-                             "11700 a gpio read pin=3 level=0\n"
                              "11800 host serial receive bytes=8101ff\n"
                              "11800 b serial read bytes=8101ff\n"
                              "11900 b serial write bytes=90ff\n"
@@ -102,7 +101,6 @@ TEST(Waveform, each_event_is_drawn_at_its_instant) {
         {"focus", {{0, "r9977 "}, {501, "r9976 "}, {502, "r9975 "}, {600, "r9976 "}}},
         {"zoom_steps", {{0, "r0 "}, {500, "r0 r-3 "}, {11500, "r0 "}}},
         {"focus_interrupter", {{11600, "1"}}},
-        {"zoom_interrupter", {{11700, "0"}}},
         {"to_camera", {{0, "s "}, {11800, "s8101ff "}}},
         {"from_camera", {{0, "s "}, {11900, "s90ff "}}},
         {"console", {{12000, "sa\\x20=\\x20b "}}},
