@@ -87,7 +87,6 @@ TEST(Waveform, each_event_is_drawn_at_its_instant) {
                              "11600 a gpio read pin=4 level=1\n"
                              "11800 host serial receive bytes=8101ff\n"
                              "11800 b serial read bytes=8101ff\n"
-                             "11900 b serial write bytes=90ff\n"
                              "12000 b console line text=\"a = b\"\n";
     const Signals expected = {
         {"frame",
@@ -102,7 +101,6 @@ TEST(Waveform, each_event_is_drawn_at_its_instant) {
         {"zoom_steps", {{0, "r0 "}, {500, "r0 r-3 "}, {11500, "r0 "}}},
         {"focus_interrupter", {{11600, "1"}}},
         {"to_camera", {{0, "s "}, {11800, "s8101ff "}}},
-        {"from_camera", {{0, "s "}, {11900, "s90ff "}}},
         {"console", {{12000, "sa\\x20=\\x20b "}}},
     };
     std::string error;

@@ -62,7 +62,7 @@ TEST_F(FocusLines,
             ++point;
         setPosition(zoom, 12234);
         ASSERT_EQ(Lens_Get_ZoomIndex(&index1, &index2, zoom), 0) << zoom;
-        ASSERT_EQ(index1 * 4 + index2, point) << zoom;
+        ASSERT_EQ(std::make_pair(index1, index2), std::make_pair(point / 4, point % 4)) << zoom;
         const int next = std::min(index1 + 1, 15), here = int(g_FLineInfo.tagPosition[index1][0]);
         const int rise = int(g_FLineInfo.tagPosition[next][0]) - here;
         const int past = int(zoom - zoomOfPoint(4 * index1));

@@ -1,11 +1,14 @@
-// What survives a restart, and the host callbacks through which it goes.
+// What the host keeps across restarts: the position, the focus line, the preset table.
 #include "fixtures.h"
+
+#include "af_lens/model/preset_table.h"
 
 #include <cstring>
 
 namespace {
 
 std::pair<unsigned, unsigned> kept;
+PRESET_INF keptPresets;
 int hostResult = 0;
 
 int keepPosition(unsigned zoom, unsigned focus) {
@@ -13,13 +16,25 @@ int keepPosition(unsigned zoom, unsigned focus) {
     return hostResult;
 }
 
+int keepPresets(PRESET_INF *table) {
+    keptPresets = *table;
+    return hostResult;
+}
+
+// What the host loads is there even when it reports a failure.
 int loadPosition(unsigned *zoom, unsigned *focus) {
     *zoom = *focus = 12000;
     return hostResult;
 }
 
-int loadLine(FOCUS_POINT *line) { // also what it then fails to give
+int loadLine(FOCUS_POINT *line) {
     memset(line, 0x5A, sizeof *line / 2);
+    return hostResult;
+}
+
+int loadPresets(PRESET_INF *table) {
+    table->zoom[7] = table->zoom[8] = 12000; // the second one is half a pair
+    table->focus[7] = 12100;
     return hostResult;
 }
 
@@ -29,7 +44,13 @@ protected:
         LensCase::SetUp();
         AF_Manager_Init_LensPosition_API(keepPosition, loadPosition);
         AF_Manager_Init_FocusPoint_API([](FOCUS_POINT *) { return hostResult; }, loadLine);
+        AF_Manager_Init_PresetInfo_API(keepPresets, loadPresets);
         hostResult = 0;
+        setPosition(10984, 12234);
+    }
+
+    int setPreset(int pst) {
+        return resultOf([&] { return Lens_Set_Preset(pst); });
     }
 };
 
@@ -53,13 +74,19 @@ TEST_F(Persistence, any_result_but_0_is_the_hosts_failure_and_what_it_has_left_i
     EXPECT_EQ(resultOf(Lens_Read_FLPosition), 0);
     EXPECT_EQ(g_FLineInfo.tagPosition[0][0], 0x5A5A5A5Au); // unchecked
     EXPECT_EQ(g_FLineInfo.tagPosition[15][3], 0u);
+    EXPECT_EQ(resultOf(Lens_Init_PresetInfo), 0);
+    EXPECT_EQ(g_RPGroupInfo.rZPosition[7], 9292);
+    EXPECT_EQ(g_RPGroupInfo.rZPosition[8], 0);
     hostResult = 5;
     EXPECT_EQ(resultOf(Lens_Read_FLPosition), -1);
     EXPECT_EQ(text, "Lens_Read_FLPosition Error!\n");
     EXPECT_EQ(g_FLineInfo.tagPosition[0][0], 12234u); // the built-in one
     EXPECT_EQ(resultOf(Lens_Read_ZFLocation), -1);
     EXPECT_EQ(text, "Lens_Read_ZFLocation Error!\n");
-    EXPECT_EQ(FM_Step_Local, 12234u);
+    EXPECT_EQ(ZM_Step_Local, 10984u);
+    EXPECT_EQ(resultOf(Lens_Read_PresetInfo), -1);
+    EXPECT_EQ(text, "Lens_Read_PresetInfo Error!\n");
+    EXPECT_EQ(g_APGroupInfo.aZPosition[7], 0u);
     EXPECT_EQ(Lens_Save_ZFLocation() + Lens_Save_FLPosition(), 5 + 5);
 }
 
@@ -67,10 +94,11 @@ TEST_F(Persistence, half_a_registration_is_refused_and_a_missing_callback_report
     EXPECT_EQ(resultOf([] { return AF_Manager_Init_LensPosition_API(keepPosition, nullptr); }), -1);
     EXPECT_EQ(text, "AF_Manager_Init_LensPosition_API Error!\n");
     EXPECT_EQ(resultOf([] { return AF_Manager_Init_FocusPoint_API(nullptr, loadLine); }), -1);
+    EXPECT_EQ(resultOf([] { return AF_Manager_Init_PresetInfo_API(keepPresets, nullptr); }), -1);
     EXPECT_EQ(resultOf([] { return AF_Manager_Init_DayNightModeFun_API(nullptr); }), -1);
     EXPECT_EQ(text, "AF_Manager_Init_DayNightMode_Fun Failure !\n");
     EXPECT_EQ(fpGetLensPosition, loadPosition); // the former one
-    EXPECT_NE(fpSetFocusPoint, nullptr);
+    EXPECT_EQ(fpGetPresetInfo, loadPresets);
     fpSetLensPosition = nullptr;
     fpGetLensPosition = nullptr;
     fpSetFocusPoint = nullptr;
@@ -81,10 +109,45 @@ TEST_F(Persistence, half_a_registration_is_refused_and_a_missing_callback_report
     EXPECT_EQ(text, "fCallbakGetFocusLine Error!\nLens_Read_FLPosition Error!\n");
 }
 
+TEST_F(Persistence, preset_with_a_number_position_or_library_that_will_not_do_is_not_stored) {
+    for (const int pst : {-1, 255}) {
+        const std::string tail = "__Invaled preset " + std::to_string(pst) + "__\n";
+        EXPECT_EQ(setPreset(pst), -1);
+        EXPECT_EQ(text, "__Lens_Set_Preset" + tail);
+        EXPECT_EQ(resultOf([&] { return Lens_Clear_Preset(pst); }), -1);
+        EXPECT_EQ(text, "__Lens_Clear_Preset" + tail);
+        EXPECT_EQ(resultOf([&] { return Lens_Goto_Preset(pst); }), -1);
+        EXPECT_EQ(text, "__Lens_Goto_Preset" + tail);
+    }
+    setPosition(10984, 14869);
+    EXPECT_EQ(setPreset(5), -1);
+    EXPECT_NE(text.find("__Lens_Set_Preset Error zp = 10984 or fp = 14869.\n"), std::string::npos);
+    setPosition(10984, 12234);
+    g_ShaPosInfo = nullptr;
+    EXPECT_EQ(setPreset(5), -1);
+    EXPECT_EQ(text, "__Lens_Set_Preset__af share buffer is null__\n");
+    EXPECT_EQ(keptPresets.zoom[5] + g_RPGroupInfo.rZPosition[5], 0u);
+}
+
+TEST_F(Persistence, host_gets_all_presets_and_its_failure_is_reported_when_they_have_changed) {
+    for (const int pst : {0, 254})
+        EXPECT_EQ(setPreset(pst), 0);
+    EXPECT_EQ(text,
+              "_Fun:Lens_Set_Preset Line:# zLocation = 10984 fLocation = 12234 pst = 254__\n");
+    EXPECT_EQ(keptPresets.zoom[0] + keptPresets.zoom[254], 2 * 10984u);
+    EXPECT_EQ(g_RPGroupInfo.rZPosition[254], 6225);
+    EXPECT_EQ(g_RPGroupInfo.rFPosition[254], 28525);
+    hostResult = 5;
+    setPosition(20488, 12000);
+    EXPECT_EQ(resultOf([] { return AF_Mamager_SetPreset_API(254); }), -1);
+    EXPECT_EQ(g_APGroupInfo.aZPosition[254], 20488u);
+    EXPECT_EQ(Lens_Clear_Preset(254), 5); // the host's own result
+    EXPECT_EQ(g_RPGroupInfo.rZPosition[254] + g_RPGroupInfo.rFPosition[254], 0);
+}
+
 TEST_F(Persistence, path_of_up_to_113_characters_goes_before_the_three_names) {
     std::string path(114, 'p');
     EXPECT_EQ(resultOf([&] { return lensSetCfgPath(path.data()); }), -1);
-    EXPECT_STREQ(fMPosition, "");
     path.pop_back();
     EXPECT_EQ(resultOf([&] { return lensSetCfgPath(path.data()); }), 0);
     EXPECT_EQ(fMPosition, path + "MotorPosition");
