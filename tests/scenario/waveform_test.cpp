@@ -82,7 +82,8 @@ TEST(Waveform, each_event_is_drawn_at_its_instant) {
                              "500 a chip run channel=CD steps=-2 units=1\n"
                              "520 a spi frame sent=290000 received=000000\n"
                              "600 a lens lost axis=focus steps=1 total=1\n"
-                             "700 a gpio vd pin=41 period_us=1\n" // drives nothing
+                             "600 a chip run channel=CD steps=1 units=12300\n" // cut short
+                             "700 a gpio vd pin=41 period_us=1\n"              // drives nothing
                              "11500 a gpio vd pin=46 period_us=25000\n"
                              "11600 a gpio read pin=4 level=1\n"
                              "11800 host serial receive bytes=8101ff\n"

@@ -1,4 +1,4 @@
-// Frames from a controller: both command sets, the replies.
+// Frames from a controller: how long they are, both command sets, the replies.
 #include "fixtures.h"
 
 #include "clock/virtual_clock.h"
@@ -89,6 +89,20 @@ const Meaning *findMeaning(int command, int parameter) {
 
 } // namespace
 
+TEST(Framing, command_tells_how_many_bytes_are_due_and_of_which_type) {
+    const std::map<int, std::pair<int, int>> special = {
+        {0x47, {4, 3}}, {0x48, {4, 3}}, {0x73, {11, 2}}, {0x74, {1, 2}}};
+    for (int command = 0; command <= 0xFF; ++command) {
+        char bytes[] = {char(0x81), 0x01, 0x04, char(command), 0x00};
+        const auto row = special.find(command);
+        int type = -7;
+        const int due = CheckVISCACmd(bytes, 5, &type);
+        EXPECT_EQ(std::make_pair(due, type),
+                  row == special.end() ? std::make_pair(1, 0) : row->second)
+            << std::hex << command;
+    }
+}
+
 TEST_F(SerialCommands, every_parameter_of_every_visca_command_does_its_own_and_gets_no_reply) {
     const std::string console = onPoweredCamera([&] {
         for (int i = 0; i < 0x20000; ++i) {
@@ -135,15 +149,15 @@ TEST_F(SerialCommands, icr_command_is_ignored_while_the_host_is_not_in_control) 
 }
 
 TEST_F(SerialCommands, inquiry_is_answered_with_the_published_position_or_0_before_there_is_one) {
-    record.shRZPosition = 0x1234;
-    record.shRFPosition = 0xC0DE;
+    record.shRZPosition = 0x12FE;
+    record.shRFPosition = 0xEF34;
     const struct {
         unsigned char inquiry;
         Bytes reply;
         const char *text;
     } rows[] = {{0x38, {0x90, 0x50, 0x02, 0xFF}, ""},
-                {0x47, {0x90, 0x50, 1, 2, 3, 4, 0xFF}, "\n\n____CAM_ZoomPosInq 0x1234____\n"},
-                {0x48, {0x90, 0x50, 12, 0, 13, 14, 0xFF}, "\n\n____CAM_FocusPosInq____\n\n"},
+                {0x47, {0x90, 0x50, 1, 2, 15, 14, 0xFF}, "\n\n____CAM_ZoomPosInq 0x12fe____\n"},
+                {0x48, {0x90, 0x50, 14, 15, 3, 4, 0xFF}, "\n\n____CAM_FocusPosInq____\n\n"},
                 {0x07, {}, ""}};
     for (const auto &row : rows) {
         EXPECT_EQ(visca({0x81, 0x09, 0x04, row.inquiry, 0xFF}), 0);
