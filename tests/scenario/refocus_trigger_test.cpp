@@ -2,7 +2,6 @@
 #include "scenario.h"
 
 #include "clock/virtual_clock.h"
-#include "devices/isp.h"
 #include "optics/lens_curves.h"
 #include "optics/scene.h"
 #include "platform/shared_word.h"
@@ -12,127 +11,107 @@
 using namespace scenario;
 
 static const int64_t kFrameUs = 40000;
-static const int64_t kPollMs = 1;
 
-/// Idle with the trigger armed, in the middle of a frame, without noise.
-static void runIdle(const std::function<void()> &body) {
+/// Frames that ended from now until the trigger has fired; -1 when it has not after 200.
+static int64_t countFramesToFire() {
+    const int64_t startUs = vcam::nowUs();
+    while (Lens_Get_Command() != CMD_FOCUS && vcam::nowUs() < startUs + 200 * kFrameUs)
+        passMs(1);
+    return Lens_Get_Command() == CMD_FOCUS ? (vcam::nowUs() - startUs) / kFrameUs : -1;
+}
+
+TEST(RefocusTrigger, fires_on_the_26th_frame_and_preset_202_switches_it) {
     vcam::CameraOptions options;
     options.noise = 0;
-    run(options, [&] {
+    run(options, [] {
         startAndSettle();
-        while (vcam::nowUs() % kFrameUs != kFrameUs / 2)
-            passMs(kPollMs);
-        body();
-    });
-}
-
-static void changePicture() {
-    vcam::setObjectDistanceM(1);
-}
-
-static void restorePicture() {
-    vcam::setObjectDistanceM(HUGE_VAL);
-}
-
-static void passFrames(int frames) {
-    passMs(frames * kFrameUs / 1000);
-}
-
-/// Frames that ended from now until the trigger has fired; -1 when it has not after @p limit.
-static int countFramesToFire(int limit = 200) {
-    const int64_t startUs = vcam::nowUs();
-    const int64_t endUs = startUs + limit * kFrameUs;
-    while (Lens_Get_Command() != CMD_FOCUS && vcam::nowUs() < endUs)
-        passMs(kPollMs);
-    if (Lens_Get_Command() != CMD_FOCUS)
-        return -1;
-    const int64_t firedUs = vcam::nowUs() - kPollMs * 1000; // seen one poll later
-    EXPECT_EQ(firedUs % kFrameUs, 0);
-    return static_cast<int>((firedUs - startUs + kFrameUs / 2) / kFrameUs);
-}
-
-static int countRuns(int64_t fromUs) {
-    return countSaid("______Start______", fromUs);
-}
-
-TEST(RefocusTrigger, fires_on_the_26th_frame_and_the_run_sets_a_new_reference) {
-    runIdle([] {
-        const int64_t startUs = vcam::nowUs();
-        changePicture();
+        vcam::sleepUntilUs((vcam::nowUs() / kFrameUs + 1) * kFrameUs + 1000);
+        int64_t sinceUs = vcam::nowUs();
+        vcam::setObjectDistanceM(1);
         EXPECT_EQ(countFramesToFire(), 26);
         waitIdle();
         EXPECT_LE(std::fabs(vcam::focusErrorHalfDepths()), 1);
-        EXPECT_EQ(countFramesToFire(), -1);
-        EXPECT_EQ(countRuns(startUs), 1);
-    });
-}
-
-TEST(RefocusTrigger, one_frame_like_the_reference_starts_the_count_again) {
-    runIdle([] {
-        changePicture();
-        passFrames(25);
-        restorePicture();
-        passFrames(1);
-        changePicture();
-        EXPECT_EQ(countFramesToFire(), 26);
-    });
-}
-
-TEST(RefocusTrigger, count_is_frozen_while_the_host_has_switched_it_off) {
-    runIdle([] {
-        changePicture();
-        passFrames(10);
-        EXPECT_EQ(AF_Manager_SetFocusMode_API(0), 0);
-        EXPECT_EQ(countFramesToFire(), -1);
-        EXPECT_EQ(AF_Manager_SetFocusMode_API(1), 0);
-        EXPECT_EQ(countFramesToFire(), 16);
-    });
-}
-
-TEST(RefocusTrigger, preset_202_switches_it_and_can_neither_be_called_nor_cleared) {
-    runIdle([] {
+        EXPECT_EQ(countFramesToFire(), -1); // the run has set a new reference
+        EXPECT_EQ(countSaid("______Start______", sinceUs), 1);
         command(CMD_SPST, 202);
         passMs(100);
-        const unsigned zoom = loadWord(&g_APGroupInfo.aZPosition[202]);
-        EXPECT_EQ(zoom, loadWord(&ZM_Step_Local));
-        const int64_t startUs = vcam::nowUs();
         command(CMD_CLPST, 202);
         passMs(100);
         EXPECT_EQ(countSaid("Disable Autofocus Check."), 1);
-        EXPECT_EQ(loadWord(&g_APGroupInfo.aZPosition[202]), zoom);
-        changePicture();
+        EXPECT_NE(loadWord(&g_APGroupInfo.aZPosition[202]), 0u); // not cleared
+        sinceUs = vcam::nowUs();
+        vcam::setObjectDistanceM(HUGE_VAL);
         EXPECT_EQ(countFramesToFire(), -1);
         command(CMD_CAPST, 202);
         EXPECT_GT(countFramesToFire(), 0);
         EXPECT_EQ(countSaid("Enable Autofocus Check."), 1);
-        EXPECT_EQ(motorText(startUs), "");
+        EXPECT_EQ(motorText(sinceUs), "");
     });
 }
 
-TEST(RefocusTrigger, manual_focus_keeps_it_off_until_another_command_comes) {
-    runIdle([] {
-        const int64_t startUs = vcam::nowUs();
-        command(CMD_FAR);
-        passMs(300);
-        command(CMD_FSTOP);
-        EXPECT_EQ(countFramesToFire(), -1);
-        EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_FSTOP));
-        command(CMD_NONE);
-        EXPECT_GT(countFramesToFire(), 0);
-        EXPECT_EQ(countRuns(startUs), 0);
+// ---- Frames made up, in no time ----
+
+/// Up to @p count frames; the number of the one that fired, 0 for none.
+static int feed(unsigned value, int count) {
+    g_AFStatistics.vwV1SumHalf = value;
+    for (int frame = 1; frame <= count; ++frame) {
+        Lens_Set_Command(CMD_MFMODE);
+        lensAutoFocusCheck(10000, 10000); // the published record is what counts
+        if (Lens_Get_Command() == CMD_FOCUS)
+            return frame;
+    }
+    return 0;
+}
+
+/// A frame while disarmed clears the count.
+static void armAfresh(int reference) {
+    g_AFVClearMax = reference;
+    lensFocusMode(CMD_MFMODE);
+    feed(0, 1);
+    lensFocusMode(CMD_AFMODE);
+}
+
+TEST(RefocusTrigger, frame_counts_when_it_is_more_than_a_fifth_away_in_the_part_that_decides) {
+    const struct {
+        int reference;
+        unsigned value;
+        int fires;
+    } rows[] = {{10000, 12001, 26}, {10000, 12000, 0}, {10000, 7999, 26}, {10000, 8000, 0},
+                {0, 1, 26},         {0, 0, 0},         {5, 7, 26},        {10000, 0xFFFFFFFF, 26}};
+    run([&] {
+        startParked();
+        for (const auto &row : rows) {
+            armAfresh(row.reference);
+            EXPECT_EQ(feed(row.value, 60), row.fires) << row.reference << " and " << row.value;
+            EXPECT_EQ(g_AutoCheckFlag, row.fires == 0 ? 1 : 0);
+        }
+        g_AFStatistics.vwV1SumAll = 7999; // the whole picture decides in the last sections
+        for (const unsigned zoom : {19943u, 19944u, 20488u}) {
+            storeWord(&ZM_Step_Local, zoom);
+            armAfresh(10000);
+            EXPECT_EQ(feed(10000, 30), zoom == 19943 ? 0 : 26) << zoom;
+        }
     });
 }
 
-TEST(RefocusTrigger, mf_mode_holds_it_and_af_mode_arms_it_at_the_next_poll) {
+TEST(RefocusTrigger, count_starts_again_is_frozen_or_goes_on) {
     run([] {
         startParked();
-        passMs(1500);
-        storeWord(&g_AFVClearMax, 1000); // every frame is sharper
-        EXPECT_EQ(countFramesToFire(), -1);
-        const int64_t armedUs = nextPollUs();
-        command(CMD_AFMODE);
-        waitUntil([] { return Lens_Get_Command() == CMD_FOCUS; }, 3, "the trigger fires");
-        const int64_t firstUs = (armedUs + kFrameUs - 1) / kFrameUs * kFrameUs;
-        EXPECT_EQ(vcam::nowUs(), firstUs + 25 * kFrameUs + kPollMs * 1000); // seen a poll later
+        armAfresh(10000);
+        EXPECT_EQ(feed(7999, 25), 0);
+        EXPECT_EQ(feed(9000, 1), 0); // within tolerance: starts again
+        EXPECT_EQ(feed(7999, 20), 0);
+        AF_Manager_SetFocusMode_API(0); // frozen
+        EXPECT_EQ(feed(7999, 40), 0);
+        AF_Manager_SetFocusMode_API(1);
+        storeWord(&ZM_Step_Local, 20489u); // outside the grid nothing can be judged
+        EXPECT_EQ(feed(7999, 40), 0);
+        storeWord(&ZM_Step_Local, 15000u);
+        EXPECT_EQ(feed(7999, 40), 6);
+        EXPECT_EQ(feed(7999, 40), 0); // quiet until armed again
+        for (unsigned code = 0; code <= CMD_NONE; ++code) {
+            lensFocusMode(AF_CMD_em(code));
+            EXPECT_EQ(feed(7999, 40), code == CMD_MFMODE ? 0 : 26) << code;
+        }
     });
 }

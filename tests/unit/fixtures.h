@@ -36,9 +36,17 @@ template <class Act> std::string printedBy(Act act) {
     return withoutLineNumbers(testing::internal::GetCapturedStdout());
 }
 
+/// Changes with every value of a table and with its place.
+template <class Value> long sumWithPlaces(const Value *values, int count) {
+    long sum = 0;
+    for (int i = 0; i < count; ++i)
+        sum += (i + 1) * static_cast<long>(values[i]);
+    return sum;
+}
+
 /// Geometry, grid, built-in focus lines and the maps of 18 ratios; the lens stands parked.
-inline void buildLens(int lensType, int sensor) {
-    g_LensType = lensType;
+inline void buildLens(int sensor) {
+    g_LensType = LENS_B;
     g_SensType = sensor;
     Lens_Init_GlobalVariable();
     Lens_Init_ZoomStep();
@@ -53,73 +61,61 @@ inline void buildLens(int lensType, int sensor) {
     setPosition(ZM_Wide_Limit, g_FLineInfo.tagPosition[0][0]);
 }
 
-/// The default lens with a mailbox that holds kUntouched.
+/// Zoom position of a quarter point, 0 to 60.
+inline unsigned zoomOfPoint(int point) {
+    unsigned zoom = 10216;
+    for (int i = 0; i < point; ++i)
+        zoom += i < 48 ? 192 : i < 52 ? 128 : i < 56 ? 80 : 56;
+    return zoom;
+}
+
+constexpr unsigned kUntouched = 99; ///< What the mailbox starts out with.
+
+/// The default lens with a mailbox.
 class LensCase : public testing::Test {
 protected:
-    static constexpr unsigned kUntouched = 99;
-
     void SetUp() override {
-        printedBy([] { buildLens(LENS_B, 2); });
+        printedBy([] { buildLens(2); });
         record = {kUntouched, kUntouched, 0, 0};
         g_ShaPosInfo = &record;
-        g_ICUTState = 0;
     }
 
-    void TearDown() override {
-        g_ShaPosInfo = nullptr;
-        g_LensType = LENS_B;
-        g_SensType = 2;
-        g_ICUTState = 0;
+    void TearDown() override { g_ShaPosInfo = nullptr; }
+
+    /// What @p act returns; what it makes the library print is in text.
+    template <class Act> int resultOf(Act act) {
+        int result = -7;
+        text = printedBy([&] { result = act(); });
+        return result;
     }
 
     Lens_ShaPos_ST record = {};
+    std::string text;
 };
 
-namespace fixtures {
-
-/// In the powered process standard output is the library's console: failures take the other way.
-class FailuresToStderr : public testing::EmptyTestEventListener {
-    void OnTestPartResult(const testing::TestPartResult &result) override {
-        if (result.failed())
-            fprintf(stderr, "%s:%d: %s\n", result.file_name(), result.line_number(),
-                    result.message());
-    }
-};
-
-[[noreturn]] inline void runPowered(const std::string &folder, const std::function<void()> &body) {
-    testing::UnitTest::GetInstance()->listeners().Append(new FailuresToStderr);
-    vcam::CameraOptions options;
-    options.scratch = folder + "/camera";
-    options.consoleFile = folder + "/console.txt";
-    vcam::powerOn(options);
-    body();
-    vcam::powerOff();
-    fflush(nullptr);
-    _exit(testing::Test::HasFailure() ? 1 : 0);
-}
-
-} // namespace fixtures
-
-inline std::string readFile(const std::string &path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
-/// Run @p body in virtual time on a powered camera; its failures are the case's. What the library
-/// has printed meanwhile.
+/// Run @p body in virtual time on a powered camera; its failures are the case's. What has been
+/// printed meanwhile.
 inline std::string onPoweredCamera(const std::function<void()> &body) {
     char folder[] = "/tmp/unit-XXXXXX";
     EXPECT_NE(mkdtemp(folder), nullptr);
+    vcam::CameraOptions options;
+    options.scratch = std::string(folder) + "/camera";
+    options.consoleFile = std::string(folder) + "/console.txt";
     fflush(nullptr);
     const pid_t child = fork();
-    if (child == 0)
-        fixtures::runPowered(folder, body);
+    if (child == 0) {
+        vcam::powerOn(options);
+        body();
+        vcam::powerOff();
+        fflush(nullptr);
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    }
     int status = -1;
     waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    const std::string console = readFile(std::string(folder) + "/console.txt");
+    std::ostringstream console;
+    console << std::ifstream(options.consoleFile).rdbuf();
     std::error_code ignored;
     std::filesystem::remove_all(folder, ignored);
-    return withoutLineNumbers(console);
+    EXPECT_EQ(status, 0) << console.str(); // a failure is printed there
+    return withoutLineNumbers(console.str());
 }

@@ -1,36 +1,40 @@
-// What survives a restart, and the host callbacks through which it goes.
+// What the host keeps across restarts: the position, the focus line, the preset table.
 #include "fixtures.h"
+
+#include "af_lens/model/preset_table.h"
 
 #include <cstring>
 
 namespace {
 
-unsigned keptZoom, keptFocus;
-unsigned hostZoom, hostFocus;
+std::pair<unsigned, unsigned> kept;
+PRESET_INF keptPresets;
 int hostResult = 0;
-const FOCUS_POINT *keptLine = nullptr;
-bool hostFillsLine = true;
 
 int keepPosition(unsigned zoom, unsigned focus) {
-    keptZoom = zoom;
-    keptFocus = focus;
+    kept = {zoom, focus};
     return hostResult;
 }
 
+int keepPresets(PRESET_INF *table) {
+    keptPresets = *table;
+    return hostResult;
+}
+
+// What the host loads is there even when it reports a failure.
 int loadPosition(unsigned *zoom, unsigned *focus) {
-    *zoom = hostZoom;
-    *focus = hostFocus;
+    *zoom = *focus = 12000;
     return hostResult;
 }
 
-int keepLine(FOCUS_POINT *line) {
-    keptLine = line;
+int loadLine(FOCUS_POINT *line) {
+    memset(line, 0x5A, sizeof *line / 2);
     return hostResult;
 }
 
-int loadLine(FOCUS_POINT *line) { // also what it then fails to give
-    if (hostFillsLine)
-        memset(line, 0x5A, sizeof *line);
+int loadPresets(PRESET_INF *table) {
+    table->zoom[7] = table->zoom[8] = 12000; // the second one is half a pair
+    table->focus[7] = 12100;
     return hostResult;
 }
 
@@ -39,171 +43,114 @@ protected:
     void SetUp() override {
         LensCase::SetUp();
         AF_Manager_Init_LensPosition_API(keepPosition, loadPosition);
-        AF_Manager_Init_FocusPoint_API(keepLine, loadLine);
+        AF_Manager_Init_FocusPoint_API([](FOCUS_POINT *) { return hostResult; }, loadLine);
+        AF_Manager_Init_PresetInfo_API(keepPresets, loadPresets);
         hostResult = 0;
-        hostFillsLine = true;
+        setPosition(10984, 12234);
     }
 
-    template <class Act> int resultOf(Act act) {
-        int result = -7;
-        text = printedBy([&] { result = act(); });
-        return result;
+    int setPreset(int pst) {
+        return resultOf([&] { return Lens_Set_Preset(pst); });
     }
-
-    std::string text;
 };
 
 } // namespace
 
 TEST_F(Persistence, stored_position_and_counters_are_clamped_into_the_travel) {
-    const struct {
-        unsigned zoom, focus, keptZoom, keptFocus;
-    } rows[] = {
-        {12000, 14871, 12000, 14868},
-        {12000, 14868, 12000, 14868},
-        {12000, 9999, 12000, 10000},
-        {10215, 12000, 10216, 12000},
-        {20489, 12000, 20488, 12000},
-        {0, 0, 10216, 10000},
-        {0xFFFFFFF0, 0xFFFFFFF0, 20488, 14868},
-    };
-    for (const auto &row : rows) {
-        setPosition(row.zoom, row.focus);
+    const unsigned rows[][4] = {{10215, 14869, 10216, 14868},
+                                {20489, 9999, 20488, 10000},
+                                {10216, 14868, 10216, 14868},
+                                {0xFFFFFFF0, 0xFFFFFFF0, 20488, 14868}};
+    for (const auto &[zoom, focus, keptZoom, keptFocus] : rows) {
+        setPosition(zoom, focus);
         EXPECT_EQ(Lens_Save_ZFLocation(), 0);
-        EXPECT_EQ(keptZoom, row.keptZoom) << row.zoom;
-        EXPECT_EQ(keptFocus, row.keptFocus) << row.focus;
-        EXPECT_EQ(ZM_Step_Local, row.keptZoom);
-        EXPECT_EQ(FM_Step_Local, row.keptFocus);
+        EXPECT_EQ(kept, std::make_pair(keptZoom, keptFocus)) << zoom;
+        EXPECT_EQ(std::make_pair(ZM_Step_Local, FM_Step_Local), kept);
     }
-    hostResult = 5;
-    EXPECT_EQ(Lens_Save_ZFLocation(), 5);
 }
 
-TEST_F(Persistence, kept_position_is_taken_whole_or_not_at_all) {
-    const struct {
-        unsigned zoom, focus;
-        bool taken;
-    } rows[] = {
-        {10216, 10000, true}, {20488, 14868, true},  {10215, 12000, false}, {20489, 12000, false},
-        {12000, 9999, false}, {12000, 14869, false}, {0, 0, false},
-    };
-    for (const auto &row : rows) {
-        setPosition(11111, 12222);
-        hostZoom = row.zoom;
-        hostFocus = row.focus;
-        EXPECT_EQ(resultOf(Lens_Read_ZFLocation), row.taken ? 0 : -1);
-        EXPECT_EQ(ZM_Step_Local, row.taken ? row.zoom : 11111);
-        EXPECT_EQ(FM_Step_Local, row.taken ? row.focus : 12222);
-        const std::string refusal =
-            "Invaled zp: " + std::to_string(row.zoom) + " fp: " + std::to_string(row.focus) + ".\n";
-        EXPECT_EQ(text, row.taken ? "" : refusal);
-    }
-    hostZoom = 12000;
-    hostFocus = 12000;
-    hostResult = 1; // any other result is a failure, even with values that would do
-    EXPECT_EQ(resultOf(Lens_Read_ZFLocation), -1);
-    EXPECT_EQ(text, "Lens_Read_ZFLocation Error!\n");
-    EXPECT_EQ(FM_Step_Local, 12222u);
-}
-
-TEST_F(Persistence, focus_line_is_taken_unchecked_and_a_failing_host_gives_the_built_in_one) {
+TEST_F(Persistence, any_result_but_0_is_the_hosts_failure_and_what_it_has_left_is_not_taken) {
+    g_FLineInfo.tagPosition[15][3] = 1; // from before
     EXPECT_EQ(resultOf(Lens_Read_FLPosition), 0);
-    EXPECT_EQ(g_FLineInfo.tagPosition[0][0], 0x5A5A5A5Au);
-    EXPECT_EQ(g_FLineInfo.tagPosition[15][3], 0x5A5A5A5Au);
-    EXPECT_EQ(text, "");
-    hostResult = 1;
+    EXPECT_EQ(g_FLineInfo.tagPosition[0][0], 0x5A5A5A5Au); // unchecked
+    EXPECT_EQ(g_FLineInfo.tagPosition[15][3], 0u);
+    EXPECT_EQ(resultOf(Lens_Init_PresetInfo), 0);
+    EXPECT_EQ(g_RPGroupInfo.rZPosition[7], 9292);
+    EXPECT_EQ(g_RPGroupInfo.rZPosition[8], 0);
+    hostResult = 5;
     EXPECT_EQ(resultOf(Lens_Read_FLPosition), -1);
     EXPECT_EQ(text, "Lens_Read_FLPosition Error!\n");
-    EXPECT_EQ(g_FLineInfo.tagPosition[0][0], 12234u);
-    EXPECT_EQ(g_FLineInfo.tagPosition[15][3], 0u); // not what the host had left there
-    hostResult = 0;
-    hostFillsLine = false;
-    EXPECT_EQ(resultOf(Lens_Read_FLPosition), 0);
-    EXPECT_EQ(g_FLineInfo.tagPosition[0][0], 0u); // nor the line of before
-    hostResult = 5;
-    EXPECT_EQ(Lens_Save_FLPosition(), 5);
-    EXPECT_EQ(static_cast<const void *>(keptLine), &g_FLineInfo);
+    EXPECT_EQ(g_FLineInfo.tagPosition[0][0], 12234u); // the built-in one
+    EXPECT_EQ(resultOf(Lens_Read_ZFLocation), -1);
+    EXPECT_EQ(text, "Lens_Read_ZFLocation Error!\n");
+    EXPECT_EQ(ZM_Step_Local, 10984u);
+    EXPECT_EQ(resultOf(Lens_Read_PresetInfo), -1);
+    EXPECT_EQ(text, "Lens_Read_PresetInfo Error!\n");
+    EXPECT_EQ(g_APGroupInfo.aZPosition[7], 0u);
+    EXPECT_EQ(Lens_Save_ZFLocation() + Lens_Save_FLPosition(), 5 + 5);
 }
 
-TEST_F(Persistence, loaded_line_is_printed_while_the_switch_file_exists) {
-    const std::string console = onPoweredCamera([] {
-        fclose(fopen("/tmp/afvprintf", "w"));
-        Lens_Read_FLPosition();
-    });
-    std::string expected;
-    for (int point = 0; point < 64; ++point)
-        expected += "g_FLineInfo.tagPosition[" + std::to_string(point / 4) + "][" +
-                    std::to_string(point % 4) + "] = 1515870810\n";
-    EXPECT_EQ(console, expected);
-}
-
-TEST_F(Persistence, missing_callback_is_reported_by_its_adapter) {
+TEST_F(Persistence, half_a_registration_is_refused_and_a_missing_callback_reported) {
+    EXPECT_EQ(resultOf([] { return AF_Manager_Init_LensPosition_API(keepPosition, nullptr); }), -1);
+    EXPECT_EQ(text, "AF_Manager_Init_LensPosition_API Error!\n");
+    EXPECT_EQ(resultOf([] { return AF_Manager_Init_FocusPoint_API(nullptr, loadLine); }), -1);
+    EXPECT_EQ(resultOf([] { return AF_Manager_Init_PresetInfo_API(keepPresets, nullptr); }), -1);
+    EXPECT_EQ(resultOf([] { return AF_Manager_Init_DayNightModeFun_API(nullptr); }), -1);
+    EXPECT_EQ(text, "AF_Manager_Init_DayNightMode_Fun Failure !\n");
+    EXPECT_EQ(fpGetLensPosition, loadPosition); // the former one
+    EXPECT_EQ(fpGetPresetInfo, loadPresets);
     fpSetLensPosition = nullptr;
     fpGetLensPosition = nullptr;
     fpSetFocusPoint = nullptr;
     fpGetFocusPoint = nullptr;
-    fpSetPresetInfo = nullptr;
-    fpGetPresetInfo = nullptr;
-    const struct {
-        int (*call)();
-        const char *name;
-    } rows[] = {
-        {[] { return fCallbakSetZMPosition(1, 2); }, "fCallbakSetZMPosition"},
-        {[] { return fCallbakGetZMPosition(nullptr, nullptr); }, "fCallbakGetZMPosition"},
-        {[] { return fCallbakSetPreset(nullptr); }, "fCallbakSetPreset"},
-        {[] { return fCallbakGetPreset(nullptr); }, "fCallbakGetPreset"},
-        {[] { return fCallbakSetFocusLine(nullptr); }, "fCallbakSetFocusLine"},
-        {[] { return fCallbakGetFocusLine(nullptr); }, "fCallbakGetFocusLine"},
-    };
-    for (const auto &row : rows) {
-        EXPECT_EQ(resultOf(row.call), -1) << row.name;
-        EXPECT_EQ(text, std::string(row.name) + " Error!\n");
-    }
+    for (auto *adapter :
+         {Lens_Save_ZFLocation, Lens_Read_ZFLocation, Lens_Save_FLPosition, Lens_Read_FLPosition})
+        EXPECT_EQ(resultOf(adapter), -1);
+    EXPECT_EQ(text, "fCallbakGetFocusLine Error!\nLens_Read_FLPosition Error!\n");
 }
 
-TEST_F(Persistence, registration_without_both_callbacks_keeps_the_former_ones) {
-    const struct {
-        int (*call)();
-        const char *text;
-    } rows[] = {
-        {[] { return AF_Manager_Init_LensPosition_API(keepPosition, nullptr); },
-         "AF_Manager_Init_LensPosition_API Error!\n"},
-        {[] { return AF_Manager_Init_PresetInfo_API([](PRESET_INF *) { return 0; }, nullptr); },
-         "AF_Manager_Init_PresetInfo_API Error!\n"},
-        {[] { return AF_Manager_Init_FocusPoint_API(nullptr, loadLine); },
-         "AF_Manager_Init_FocusPoint_API Error!\n"},
-        {[] { return AF_Manager_Init_DayNightModeFun_API(nullptr); },
-         "AF_Manager_Init_DayNightMode_Fun Failure !\n"},
-    };
-    const auto otherSave = [](unsigned, unsigned) { return 0; };
-    fpSetLensPosition = otherSave;
-    for (const auto &row : rows) {
-        EXPECT_EQ(resultOf(row.call), -1);
-        EXPECT_EQ(text, row.text);
+TEST_F(Persistence, preset_with_a_number_position_or_library_that_will_not_do_is_not_stored) {
+    for (const int pst : {-1, 255}) {
+        const std::string tail = "__Invaled preset " + std::to_string(pst) + "__\n";
+        EXPECT_EQ(setPreset(pst), -1);
+        EXPECT_EQ(text, "__Lens_Set_Preset" + tail);
+        EXPECT_EQ(resultOf([&] { return Lens_Clear_Preset(pst); }), -1);
+        EXPECT_EQ(text, "__Lens_Clear_Preset" + tail);
+        EXPECT_EQ(resultOf([&] { return Lens_Goto_Preset(pst); }), -1);
+        EXPECT_EQ(text, "__Lens_Goto_Preset" + tail);
     }
-    EXPECT_EQ(fpSetLensPosition, static_cast<SetLensPosition>(otherSave));
-    EXPECT_EQ(fpGetLensPosition, loadPosition);
-    EXPECT_EQ(fpSetFocusPoint, keepLine);
-    EXPECT_EQ(fpGetFocusPoint, loadLine);
+    setPosition(10984, 14869);
+    EXPECT_EQ(setPreset(5), -1);
+    EXPECT_NE(text.find("__Lens_Set_Preset Error zp = 10984 or fp = 14869.\n"), std::string::npos);
+    setPosition(10984, 12234);
+    g_ShaPosInfo = nullptr;
+    EXPECT_EQ(setPreset(5), -1);
+    EXPECT_EQ(text, "__Lens_Set_Preset__af share buffer is null__\n");
+    EXPECT_EQ(keptPresets.zoom[5] + g_RPGroupInfo.rZPosition[5], 0u);
+}
+
+TEST_F(Persistence, host_gets_all_presets_and_its_failure_is_reported_when_they_have_changed) {
+    for (const int pst : {0, 254})
+        EXPECT_EQ(setPreset(pst), 0);
+    EXPECT_EQ(text,
+              "_Fun:Lens_Set_Preset Line:# zLocation = 10984 fLocation = 12234 pst = 254__\n");
+    EXPECT_EQ(keptPresets.zoom[0] + keptPresets.zoom[254], 2 * 10984u);
+    EXPECT_EQ(g_RPGroupInfo.rZPosition[254], 6225);
+    EXPECT_EQ(g_RPGroupInfo.rFPosition[254], 28525);
+    hostResult = 5;
+    setPosition(20488, 12000);
+    EXPECT_EQ(resultOf([] { return AF_Mamager_SetPreset_API(254); }), -1);
+    EXPECT_EQ(g_APGroupInfo.aZPosition[254], 20488u);
+    EXPECT_EQ(Lens_Clear_Preset(254), 5); // the host's own result
+    EXPECT_EQ(g_RPGroupInfo.rZPosition[254] + g_RPGroupInfo.rFPosition[254], 0);
 }
 
 TEST_F(Persistence, path_of_up_to_113_characters_goes_before_the_three_names) {
-    char shortPath[] = "cfg/";
-    EXPECT_EQ(resultOf([&] { return lensSetCfgPath(shortPath); }), 0);
-    EXPECT_STREQ(fMPosition, "cfg/MotorPosition");
-    EXPECT_STREQ(fMFocusline, "cfg/MotorFocusline");
-    EXPECT_STREQ(fPresetinfo, "cfg/PresetInfo");
-    EXPECT_EQ(text, "_lensSetCfgPath config name :\ncfg/MotorPosition\ncfg/MotorFocusline\n"
-                    "cfg/PresetInfo\n");
-
     std::string path(114, 'p');
     EXPECT_EQ(resultOf([&] { return lensSetCfgPath(path.data()); }), -1);
-    EXPECT_EQ(resultOf([] { return lensSetCfgPath(nullptr); }), -1);
-    EXPECT_EQ(text, "_lensSetCfgPath path is null.\n");
-    EXPECT_STREQ(fMPosition, "cfg/MotorPosition");
-
     path.pop_back();
     EXPECT_EQ(resultOf([&] { return lensSetCfgPath(path.data()); }), 0);
-    EXPECT_EQ(fMFocusline, path + "MotorFocusline");
     EXPECT_EQ(fMPosition, path + "MotorPosition");
+    EXPECT_EQ(fMFocusline, path + "MotorFocusline");
+    EXPECT_EQ(fPresetinfo, path + "PresetInfo");
 }
