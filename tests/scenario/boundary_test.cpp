@@ -1,8 +1,7 @@
-// System calls as the library meets them: placeholder descriptors, redirected paths, injected
-// faults, the serial line and the waits on it.
+// System calls as the library meets them: placeholder descriptors, redirected paths, the serial
+// line and the waits on it.
 #include "scenario.h"
 
-#include "boundary/faults.h"
 #include "boundary/redirect.h"
 #include "clock/virtual_clock.h"
 #include "devices/serial_port.h"
@@ -94,20 +93,6 @@ TEST(Boundary, paths_of_the_camera_lead_into_the_scratch_folder) {
         EXPECT_EQ(mkdir((vcam::scratchFolder() + "/mnt/flashy").c_str(), 0777), 0);
         EXPECT_EQ(access("/mnt/flashy", F_OK), -1);
         EXPECT_EQ(access("/proc/self", F_OK), 0); // all else is the machine's
-    });
-}
-
-TEST(Boundary, call_fails_on_demand_as_often_as_asked_and_only_on_its_subject) {
-    run([] {
-        vcam::failCalls("ioctl", "/dev/spidev1.0", vcam::kAlways, EIO);
-        vcam::failCalls("ioctl", "/dev/hi_gpio", 2, ENOSPC, 1);
-        for (const int error : {0, ENOSPC, ENOSPC, 0})
-            EXPECT_EQ(askGpio(openGpio()), error);
-        vcam::failCalls("open", "/mnt/flash/file", vcam::kAlways, EROFS);
-        EXPECT_EQ(makeFile("/mnt/flash/file"), EROFS);
-        EXPECT_EQ(makeFile("/mnt/flash/other"), 0);
-        vcam::clearFaults();
-        EXPECT_EQ(makeFile("/mnt/flash/file"), 0);
     });
 }
 

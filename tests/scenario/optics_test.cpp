@@ -1,10 +1,8 @@
-// What the sensor sees: where a unit is in focus, how far a step is from it, and noise. Numbers of
-// the lens are worked out here from its data, not taken from the camera.
+// What the sensor sees: where a unit is in focus, and how far a step is from it. Numbers of the
+// lens are worked out here from its data, not taken from the camera.
 #include "scenario.h"
 
 #include "optics/lens_curves.h"
-#include "optics/scene.h"
-#include "optics/zone_values.h"
 
 #include <algorithm>
 #include <cmath>
@@ -51,24 +49,6 @@ TEST(Optics, blur_disc_follows_from_focal_length_and_f_number) {
             const double sharp = vcam::inFocusPositionAt(row.zoom, 0);
             EXPECT_NEAR(vcam::focusErrorHalfDepthsAt(row.zoom, sharp - 50),
                         -50 * umPerStep / row.fNumber / 2.9, 1e-9);
-        }
-    });
-}
-
-TEST(Optics, noise_grows_with_the_gain) {
-    run([] {
-        for (const bool isNight : {false, true}) {
-            vcam::setNight(isNight);
-            double sum = 0;
-            double squares = 0;
-            for (uint64_t frame = 0; frame < 4000; frame++) {
-                vcam::ZoneValues values;
-                vcam::measureZones(kWide, 12234, frame, 0, values);
-                sum += values.band[vcam::kH1][27] / 4000;
-                squares += std::pow(values.band[vcam::kH1][27], 2) / 4000;
-            }
-            const double deviation = std::sqrt(squares / (sum * sum) - 1);
-            EXPECT_NEAR(deviation / 0.008, isNight ? 4 : 1, isNight ? 0.16 : 0.04);
         }
     });
 }

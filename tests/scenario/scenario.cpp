@@ -102,6 +102,12 @@ static int play(const vcam::CameraOptions &options, const std::string &errorFile
     return status;
 }
 
+static std::string readAll(const std::string &file) {
+    std::stringstream text;
+    text << std::ifstream(file).rdbuf();
+    return text.str();
+}
+
 void run(const vcam::CameraOptions &given, const std::function<void()> &body) {
     const CaseFolder folder;
     ASSERT_TRUE(folder.isMade());
@@ -117,9 +123,8 @@ Ending runToEnd(const vcam::CameraOptions &given, const std::function<void()> &b
     const CaseFolder folder;
     const std::string errorFile = folder.file("stderr.txt");
     const int status = play(placeFiles(given, folder), errorFile, body);
-    std::stringstream said;
-    said << std::ifstream(errorFile).rdbuf();
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, said.str()};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readAll(errorFile),
+            readAll(folder.file("console.txt"))};
 }
 
 void run(const std::function<void()> &body) {

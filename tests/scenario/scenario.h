@@ -50,8 +50,9 @@ vcam::CameraOptions startAt(int zoom, int focus, int lens = LENS_B);
 
 /// How a process ended that was expected to end by itself.
 struct Ending {
-    int status;       ///< Exit status; -1 after a signal.
-    std::string said; ///< On standard error.
+    int status;          ///< Exit status; -1 after a signal.
+    std::string said;    ///< On standard error.
+    std::string printed; ///< By the library, and by failures.
 };
 
 /// As run, but says how the process ended instead of expecting it to end well.

@@ -3,7 +3,31 @@
 
 #include "file_store.h"
 
+#include <csignal>
+#include <filesystem>
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+TEST(FileStore, host_killed_at_any_instant_leaves_one_whole_record) {
+    char folder[] = "/tmp/store-XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    const demo::FileStore store(folder);
+    const std::string odd(2040, 'o'), even(2040, 'e');
+    std::string found(2040, '?');
+    ASSERT_TRUE(store.write("record", odd.data(), 2040));
+    for (useconds_t lifeUs = 0; lifeUs < 10000; lifeUs += 50) {
+        const pid_t host = fork();
+        for (int i = 0; host == 0; ++i)
+            store.write("record", i % 2 == 0 ? even.data() : odd.data(), 2040);
+        usleep(lifeUs);
+        kill(host, SIGKILL);
+        waitpid(host, nullptr, 0);
+        ASSERT_TRUE(store.read("record", found.data(), 2040));
+        ASSERT_TRUE(found == odd || found == even);
+    }
+    std::filesystem::remove_all(folder);
+}
 
 TEST(FileStore, full_disk_leaves_the_old_record_and_one_of_another_size_is_none) {
     char folder[] = "/tmp/store-XXXXXX";

@@ -3,21 +3,11 @@
 // camera in a process of its own.
 #pragma once
 
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include <algorithm>
 #include <functional>
-#include <regex>
-#include <sstream>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <gtest/gtest.h>
-
-#include "autofocus_service.h"
-#include "camera.h"
+#include "scenario/scenario.h"
 
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/zoom_grid.h"
@@ -25,7 +15,13 @@
 
 /// A trace carries its source line, which no test should know.
 inline std::string withoutLineNumbers(const std::string &text) {
-    return std::regex_replace(text, std::regex("Line:[0-9]+"), "Line:#");
+    std::string without;
+    for (size_t at = 0, label; at < text.size(); at = text.find_first_not_of("0123456789", at)) {
+        label = std::min(text.find("Line:", at), text.size());
+        without += text.substr(at, label - at) + (label < text.size() ? "Line:#" : "");
+        at = std::min(label + 5, text.size());
+    }
+    return without;
 }
 
 /// What the library prints while @p act runs. A failure inside @p act would be swallowed with it,
@@ -93,29 +89,9 @@ protected:
     std::string text;
 };
 
-/// Run @p body in virtual time on a powered camera; its failures are the case's. What has been
-/// printed meanwhile.
+/// Run @p body in virtual time on a powered camera in a process of its own; what was printed there.
 inline std::string onPoweredCamera(const std::function<void()> &body) {
-    char folder[] = "/tmp/unit-XXXXXX";
-    EXPECT_NE(mkdtemp(folder), nullptr);
-    vcam::CameraOptions options;
-    options.scratch = std::string(folder) + "/camera";
-    options.consoleFile = std::string(folder) + "/console.txt";
-    fflush(nullptr);
-    const pid_t child = fork();
-    if (child == 0) {
-        vcam::powerOn(options);
-        body();
-        vcam::powerOff();
-        fflush(nullptr);
-        _exit(testing::Test::HasFailure() ? 1 : 0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    std::ostringstream console;
-    console << std::ifstream(options.consoleFile).rdbuf();
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
-    EXPECT_EQ(status, 0) << console.str(); // a failure is printed there
-    return withoutLineNumbers(console.str());
+    const scenario::Ending ending = scenario::runToEnd({}, body);
+    EXPECT_EQ(ending.status, 0) << ending.said;
+    return withoutLineNumbers(ending.printed);
 }
