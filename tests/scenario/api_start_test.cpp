@@ -15,6 +15,19 @@ static std::string markerPath() {
     return vcam::scratchFolder() + "/tmp/afstartok";
 }
 
+TEST(ApiStart, library_that_nobody_has_started_has_its_settings_and_refuses_commands) {
+    run([] {
+        char shown[AF_OSD_TEXT_SIZE] = "?";
+        EXPECT_EQ(AF_Manager_Get_ICUTControlType_API(), TYPE_OUTCONTROL);
+        EXPECT_EQ(g_AutoCheckEnable, 1);
+        EXPECT_EQ(AF_Manager_LockFocus_API(), -1);
+        EXPECT_EQ(fCallbackSetIcutMode(TYPE_NIGHT), -1);
+        EXPECT_EQ(AF_Manager_Set_Multiple_API(36), 0); // the grid is still empty
+        EXPECT_EQ(AF_Manager_Get_OSDData_API(shown), 0);
+        EXPECT_STREQ(shown, "");
+    });
+}
+
 TEST(ApiStart, only_the_first_start_counts_and_a_thread_that_cannot_be_created_is_reported) {
     const struct {
         int created; // threads that still start

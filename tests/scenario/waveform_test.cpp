@@ -3,7 +3,6 @@
 
 #include "waveform/waveform.h"
 
-#include <cstdio>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -36,39 +35,6 @@ static Signals readVcd() {
     remove(kTrace.c_str());
     remove(kVcd.c_str());
     return signals;
-}
-
-static long long numberAt(const std::map<int64_t, std::string> &signal, int64_t timeUs) {
-    const std::string values = std::prev(signal.upper_bound(timeUs))->second;
-    return std::stoll(values.substr(values.rfind('r') + 1));
-}
-
-// What is drawn from the motors' runs must be where the lens truly was whenever the ISP looked.
-TEST(Waveform, drawn_positions_are_the_true_ones_at_every_frame) {
-    vcam::CameraOptions options;
-    options.seed = 11;
-    options.traceFile = kTrace;
-    options.vcdFile = kVcd;
-    scenario::run(options, [] {
-        scenario::startAndSettle();
-        scenario::send({0x81, 0x01, 0x04, 0x07, 0x27, 0xFF});
-        scenario::passMs(1000);
-        scenario::send({0x81, 0x01, 0x04, 0x07, 0x00, 0xFF});
-        scenario::waitIdle();
-    });
-    std::ifstream trace(kTrace);
-    Signals drawn = readVcd();
-    int frames = 0;
-    for (std::string line; std::getline(trace, line);) {
-        long long frameUs, zoom, focus;
-        if (sscanf(line.c_str(), "%lld %*s isp frame number=%*d zoom=%lld focus=%lld", &frameUs,
-                   &zoom, &focus) != 3)
-            continue;
-        frames++;
-        EXPECT_EQ(numberAt(drawn["zoom"], frameUs), zoom) << line;
-        EXPECT_EQ(numberAt(drawn["focus"], frameUs), focus) << line;
-    }
-    EXPECT_GT(frames, 50);
 }
 
 // 28203 units of a step's period last 25000 us. Words crowd before the pulse that latches them.

@@ -49,21 +49,3 @@ TEST_F(Api, command_is_stored_for_the_lens_thread_and_serial_descriptor_below_1_
     EXPECT_EQ(text, "Invaled fd: 0.\n");
     EXPECT_EQ(Usart1_fd, 1);
 }
-
-// In a process that runs this case alone, so that nothing has been set before.
-static void useUnstartedLibrary() {
-    char shown[AF_OSD_TEXT_SIZE] = "?";
-    EXPECT_EQ(AF_Manager_Get_ICUTControlType_API(), TYPE_OUTCONTROL);
-    EXPECT_EQ(readFocusMode(), 1);
-    EXPECT_EQ(AF_Manager_LockFocus_API(), -1);
-    EXPECT_EQ(fCallbackSetIcutMode(TYPE_NIGHT), -1);
-    EXPECT_EQ(AF_Manager_Set_Multiple_API(36), 0); // the grid is still empty
-    EXPECT_EQ(AF_Manager_Get_OSDData_API(shown), 0);
-    EXPECT_STREQ(shown, "");
-    _exit(testing::Test::HasFailure() ? 1 : 0);
-}
-
-TEST(UnstartedLibrary, has_its_settings_and_refuses_commands) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(useUnstartedLibrary(), testing::ExitedWithCode(0), "");
-}
