@@ -3,6 +3,7 @@
 
 #include "af_lens/model/preset_table.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -88,6 +89,15 @@ TEST_F(Persistence, any_result_but_0_is_the_hosts_failure_and_what_it_has_left_i
     EXPECT_EQ(text, "Lens_Read_PresetInfo Error!\n");
     EXPECT_EQ(g_APGroupInfo.aZPosition[7], 0u);
     EXPECT_EQ(Lens_Save_ZFLocation() + Lens_Save_FLPosition(), 5 + 5);
+}
+
+TEST_F(Persistence, loaded_line_is_printed_while_the_switch_file_exists) {
+    const std::string console = onPoweredCamera([] {
+        fclose(fopen("/tmp/afvprintf", "w"));
+        Lens_Read_FLPosition();
+    });
+    EXPECT_EQ(console.find("g_FLineInfo.tagPosition[0][0] = 1515870810\ng_FLineInfo.tag"), 0u);
+    EXPECT_EQ(std::count(console.begin(), console.end(), '\n'), 64);
 }
 
 TEST_F(Persistence, half_a_registration_is_refused_and_a_missing_callback_reported) {
