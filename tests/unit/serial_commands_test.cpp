@@ -131,9 +131,11 @@ TEST_F(SerialCommands, every_parameter_of_every_visca_command_does_its_own_and_g
     std::string expected;
     for (int i = 0; i < 0x10000; ++i) {
         const Meaning *meaning = findMeaning(i >> 8, i & 0xFF);
+        if (meaning == nullptr)
+            continue;
         char words[64];
-        snprintf(words, sizeof words, meaning == nullptr ? "" : meaning->text, i & 0xFF);
-        expected += meaning == nullptr ? "" : std::string("\n\n____") + words + "____\n\n";
+        snprintf(words, sizeof words, meaning->text, i & 0xFF);
+        expected += std::string("\n\n____") + words + "____\n\n";
     }
     EXPECT_EQ(console, expected + "\n\n____Direct Focus Position____\n\n____fPos: 0x1001____\n"
                                   "\n\n____Direct Zoom Position 0x1001____\n\n");

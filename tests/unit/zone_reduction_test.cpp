@@ -36,8 +36,8 @@ TEST(ZoneReduction, rings_weigh_1_2_and_3_and_saturated_zones_are_left_out_at_ni
     for (int picture = 0; picture < 300; ++picture) {
         SCOPED_TRACE(testing::Message() << "picture " << picture);
         g_ICUTState = picture % 2 == 0 ? kNight : 0;
-        const unsigned saturated = picture % 3; // zones in three: none, few, most
-        ISP_FOCUS_STATISTICS_S zones;           // also beyond the grid, where nothing counts
+        const unsigned saturated = unsigned(picture) % 3; // zones: none, half, nearly all
+        ISP_FOCUS_STATISTICS_S zones; // also beyond the grid, where nothing counts
         for (auto &row : zones.stZoneMetrics)
             for (ISP_FOCUS_ZONE_S &zone : row) {
                 zone = {HI_U16(random()), HI_U16(random()), HI_U16(random()), HI_U16(random()), 0};
