@@ -18,8 +18,9 @@ TEST(FileStore, host_killed_at_any_instant_leaves_one_whole_record) {
     ASSERT_TRUE(store.write("record", odd.data(), 2040));
     for (useconds_t lifeUs = 0; lifeUs < 10000; lifeUs += 50) {
         const pid_t host = fork();
-        for (int i = 0; host == 0; ++i)
-            store.write("record", i % 2 == 0 ? even.data() : odd.data(), 2040);
+        if (host == 0)
+            for (bool isOdd = false;; isOdd = !isOdd)
+                store.write("record", isOdd ? odd.data() : even.data(), 2040);
         usleep(lifeUs);
         kill(host, SIGKILL);
         waitpid(host, nullptr, 0);
