@@ -19,12 +19,12 @@ void Lens_Init_ZoomStep(void) {
 }
 
 int findZoomSection(unsigned int zp) {
-    if (zp == ZM_Step_Run[kTeleTag])
-        return kTeleTag;
+    if (zp < ZM_Step_Run[0])
+        return -1;
     for (int i = 0; i < kTeleTag; ++i)
-        if (ZM_Step_Run[i] <= zp && zp < ZM_Step_Run[i + 1])
+        if (zp < ZM_Step_Run[i + 1])
             return i;
-    return -1;
+    return zp == ZM_Step_Run[kTeleTag] ? kTeleTag : -1;
 }
 
 int Lens_Get_FLTagIndex(void) {
