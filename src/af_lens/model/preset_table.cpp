@@ -2,6 +2,7 @@
 
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
+#include "af_lens/model/zoom_ratio.h"
 #include "autofocus/callbacks.h"
 #include "platform/trace.h"
 
@@ -97,14 +98,6 @@ int Lens_Map_PstPosition(unsigned char pst, unsigned int azp, unsigned int afp) 
     return 0;
 }
 
-// On a host thread the lens may have moved, and come to rest, while the preset was published.
-static void republishIfMoved(unsigned int zoom, unsigned int focus) {
-    if (zoomPosition() != zoom)
-        Lens_Map_ZPosition(zoomPosition());
-    if (focusPosition() != focus)
-        Lens_Map_FPosition(focusPosition());
-}
-
 int Lens_Set_Preset(int pst) {
     if (!hasRecord()) {
         printf("__%s__af share buffer is null__\n", __func__);
@@ -125,7 +118,8 @@ int Lens_Set_Preset(int pst) {
     }
     if (Lens_Map_PstPosition(static_cast<unsigned char>(pst), zoom, focus) != 0)
         return -1;
-    republishIfMoved(zoom, focus);
+    publishZoomFrom(zoom);
+    publishFocusFrom(focus);
     return Lens_Write_PresetInfo(pst, zoom, focus) != 0 ? -1 : 0;
 }
 

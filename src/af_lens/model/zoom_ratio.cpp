@@ -138,11 +138,9 @@ int Lens_Reset_OSDMULMAP(unsigned int multiple) {
     buildRatioMaps();
     if (!hasRecord())
         return 0; // nowhere to publish to, and before start-up no grid to find the position on
-    unsigned int zoom;
-    do { // the lens may move on while its position is published here
-        zoom = zoomPosition();
-        Lens_Map_ZPosition(zoom);
-    } while (zoomPosition() != zoom);
+    const unsigned int zoom = zoomPosition();
+    Lens_Map_ZPosition(zoom);
+    publishZoomFrom(zoom);
     return 0;
 }
 
@@ -152,15 +150,29 @@ unsigned short Lens_Map_ZPosition(unsigned int azp) {
     int index1, index2;
     if (Lens_Get_ZoomIndex(&index1, &index2, azp) != 0)
         return kOutsideGrid;
-    const int count = loadWord(&multiplesInForce);
-    const unsigned short rzp = position16OfPoint(index1 * kQuarters + index2, count);
-    if (!hasRecord())
-        return rzp;
-    publishZoomPosition16(rzp);
-    const int ratio = ratioAt(rzp, count);
-    if (ratio != 0)
-        Lens_Set_Multiple(ratio);
+    int count;
+    unsigned short rzp;
+    do { // the host may change the count meanwhile: what it publishes by the new one must stay
+        count = loadWord(&multiplesInForce);
+        rzp = position16OfPoint(index1 * kQuarters + index2, count);
+        if (!hasRecord())
+            return rzp;
+        publishZoomPosition16(rzp);
+        const int ratio = ratioAt(rzp, count);
+        if (ratio != 0)
+            Lens_Set_Multiple(ratio);
+    } while (!exchangeWord(&multiplesInForce, count, count)); // unlike a load, not before the above
     return rzp;
+}
+
+void publishZoomFrom(unsigned int published) {
+    for (unsigned int zoom; (zoom = zoomPosition()) != published; published = zoom)
+        Lens_Map_ZPosition(zoom);
+}
+
+void publishFocusFrom(unsigned int published) {
+    for (unsigned int focus; (focus = focusPosition()) != published; published = focus)
+        Lens_Map_FPosition(focus);
 }
 
 int Lens_Set_Multiple(int value) {

@@ -31,3 +31,8 @@ unsigned short position16OfGridPoint(int index1, int index2);
 
 /// First quarter point, 0 to 60, whose 16-bit position is at least @p rzp; 60 when there is none.
 int firstPointAtOrAbove(unsigned short rzp);
+
+/// Publish where the lens is, unless it is still where it was when @p published was published: on a
+/// host's thread it may have moved on meanwhile, and come to rest.
+void publishZoomFrom(unsigned int published);
+void publishFocusFrom(unsigned int published);
