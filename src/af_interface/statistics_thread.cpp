@@ -15,6 +15,7 @@
 static const ISP_DEV kIspDevice = 0;
 static const HI_U32 kFrameWaitMs = 1000;
 static const useconds_t kRetryUs = 1000;
+static const int kPromptRetries = 100;
 static const char kPrintGridSwitch[] = "/mnt/flash/printfY"; // its existence prints the luminance
 static const unsigned int kFramesPerGrid = 9;
 
@@ -64,11 +65,16 @@ static void serveDiagnosticGrid(unsigned int *frames) {
     *frames = 0;
 }
 
-// A timeout or an error is retried. An ISP that fails at once must not take the processor with it.
+// A timeout or an error is simply retried; but an ISP that goes on failing, at once as likely as
+// not, must not take the processor with it.
 static void waitForFrame() {
     ISP_VD_INFO_S stVdInfo;
-    while (HI_MPI_ISP_GetVDTimeOut(kIspDevice, &stVdInfo, kFrameWaitMs) != 0)
-        usleep(kRetryUs);
+    int failures = 0;
+    while (HI_MPI_ISP_GetVDTimeOut(kIspDevice, &stVdInfo, kFrameWaitMs) != 0) {
+        failures += failures < kPromptRetries ? 1 : 0;
+        if (failures == kPromptRetries)
+            usleep(kRetryUs);
+    }
 }
 
 void *afvManageThread(void *) {

@@ -48,6 +48,10 @@ static void addCentreZone(const ISP_FOCUS_ZONE_S &zone, AF_Statistics_Info *reco
     record->vH2SumHalf += zone.u16h2;
 }
 
+static bool isSkipped(const ISP_FOCUS_ZONE_S &zone) {
+    return loadWord(&g_ICUTState) == kIcutNight && zone.u16y > kSaturatedLuminance;
+}
+
 static bool isCentre(int i) {
     return i >= kCentreFirst && i <= kCentreLast;
 }
@@ -60,7 +64,6 @@ static void average(const WeightedSums &sums, unsigned int *first, unsigned int 
 }
 
 void reduceZones(const ISP_FOCUS_STATISTICS_S &zones, AF_Statistics_Info *record) {
-    const bool isNight = loadWord(&g_ICUTState) == kIcutNight;
     WeightedSums all = {0, 0, 0};
     WeightedSums centre = {0, 0, 0};
     record->vV1SumHalf = record->vV2SumHalf = 0;
@@ -68,7 +71,7 @@ void reduceZones(const ISP_FOCUS_STATISTICS_S &zones, AF_Statistics_Info *record
     for (int i = 0; i < kZoneRows; ++i) {
         for (int j = 0; j < kZoneColumns; ++j) {
             const ISP_FOCUS_ZONE_S &zone = zones.stZoneMetrics[i][j];
-            if (isNight && zone.u16y > kSaturatedLuminance)
+            if (isSkipped(zone))
                 continue;
             const unsigned int weight = static_cast<unsigned int>(Weight[i][j]);
             addZone(zone, weight, &all);

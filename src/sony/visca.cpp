@@ -221,14 +221,13 @@ static void obeyCommand(const unsigned char *buf, int len) {
 // ---- A whole frame ----
 
 int SonyViscaProcess(unsigned char *buf, int len) {
-    const bool wellFormed =
-        len >= kShortestFrame && buf[0] == kHeader && buf[len - 1] == kTerminator;
+    const bool wellFormed = len > 0 && buf[0] == kHeader && buf[len - 1] == kTerminator;
     if (!wellFormed) {
         PrintfVISCA(reinterpret_cast<char *>(buf), len);
         return -1;
     }
     Reply reply = {};
-    const bool forCamera = buf[2] == kCategoryCamera;
+    const bool forCamera = len >= kShortestFrame && buf[2] == kCategoryCamera;
     if (forCamera && buf[1] == kKindInquiry)
         answerInquiry(buf[3], &reply);
     else if (forCamera && buf[1] == kKindCommand)
