@@ -1,5 +1,4 @@
-// The serial line: frames cut out of the byte stream, what they put into the mailbox, and lines
-// that hang up or fail.
+// The serial line: frames cut out of the byte stream, and lines that hang up or fail.
 #include "scenario.h"
 
 #include "boundary/faults.h"
@@ -12,9 +11,7 @@
 using namespace scenario;
 using Bytes = std::vector<uint8_t>;
 
-static const Bytes kAskZoom = {0x81, 0x09, 0x04, 0x47, 0xFF};
 static const Bytes kTele = {0x81, 0x01, 0x04, 0x07, 0x27, 0xFF};
-static const Bytes kParkedReply = {0x90, 0x50, 0x00, 0x00, 0x00, 0x00, 0xFF};
 
 /// Waits if need be until the lens-control thread looks into the mailbox no sooner than in 15 ms.
 static void avoidPoll() {
@@ -27,37 +24,6 @@ static Bytes replyTo(const Bytes &frame) {
     send(frame);
     passMs(1);
     return vcam::cameraSent();
-}
-
-TEST(SerialThread, frames_of_every_length_are_cut_out_and_obeyed_without_a_reply) {
-    const AF_CMD_em kNothing = CMD_MFMODE; // what stands there
-    const struct {
-        Bytes frame;
-        AF_CMD_em command;
-        unsigned value;
-    } rows[] = {
-        {kTele, CMD_TELE, 0},
-        {{0x81, 0x09, 0x7E, 0x7E, 0x00, 0xFF}, kNothing, 0},
-        {{0x81, 0x01, 0x04, 0x74, 0x02, 0xFF}, kNothing, 0},
-        {{0x81, 0x01, 0x04, 0x73, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 0xFF}, kNothing, 0},
-        {{0x81, 0x01, 0x04, 0x47, 0x00, 0x12, 0x03, 0x04, 0xFF}, CMD_DZF, 0x1234},
-        {{0x81, 0x01, 0x04, 0x47, 1, 2, 3, 4, 5, 6, 7, 8, 0xFF}, CMD_DZF, 0x1234},
-        {{0xFF, 0x01, 0x00, 0x20, 0x00, 0x00, 0x21}, CMD_TELE, 0},
-    };
-    run([&] {
-        startParked();
-        for (const auto &row : rows) {
-            SCOPED_TRACE(testing::PrintToString(row.frame));
-            avoidPoll();
-            command(CMD_MFMODE, 0);
-            EXPECT_EQ(replyTo(row.frame), Bytes());
-            EXPECT_EQ(Lens_Get_Command(), unsigned(row.command));
-            EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shValue), row.value);
-            command(CMD_MFMODE);
-            passMs(50); // direct zoom lets its command be seen for so long
-            EXPECT_EQ(replyTo(kAskZoom), kParkedReply); // still in step with the line
-        }
-    });
 }
 
 TEST(SerialThread, rejected_bytes_are_dumped_and_their_rest_begins_the_next_frame) {
