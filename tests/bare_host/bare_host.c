@@ -51,24 +51,6 @@ int system(const char *command) {
     return 0;
 }
 
-HI_S32 HI_MPI_ISP_GetStatisticsConfig(ISP_DEV device, ISP_STATISTICS_CFG_S *config) {
-    (void)device;
-    memset(config, 0, sizeof *config);
-    return 0;
-}
-
-HI_S32 HI_MPI_ISP_SetStatisticsConfig(ISP_DEV device, const ISP_STATISTICS_CFG_S *config) {
-    (void)device;
-    (void)config;
-    return 0;
-}
-
-HI_S32 HI_MPI_ISP_GetPubAttr(ISP_DEV device, ISP_PUB_ATTR_S *attributes) {
-    (void)device;
-    memset(attributes, 0, sizeof *attributes);
-    return 0;
-}
-
 HI_S32 HI_MPI_ISP_GetVDTimeOut(ISP_DEV device, ISP_VD_INFO_S *info, HI_U32 ms) {
     (void)device;
     (void)ms;
@@ -77,17 +59,16 @@ HI_S32 HI_MPI_ISP_GetVDTimeOut(ISP_DEV device, ISP_VD_INFO_S *info, HI_U32 ms) {
     return 0;
 }
 
-HI_S32 HI_MPI_ISP_GetStatistics(ISP_DEV device, ISP_STATISTICS_S *statistics) {
-    (void)device;
-    memset(statistics, 0, sizeof *statistics);
-    return 0;
-}
-
-HI_S32 HI_MPI_ISP_QueryExposureInfo(ISP_DEV device, ISP_EXP_INFO_S *exposure) {
-    (void)device;
-    memset(exposure, 0, sizeof *exposure);
-    return 0;
-}
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+#define SUCCEEDS(call, record)                                                                     \
+    HI_S32 call(ISP_DEV device, record) {                                                          \
+        return 0;                                                                                  \
+    }
+SUCCEEDS(HI_MPI_ISP_GetStatisticsConfig, ISP_STATISTICS_CFG_S *config)
+SUCCEEDS(HI_MPI_ISP_SetStatisticsConfig, const ISP_STATISTICS_CFG_S *config)
+SUCCEEDS(HI_MPI_ISP_GetPubAttr, ISP_PUB_ATTR_S *attributes)
+SUCCEEDS(HI_MPI_ISP_GetStatistics, ISP_STATISTICS_S *statistics)
+SUCCEEDS(HI_MPI_ISP_QueryExposureInfo, ISP_EXP_INFO_S *exposure)
 
 /* ---- A controller at the other end of the serial port ---- */
 
