@@ -49,7 +49,8 @@ static void printFailuresHere() {
     listeners.Append(new FailurePrinter);
 }
 
-static int runCase(vcam::CameraOptions options, const std::function<void()> &body) {
+/// An exception ends the process here: beyond, it would go on with the next case.
+static int runCase(const vcam::CameraOptions &options, const std::function<void()> &body) noexcept {
     printFailuresHere();
     vcam::powerOn(options);
     body();
