@@ -26,6 +26,20 @@ static Bytes replyTo(const Bytes &frame) {
     return vcam::cameraSent();
 }
 
+TEST(SerialThread, long_frames_are_read_whole_and_the_next_one_is_answered) {
+    run([] {
+        startParked();
+        avoidPoll();
+        replyTo({0x81, 0x01, 0x04, 0x47, 1, 2, 3, 4, 5, 6, 7, 8, 0xFF}); // both positions
+        EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_DZF));
+        EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shValue), 0x1234u);
+        command(CMD_MFMODE);
+        passMs(50); // a direct zoom lets its command be seen for so long
+        replyTo({0x81, 0x01, 0x04, 0x73, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 0xFF});
+        EXPECT_EQ(replyTo({0x81, 0x09, 0x04, 0x47, 0xFF}), (Bytes{0x90, 0x50, 0, 0, 0, 0, 0xFF}));
+    });
+}
+
 TEST(SerialThread, rejected_bytes_are_dumped_and_their_rest_begins_the_next_frame) {
     run([] {
         startParked();
