@@ -11,6 +11,7 @@
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
+#include "host/memory_host.h"
 
 namespace bench {
 
@@ -22,37 +23,8 @@ void giveUp(const char *what) {
     _exit(EXIT_FAILURE);
 }
 
-// ---- A host that remembers nothing ----
-
-static int positionsSaved = 0;
-
-static int savePosition(unsigned, unsigned) {
-    positionsSaved += 1;
-    return 0;
-}
-
-static int loadPosition(unsigned *, unsigned *) {
-    return -1;
-}
-
-static int keepPresets(PRESET_INF *) {
-    return -1;
-}
-
-static int keepFocusLine(FOCUS_POINT *) {
-    return -1;
-}
-
-static int ignoreDayNight(int) {
-    return 0;
-}
-
 static void startLibrary() {
-    AF_Manager_Init_LensPosition_API(savePosition, loadPosition);
-    AF_Manager_Init_PresetInfo_API(keepPresets, keepPresets);
-    AF_Manager_Init_FocusPoint_API(keepFocusLine, keepFocusLine);
-    AF_Manager_Init_DayNightModeFun_API(ignoreDayNight);
-    AF_Manager_Init_UsartFd_API(vcam::serialDescriptor());
+    vcam::introduceHost();
     if (AF_Manager_Start_API() != 0)
         giveUp("the library refuses to start");
 }
@@ -93,7 +65,7 @@ void awaitFocus() {
 void boot(const vcam::CameraOptions &options) {
     vcam::powerOn(options);
     startLibrary();
-    waitUntil([] { return positionsSaved > 0; }, "the lens never parks");
+    waitUntil([] { return !vcam::host().savedPositions.empty(); }, "the lens never parks");
     awaitFocus();
 }
 

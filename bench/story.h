@@ -10,7 +10,7 @@ namespace bench {
 /// Say why and leave; the process of a run ends.
 [[noreturn]] void giveUp(const char *what);
 
-/// Power on, start the library for a host that remembers nothing, and wait until the first
+/// Power on, start the library for a host in memory, and wait until the first
 /// autofocus run is done.
 void boot(const vcam::CameraOptions &options);
 

@@ -15,27 +15,13 @@
 
 #include "autofocus_service.h"
 #include "camera_options.h"
+#include "host/memory_host.h"
 #include "waveform/trace_line.h"
 
 namespace scenario {
 
-/// What the in-memory host keeps for the library; set fields before startLibrary() as "stored".
-struct Host {
-    bool hasPosition = false;
-    unsigned zoom = 0;
-    unsigned focus = 0;
-    bool hasFocusLine = false;
-    FOCUS_POINT focusLine = {};
-    bool hasPresets = false;
-    PRESET_INF presets = {};
-    int storeResult = 0; ///< What the Set callbacks return.
-    std::vector<std::pair<unsigned, unsigned>> savedPositions;
-    int savedFocusLines = 0;
-    int savedPresetTables = 0;
-    std::vector<int> dayNightRequests;
-};
-
-Host &host();
+using vcam::host;
+using vcam::introduceHost;
 
 /// One line of the trace.
 using Event = vcam::TraceLine;
@@ -58,10 +44,7 @@ struct Ending {
 /// As run, but says how the process ended instead of expecting it to end well.
 Ending runToEnd(const vcam::CameraOptions &options, const std::function<void()> &body);
 
-/// Register the host's callbacks, hand over the serial port.
-void introduceHost();
-
-/// The same, and start the library.
+/// introduceHost() and start the library.
 void startLibrary();
 
 /// startLibrary() and wait until the lens is parked and the first autofocus run is done: idle.
