@@ -40,6 +40,7 @@ TEST(VirtualClock, every_wait_ends_at_its_exact_instant) {
         {[] { std::this_thread::sleep_for(1001ns); }, 2}, // rounded up
         {[] { std::this_thread::sleep_until(std::chrono::system_clock::now() + 5ms); }, 5000},
         {[] { EXPECT_FALSE(held.try_lock_until(std::chrono::system_clock::now() + 3ms)); }, 3000},
+        {[] { EXPECT_FALSE(held.try_lock_for(7ms)); }, 7000}, // by the steady clock
         {[] {
              std::unique_lock<std::mutex> guard(mutex);
              EXPECT_EQ(silent.wait_for(guard, 999us), std::cv_status::timeout);
