@@ -2,7 +2,10 @@
 
 #include "platform/shared_word.h"
 
+#include <stddef.h>
+#include <stdint.h>
 #include <stdlib.h>
+#include <string.h>
 
 Lens_ShaPos_ST *g_ShaPosInfo = nullptr;
 
@@ -47,9 +50,48 @@ int lensDirectZPosition(unsigned int cmd, unsigned short zp) {
     return 0;
 }
 
-unsigned int readCommandArgument(void) {
+// Command and argument as one word of twice the size, for an exchange of both.
+typedef unsigned long long __attribute__((may_alias)) MailboxWord;
+
+static_assert(sizeof(MailboxContent) == sizeof(MailboxWord), "one word holds both");
+static_assert(offsetof(Lens_ShaPos_ST, shCommand) == 0 && offsetof(Lens_ShaPos_ST, shValue) == 4,
+              "the record begins with command and argument");
+
+static MailboxWord joinMailbox(MailboxContent content) {
+    MailboxWord word;
+    memcpy(&word, &content, sizeof word);
+    return word;
+}
+
+// The argument is read after the command: a producer has stored it before.
+MailboxContent readMailbox(void) {
     const Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
-    return record == nullptr ? 0 : loadWord(&record->shValue);
+    if (record == nullptr)
+        return {kNoRecord, 0};
+    const unsigned int command = loadWord(&record->shCommand);
+    return {command, loadWord(&record->shValue)};
+}
+
+// A host's own record, or a plain allocator's, need not lie where both can be exchanged at once.
+static bool isAlignedForBoth(const Lens_ShaPos_ST *record) {
+    return reinterpret_cast<uintptr_t>(record) % sizeof(MailboxWord) == 0;
+}
+
+void leaveFollowUpOf(MailboxContent seen, AF_CMD_em followUp) {
+    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    if (record == nullptr)
+        return;
+    const MailboxContent left = {followUp, seen.value};
+    if (isAlignedForBoth(record))
+        exchangeWord(reinterpret_cast<MailboxWord *>(record), joinMailbox(seen), joinMailbox(left));
+    else if (loadWord(&record->shValue) == seen.value)
+        exchangeWord(&record->shCommand, seen.command, left.command);
+}
+
+void leaveFollowUpOfCommand(unsigned int seen, AF_CMD_em followUp) {
+    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    if (record != nullptr)
+        exchangeWord(&record->shCommand, seen, followUp);
 }
 
 void publishZoomPosition16(unsigned short position16) {
