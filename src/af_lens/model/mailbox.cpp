@@ -72,20 +72,30 @@ MailboxContent readMailbox(void) {
     return {command, loadWord(&record->shValue)};
 }
 
-// A host's own record, or a plain allocator's, need not lie where both can be exchanged at once.
-static bool isAlignedForBoth(const Lens_ShaPos_ST *record) {
+// The oldest processors exchange no word of that size, and none does where the record of a host or
+// of a plain allocator may lie. There a command of the same code is lost if its argument arrives
+// between the two steps below.
+static bool isAligned(const Lens_ShaPos_ST *record) {
     return reinterpret_cast<uintptr_t>(record) % sizeof(MailboxWord) == 0;
+}
+
+static void exchangeMailbox(Lens_ShaPos_ST *record, MailboxContent seen, MailboxContent left) {
+    if constexpr (__atomic_always_lock_free(sizeof(MailboxWord), nullptr)) {
+        if (isAligned(record)) {
+            exchangeWord(reinterpret_cast<MailboxWord *>(record), joinMailbox(seen),
+                         joinMailbox(left));
+            return;
+        }
+    }
+    if (loadWord(&record->shValue) == seen.value)
+        exchangeWord(&record->shCommand, seen.command, left.command);
 }
 
 void leaveFollowUpOf(MailboxContent seen, AF_CMD_em followUp) {
     Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
     if (record == nullptr)
         return;
-    const MailboxContent left = {followUp, seen.value};
-    if (isAlignedForBoth(record))
-        exchangeWord(reinterpret_cast<MailboxWord *>(record), joinMailbox(seen), joinMailbox(left));
-    else if (loadWord(&record->shValue) == seen.value)
-        exchangeWord(&record->shCommand, seen.command, left.command);
+    exchangeMailbox(record, seen, {followUp, seen.value});
 }
 
 void leaveFollowUpOfCommand(unsigned int seen, AF_CMD_em followUp) {
