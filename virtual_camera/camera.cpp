@@ -52,7 +52,7 @@ void powerOn(const CameraOptions &options) {
         giveUp();
     }
     atexit(powerOff);
-    startClock(options.pace);
+    startClock(options.pace, options.tieSeed);
 }
 
 static void drawWaveform() {

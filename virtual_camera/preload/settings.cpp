@@ -38,6 +38,9 @@ static bool takeNumber(RunSettings &settings, const std::string &name, const std
     } else if (name == "_SEED") {
         isGood = parseNumber(value, number);
         settings.camera.seed = static_cast<uint64_t>(number);
+    } else if (name == "_TIES") {
+        isGood = parseNumber(value, number);
+        settings.camera.tieSeed = static_cast<uint64_t>(number);
     } else if (name == "_END_MS") {
         isGood = parseNumber(value, number);
         settings.endUs = number * kUsPerMs;
