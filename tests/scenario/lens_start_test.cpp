@@ -62,6 +62,10 @@ TEST(LensStart, curve_that_the_host_left_zero_or_garbage_drives_no_axis_out_of_i
             command(CMD_ZSTOP); // and its autofocus run
             waitIdle();
             EXPECT_EQ(loadWord(&ZM_Step_Local), 10600u);
+            command(CMD_DZF, gPositionMap[15][0]); // tele, where it counts as having been before
+            waitUntil([] { return Lens_Get_Command() != CMD_DZF; }, 60, "it is restored");
+            EXPECT_EQ(loadWord(&ZM_Step_Local), 20488u);
+            EXPECT_EQ(loadWord(&FM_Step_Local), entry == 0 ? 10000u : 14868u);
             expectSound();
         });
     }

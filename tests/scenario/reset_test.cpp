@@ -39,6 +39,11 @@ TEST(Reset, lens_parks_or_goes_back_to_where_its_counters_stood) {
             EXPECT_EQ(zoom16, row.zoom16);
             expectSound(); // the counters are true again
         }
+        FM_Focus_Flag = 1;
+        Lens_Reset();
+        EXPECT_EQ(FM_Focus_Flag, 0u);
+        expectSound();
+        placeLens(13000, 11900);
         vcam::stickPhotoInterrupter(vcam::Axis::Zoom, 1);
         resetAndRest(CMD_RESET);
         EXPECT_EQ(countSaid("Failure."), 1);

@@ -1,7 +1,7 @@
 // From the ISP's zones to one focus record, and what the ISP is told to measure.
 #include "fixtures.h"
 
-#include "af_interface/focus_filters.h"
+#include "af_interface/statistics.h"
 #include "af_interface/zone_reduction.h"
 
 #include <cstring>
@@ -70,9 +70,11 @@ TEST(ZoneReduction, rings_weigh_1_2_and_3_and_saturated_zones_are_left_out_at_ni
     g_ICUTState = 0;
 }
 
-TEST(FocusFilters, engine_gets_coefficients_of_this_sum) {
-    const ISP_FOCUS_STATISTICS_CFG_S made = makeFocusConfiguration();
-    HI_S16 words[63];
-    memcpy(words, &made, sizeof words);
-    EXPECT_EQ(sumWithPlaces(words, 63), 56754);
+TEST(FocusValues, whole_picture_decides_from_tag_point_13_on_and_its_centre_before) {
+    AF_Statistics_Info record = {};
+    record.vwV1SumAll = record.vwV2SumAll = 1;
+    for (int tag = 0; tag < 16; ++tag) {
+        EXPECT_EQ(focusValueAt(tag, record), tag < 13 ? 0u : 1u) << tag;
+        EXPECT_EQ(secondFocusValueAt(tag, record), tag < 13 ? 0u : 1u) << tag;
+    }
 }
