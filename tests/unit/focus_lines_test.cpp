@@ -1,10 +1,9 @@
 // The zoom grid and the focus lines over it.
 #include "fixtures.h"
 
-#include <algorithm>
-
 #include "optics/lens_curves.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace {
