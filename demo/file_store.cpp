@@ -23,10 +23,21 @@ static bool writeAndFlush(const std::string &path, const void *record, size_t si
     return close(fd) == 0 && written;
 }
 
+/// A rename is on the disk when its folder is.
+static bool flushFolder(const std::string &path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY);
+    if (fd < 0)
+        return false;
+    const bool flushed = fsync(fd) == 0;
+    return close(fd) == 0 && flushed;
+}
+
 bool FileStore::write(const char *name, const void *record, size_t size) const {
     const std::string path = folder + "/" + name;
     const std::string fresh = path + ".new";
-    return writeAndFlush(fresh, record, size) && rename(fresh.c_str(), path.c_str()) == 0;
+    const std::lock_guard<std::mutex> onlyWriter(writing);
+    return writeAndFlush(fresh, record, size) && rename(fresh.c_str(), path.c_str()) == 0 &&
+           flushFolder(folder);
 }
 
 bool FileStore::read(const char *name, void *record, size_t size) const {

@@ -1,10 +1,12 @@
 // Where the demo's host keeps what the library hands it: one small file a record in a folder.
 //
 // A record is written beside its file, flushed and renamed over it, so that a kill at any instant
-// leaves the old or the new content, never half. Callbacks of several threads may call it.
+// leaves the old or the new content, never half. Callbacks of several threads may call it: one
+// writes, the others wait, since the file beside is one.
 #pragma once
 
 #include <cstddef>
+#include <mutex>
 #include <string>
 
 namespace demo {
@@ -24,6 +26,7 @@ public:
 
 private:
     std::string folder;
+    mutable std::mutex writing;
 };
 
 } // namespace demo

@@ -11,8 +11,10 @@
 #include <autofocus.h>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <signal.h>
 #include <stdio.h>
+#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -22,21 +24,40 @@ static void composePath(char *path, size_t size, const char *name, const char *e
     snprintf(path, size, "%s/%s%s", storeFolder, name, ending);
 }
 
-/* Beside the file, flushed, then renamed over it: a power cut leaves the old or the new content. */
-static int storeRecord(const char *name, const void *record, size_t size) {
-    char path[256];
-    char fresh[256];
-    FILE *file;
+static int writeFlushed(const char *path, const void *record, size_t size) {
+    FILE *file = fopen(path, "wb");
     int written;
-    composePath(path, sizeof path, name, "");
-    composePath(fresh, sizeof fresh, name, ".new");
-    file = fopen(fresh, "wb");
     if (file == NULL)
         return -1;
     written = fwrite(record, size, 1, file) == 1 && fflush(file) == 0 && fsync(fileno(file)) == 0;
-    if (fclose(file) != 0 || !written)
+    return fclose(file) == 0 && written ? 0 : -1;
+}
+
+/* A rename is on the disk when its folder is. */
+static int flushFolder(void) {
+    const int folder = open(storeFolder, O_RDONLY | O_DIRECTORY);
+    int flushed;
+    if (folder < 0)
         return -1;
-    return rename(fresh, path);
+    flushed = fsync(folder);
+    close(folder);
+    return flushed;
+}
+
+/* Beside the file, flushed, then renamed over it: a power cut leaves the old or the new content.
+ * Callbacks of two threads may come here at once; one writes, the other waits. */
+static int storeRecord(const char *name, const void *record, size_t size) {
+    static pthread_mutex_t oneWriter = PTHREAD_MUTEX_INITIALIZER;
+    char path[256];
+    char fresh[256];
+    int stored;
+    composePath(path, sizeof path, name, "");
+    composePath(fresh, sizeof fresh, name, ".new");
+    pthread_mutex_lock(&oneWriter);
+    stored =
+        writeFlushed(fresh, record, size) == 0 && rename(fresh, path) == 0 && flushFolder() == 0;
+    pthread_mutex_unlock(&oneWriter);
+    return stored ? 0 : -1;
 }
 
 static int loadRecord(const char *name, void *record, size_t size) {
@@ -91,7 +112,8 @@ static int switchDayNight(int mode) {
     return 0;
 }
 
-/* 9600 baud, 8 data bits, no parity, bytes as they come; -1 with errno set. */
+/* 9600 baud, 8 data bits, no parity, bytes as they come; -1 with errno set. A read waits 0.1 s for
+ * the next byte: a slow sender's frame stays whole, and a stray byte is not held to start one. */
 static int openSerialPort(const char *path) {
     struct termios settings;
     const int port = open(path, O_RDWR | O_NOCTTY);
@@ -101,11 +123,28 @@ static int openSerialPort(const char *path) {
     settings.c_oflag = 0;
     settings.c_lflag = 0;
     settings.c_cflag = CS8 | CREAD | CLOCAL;
-    settings.c_cc[VMIN] = 1;
-    settings.c_cc[VTIME] = 0;
+    settings.c_cc[VMIN] = 0;
+    settings.c_cc[VTIME] = 1;
     cfsetispeed(&settings, B9600);
     cfsetospeed(&settings, B9600);
     return tcsetattr(port, TCSANOW, &settings) == 0 ? port : -1;
+}
+
+/* The library prints, and a reader of our output that stalls would stop the lens in the middle of a
+ * move. On a pipe, terminal or console that nobody else's descriptor shares, opened anew without
+ * waiting, a line that does not fit is dropped. */
+static void neverWaitForReader(int output) {
+    char path[32];
+    struct stat info;
+    int own;
+    if (fstat(output, &info) != 0 || !(S_ISFIFO(info.st_mode) || S_ISCHR(info.st_mode)))
+        return;
+    snprintf(path, sizeof path, "/proc/self/fd/%d", output);
+    own = open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY);
+    if (own >= 0) {
+        dup2(own, output);
+        close(own);
+    }
 }
 
 int main(int argc, char **argv) {
@@ -116,6 +155,10 @@ int main(int argc, char **argv) {
         fprintf(stderr, "usage: host SERIAL_PORT STORE_FOLDER\n");
         return 2;
     }
+    neverWaitForReader(STDOUT_FILENO);
+    neverWaitForReader(STDERR_FILENO);
+    setvbuf(stdout, NULL, _IOLBF, BUFSIZ); /* whole lines, so that whole lines are dropped */
+    signal(SIGPIPE, SIG_IGN);              /* nor does a reader that has gone end us */
     storeFolder = argv[2];
     port = openSerialPort(argv[1]);
     if (port < 0) {

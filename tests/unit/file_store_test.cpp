@@ -7,9 +7,10 @@
 #include <filesystem>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
-TEST(FileStore, host_killed_at_any_instant_leaves_one_whole_record) {
+TEST(FileStore, host_killed_with_two_writers_at_work_leaves_one_whole_record) {
     char folder[] = "/tmp/store-XXXXXX";
     ASSERT_NE(mkdtemp(folder), nullptr);
     const demo::FileStore store(folder);
@@ -18,12 +19,20 @@ TEST(FileStore, host_killed_at_any_instant_leaves_one_whole_record) {
     ASSERT_TRUE(store.write("record", odd.data(), 2040));
     for (useconds_t lifeUs = 0; lifeUs < 10000; lifeUs += 50) {
         const pid_t host = fork();
-        if (host == 0)
-            for (bool isOdd = false;; isOdd = !isOdd)
-                store.write("record", isOdd ? odd.data() : even.data(), 2040);
+        if (host == 0) {
+            const auto writeForEver = [&store](const std::string &record) {
+                while (store.write("record", record.data(), record.size()))
+                    ;
+                _exit(EXIT_FAILURE); // the other has taken what this one had written
+            };
+            std::thread other([&] { writeForEver(odd); });
+            writeForEver(even);
+        }
         usleep(lifeUs);
         kill(host, SIGKILL);
-        waitpid(host, nullptr, 0);
+        int end = 0;
+        waitpid(host, &end, 0);
+        ASSERT_TRUE(WIFSIGNALED(end));
         ASSERT_TRUE(store.read("record", found.data(), 2040));
         ASSERT_TRUE(found == odd || found == even);
     }
