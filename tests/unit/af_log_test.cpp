@@ -1,6 +1,10 @@
 // The one persistent log.
 #include "fixtures.h"
 
+#include "boundary/redirect.h"
+
+#include <filesystem>
+
 TEST(Log, line_of_more_than_107_bytes_is_cut_and_stays_a_line) {
     const std::string stamp = "2024-01-01 00:00:01 "; // 20 bytes, a second after power-on
     const std::string longest = std::string(106, 'x') + "\n";
@@ -14,5 +18,14 @@ TEST(Log, line_of_more_than_107_bytes_is_cut_and_stays_a_line) {
         char content[1000] = "";
         EXPECT_EQ(fread(content, 1, sizeof content, file), size_t(3 * 127));
         EXPECT_EQ(content, stamp + longest + stamp + std::string(107, 'x') + stamp + longest);
+    });
+}
+
+TEST(Log, link_that_somebody_has_left_in_its_place_is_not_followed) {
+    onPoweredCamera([] {
+        const std::string target = vcam::scratchFolder() + "/elsewhere";
+        std::filesystem::create_symlink(target, vcam::scratchFolder() + "/tmp/aflog");
+        aflog(std::string("a line\n").data());
+        EXPECT_FALSE(std::filesystem::exists(target));
     });
 }

@@ -1,0 +1,56 @@
+// A thread that ends inside the library, as one does that its host cancels: the host's own callback
+// ends it here, through the library's frames.
+#include "scenario.h"
+
+#include "clock/virtual_clock.h"
+#include "devices/lens.h"
+#include "platform/shared_word.h"
+
+#include <stdexcept>
+
+using namespace scenario;
+
+static pthread_t condemned;
+static bool isOver;
+
+static int endTheThread(unsigned, unsigned) {
+    if (!isOver && pthread_equal(pthread_self(), condemned) != 0) {
+        isOver = true;
+        pthread_exit(nullptr);
+    }
+    return 0;
+}
+
+static int loadNothing(unsigned *, unsigned *) {
+    return -1;
+}
+
+TEST(ThreadEnd, motors_of_a_thread_that_ends_inside_a_move_are_there_for_the_next_command) {
+    run([] {
+        startParked();
+        passMs(1500);
+        ASSERT_EQ(pthread_create(&condemned, nullptr, manualCtrlThread, nullptr), 0);
+        passMs(1);
+        AF_Manager_Init_LensPosition_API(endTheThread, loadNothing);
+        manualCtrlFun(6, 0, 0); // a reset, which stores the position before it is over
+        waitUntil([] { return isOver; }, 60, "the thread has ended");
+        EXPECT_EQ(events("clock", "end").back().get("thread"), "manualCtrlThread");
+        command(CMD_TELE);
+        passMs(1000);
+        EXPECT_GT(vcam::truePosition(vcam::Axis::Zoom), 10216);
+        command(CMD_MFMODE);
+    });
+}
+
+// Frames without unwind tables would end the process here; debuggers and profilers need them too.
+TEST(ThreadEnd, exception_of_a_callback_passes_through_the_library_at_a_desk) {
+#if defined(__arm__)
+    GTEST_SKIP() << "the camera's own build drops the tables";
+#endif
+    run([] {
+        startParked();
+        AF_Manager_Init_LensPosition_API(
+            [](unsigned, unsigned) -> int { throw std::runtime_error("full"); }, loadNothing);
+        EXPECT_THROW(Lens_Save_ZFLocation(), std::runtime_error);
+    });
+}
