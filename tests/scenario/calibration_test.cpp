@@ -71,7 +71,8 @@ TEST(Calibration, every_grid_point_is_in_focus_and_the_host_gets_the_curve) {
             const unsigned wide = line.focus[0][0];
             EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, wide));
             EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shRZPosition), 0);
-            EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shRFPosition), Lens_Map_FPosition(wide));
+            const unsigned short shown = loadWord(&loadWord(&g_ShaPosInfo)->shRFPosition);
+            EXPECT_EQ(shown, Lens_Map_FPosition(wide));
             char osd[AF_OSD_TEXT_SIZE] = "";
             AF_Manager_Get_OSDData_API(osd);
             EXPECT_STREQ(osd, "X01");

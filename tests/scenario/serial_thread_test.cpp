@@ -98,6 +98,13 @@ TEST(SerialThread, hung_up_line_is_looked_at_every_10_ms_in_a_frame_and_less_and
             EXPECT_EQ(whenSaid("Read index 0 << ==", hungUpUs), due);
             EXPECT_EQ(countSaid("Read index 3 << ==", hungUpUs), length == 3 ? 1 : 0);
             EXPECT_EQ(countSaid("RecvVISCACmd continue.", hungUpUs), length == 3 ? 0 : 500);
+            if (length == 3) { // a byte ends the long pauses
+                send({0x81});
+                passMs(1000);
+                const int64_t byteUs = whenSaid("Read index 1 << ==", hungUpUs).at(0);
+                const std::vector<int64_t> after = whenSaid("Read index 0 << ==", byteUs);
+                EXPECT_EQ(after.at(1) - after.at(0), 10000);
+            }
         });
     }
 }
