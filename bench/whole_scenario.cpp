@@ -95,8 +95,8 @@ Result playApart(uint64_t seed) {
     if (child == 0) {
         const Result result = play(options);
         const bool isHandedOver = write(ends[1], &result, sizeof result) == sizeof result;
-        vcam::powerOff();
-        _exit(isHandedOver ? EXIT_SUCCESS : EXIT_FAILURE);
+        const bool isTraced = vcam::powerOff();
+        _exit(isHandedOver && isTraced ? EXIT_SUCCESS : EXIT_FAILURE);
     }
     close(ends[1]);
     Result result;

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "autofocus_service.h"
+#include "close_whole.h"
 #include "controller_frames.h"
 #include "devices/lens.h"
 #include "file_store.h"
@@ -117,6 +118,12 @@ static int playSecondPowerOn(const vcam::CameraOptions &options, const std::stri
 
 // ---- The curve found against the true one ----
 
+static bool isWritten(bool isWhole, const std::string &path) {
+    if (!isWhole)
+        complainOf(path);
+    return isWhole;
+}
+
 static double zoomOfPoint(const unsigned (&grid)[16], int point) {
     const int i = point / kQuarters;
     const unsigned quarter = i < 15 ? (grid[i + 1] - grid[i]) / kQuarters : 0;
@@ -129,7 +136,7 @@ static bool compareCurves(const vcam::CameraOptions &options, const std::string 
                           const unsigned (&grid)[16]) {
     FOCUS_POINT found;
     if (!FileStore(out + "/store").read("MotorFocusline", &found, sizeof found))
-        return false;
+        return isWritten(false, out + "/store/MotorFocusline");
     std::vector<double> builtIn;
     vcam::CameraOptions plainUnit = options;
     plainUnit.builtInCurves = true;
@@ -139,7 +146,7 @@ static bool compareCurves(const vcam::CameraOptions &options, const std::string 
     vcam::powerOnLensCurves(options);
     FILE *table = fopen((out + "/curve.txt").c_str(), "w");
     if (table == nullptr)
-        return false;
+        return isWritten(false, out + "/curve.txt");
     fprintf(table, "%6s %8s %10s %12s %16s\n", "zoom", "found", "true", "error steps",
             "error half dof");
     PlotSeries error = {"found - true", "#1565c0", {}, true};
@@ -158,16 +165,18 @@ static bool compareCurves(const vcam::CameraOptions &options, const std::string 
         foundLine.points.push_back({zoom, focus - builtIn[static_cast<size_t>(point)]});
         trueLine.points.push_back({zoom, truth - builtIn[static_cast<size_t>(point)]});
     }
-    fclose(table);
-    writePlot(out + "/curve.svg", "The unit's infinity curve, found and true",
-              "zoom position (motor steps)",
-              {{"offset from the built-in curve (steps)", {trueLine, foundLine}, {}, {}},
-               {"error (half depths of focus)", {error}, {}, {}}});
+    const bool isTableWhole = isWritten(closeWhole(table), out + "/curve.txt");
+    const bool isPlotWhole = isWritten(
+        writePlot(out + "/curve.svg", "The unit's infinity curve, found and true",
+                  "zoom position (motor steps)",
+                  {{"offset from the built-in curve (steps)", {trueLine, foundLine}, {}, {}},
+                   {"error (half depths of focus)", {error}, {}, {}}}),
+        out + "/curve.svg");
     fprintf(stdout,
             "\nThe curve at %d grid points (in %s/curve.txt and curve.svg): worst error "
             "%.2f half depths of focus\n",
             kGridPoints, out.c_str(), worst);
-    return worst <= 1;
+    return worst <= 1 && isTableWhole && isPlotWhole;
 }
 
 // A unit that was close to the built-in curve from the start has nothing to gain: inside the depth

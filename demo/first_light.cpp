@@ -49,6 +49,10 @@ static bool isTriggerFired() {
     return Lens_Get_Command() == CMD_FOCUS;
 }
 
+static void photograph(Stage &stage, const char *name) {
+    stage.checkWritten(vcam::writeScenePng((stage.folder() + "/" + name).c_str()), name);
+}
+
 static RunSpan bringObjectNear(Stage &stage) {
     vcam::setObjectDistanceM(kNearObjectM);
     stage.report("the object moves from far to 3 m");
@@ -56,9 +60,9 @@ static RunSpan bringObjectNear(Stage &stage) {
     stage.advanceUntil("refocus trigger", kRunLimitS, isTriggerFired);
     stage.report("the refocus trigger fires by itself, " +
                  std::to_string(vcam::frameCount() - frames) + " frames");
-    vcam::writeScenePng((stage.folder() + "/before_autofocus.png").c_str());
+    photograph(stage, "before_autofocus.png");
     const RunSpan span = watchRun(stage, "refocus");
-    vcam::writeScenePng((stage.folder() + "/after_autofocus.png").c_str());
+    photograph(stage, "after_autofocus.png");
     return span;
 }
 
@@ -87,7 +91,7 @@ static void askInquiries(Stage &stage) {
 
 // ---- What people would rather look at ----
 
-static void plotRun(const Stage &stage, const RunSpan &span) {
+static void plotRun(Stage &stage, const RunSpan &span) {
     PlotSeries series = {"one sample a frame", "#1565c0", {}, true};
     for (size_t i = span.firstSample; i < span.lastSample; ++i) {
         const Sample &sample = stage.samples()[i];
@@ -97,8 +101,11 @@ static void plotRun(const Stage &stage, const RunSpan &span) {
     panel.notesAt.push_back(
         {vcam::inFocusPositionAt(stage.samples()[span.lastSample - 1].zoom, 1 / kNearObjectM), 0});
     panel.notes.push_back("true best focus");
-    writePlot(stage.folder() + "/focus_value_over_position.svg",
-              "Refocus after the object has moved to 3 m", "focus position (motor steps)", {panel});
+    const char *const name = "focus_value_over_position.svg";
+    stage.checkWritten(writePlot(stage.folder() + "/" + name,
+                                 "Refocus after the object has moved to 3 m",
+                                 "focus position (motor steps)", {panel}),
+                       name);
 }
 
 template <typename Pick>
@@ -110,17 +117,19 @@ static PlotSeries seriesOverTime(const Stage &stage, const char *label, const ch
     return series;
 }
 
-static void plotStory(const Stage &stage) {
+static void plotStory(Stage &stage) {
     const auto zoom = seriesOverTime(stage, "zoom", "#2e7d32", [](auto &s) { return s.zoom; });
     const auto focus = seriesOverTime(stage, "focus", "#c62828", [](auto &s) { return s.focus; });
     const auto best =
         seriesOverTime(stage, "best focus", "#f9a825", [](auto &s) { return s.inFocus; });
     const auto value = seriesOverTime(stage, "", "#1565c0", [](auto &s) { return s.focusValue; });
-    writePlot(stage.folder() + "/story_over_time.svg", "From power-on to a sharp picture",
-              "virtual time (s)",
-              {{"zoom (motor steps)", {zoom}, {}, {}},
-               {"focus (motor steps)", {best, focus}, {}, {}},
-               {"focus value (centre)", {value}, {}, {}}});
+    const char *const name = "story_over_time.svg";
+    stage.checkWritten(writePlot(stage.folder() + "/" + name, "From power-on to a sharp picture",
+                                 "virtual time (s)",
+                                 {{"zoom (motor steps)", {zoom}, {}, {}},
+                                  {"focus (motor steps)", {best, focus}, {}, {}},
+                                  {"focus value (centre)", {value}, {}, {}}}),
+                       name);
 }
 
 int playFirstLight(const vcam::CameraOptions &options, const std::string &outFolder) {

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "close_whole.h"
+
 namespace demo {
 
 static constexpr double kWidth = 960;
@@ -193,7 +195,7 @@ bool writePlot(const std::string &path, const std::string &title, const std::str
     }
     drawText(svg, kWidth / 2, height - 16, "middle", xLabel);
     fprintf(svg, "</svg>\n");
-    return fclose(svg) == 0;
+    return closeWhole(svg);
 }
 
 } // namespace demo

@@ -1,8 +1,10 @@
 #include "stage.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 
 #include "autofocus_service.h"
@@ -187,13 +189,32 @@ void Stage::checkSharp(const std::string &when) {
     check(std::fabs(error) <= kSharpHalfDepths, text);
 }
 
+void complainOf(const std::string &path) {
+    fprintf(stderr, "demo: %s: can't be written: %s\n", path.c_str(), strerror(errno));
+}
+
+void Stage::checkWritten(bool isWhole, const std::string &name) {
+    if (isWhole)
+        return;
+    complainOf(out + "/" + name);
+    check(false, name + " is written");
+}
+
+/// The host keeps the lens's position from the first home search on: a store that refuses shows.
+static bool isPositionKept(const FileStore &store) {
+    unsigned record[2];
+    return countSavedPositions() == 0 || store.read("MotorPosition", record, sizeof record);
+}
+
 int Stage::giveVerdict() {
     for (const std::string &violation : vcam::violations())
         fprintf(stdout, "%9s  violation: %s\n", "", violation.c_str());
     check(vcam::violationCount() == 0, "the hardware had nothing to complain of");
     check(vcam::lostSteps(Axis::Zoom) == 0 && vcam::lostSteps(Axis::Focus) == 0,
           "no motor was driven against its stop");
-    vcam::powerOff();
+    checkWritten(isPositionKept(store), "store/MotorPosition");
+    if (!vcam::powerOff())
+        check(false, "the camera's files are written");
     if (checksFailed == 0)
         fprintf(stdout, "\nVERDICT: good\n");
     else

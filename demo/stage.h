@@ -65,7 +65,11 @@ public:
     void checkCountersTrue(const std::string &when);
     void checkSharp(const std::string &when);
 
-    /// Print the verdict: violations and lost steps count too. The process's exit status.
+    /// A file under the stage's folder has just been written, whole or not.
+    void checkWritten(bool isWhole, const std::string &name);
+
+    /// Print the verdict: violations, lost steps and files that are not whole count too. The
+    /// process's exit status.
     int giveVerdict();
 
     const std::vector<Sample> &samples() const { return allSamples; }
@@ -81,6 +85,9 @@ private:
     std::vector<Sample> allSamples;
     int checksFailed = 0;
 };
+
+/// A line on standard error: this file is not whole, for errno's reason.
+void complainOf(const std::string &path);
 
 /// Bytes as hex pairs.
 std::string spellBytes(const std::vector<uint8_t> &bytes);

@@ -73,7 +73,8 @@ typedef struct {
 /*
  * Callbacks. Each returns 0 for success. The library holds no lock while it calls, calls on its own
  * threads (named below), and waits for the result, so that a slow callback delays the lens. A
- * callback may call any function of this header.
+ * callback may call any function of this header; only a preset callback can't set a preset. The
+ * library's threads block every signal but those that a fault of their own raises.
  */
 
 /** Switch the camera to night (mode 1) or day (mode 2). Called on the serial thread. */
@@ -86,7 +87,10 @@ typedef int (*SetDayNightModeCallBack)(int mode);
 typedef int (*SetLensPosition)(unsigned int zp, unsigned int fp);
 /** Give back the position kept last, or fail when there is none. Called once, at start-up. */
 typedef int (*GetLensPosition)(unsigned int *zp, unsigned int *fp);
-/** Keep the whole preset table. Called on the lens thread, or on the host's in SetPreset. */
+/**
+ * Keep the whole preset table. Called on the lens-control thread, or on the host's in
+ * AF_Mamager_SetPreset_API(); never twice at once, and the table does not change during the call.
+ */
 typedef int (*SetPresetInfo)(PRESET_INF *info);
 /** Fill the preset table, or fail when none is kept. Called once, at start-up. */
 typedef int (*GetPresetInfo)(PRESET_INF *info);
@@ -143,8 +147,8 @@ AUTOFOCUS_EXPORT int AF_Manager_Init_UsartFd_API(int fd);
  * and starts the lens-control and statistics threads. The file /tmp/afstartok exists when it is
  * done; the library never removes it.
  *
- * @return 0; -1 with a message when a thread cannot be created (what was started keeps running),
- *         and -1 for every call but the first, which starts nothing.
+ * @return 0; -1 with a message when a thread cannot be created: what was started keeps running, and
+ *         the next call creates what is missing. -1 without a message when nothing is missing.
  */
 AUTOFOCUS_EXPORT int AF_Manager_Start_API(void);
 
@@ -183,9 +187,11 @@ AUTOFOCUS_EXPORT int AF_Manager_SetFocusMode_API(int mode);
  *
  * @param preset  preset number, 0 to 254.
  * @return 0 when stored; -1 with a message when the number is 255, the position lies outside the
- *         travel limits or start-up has not come far enough, and -1 when the host's callback
- *         failed (then the table in memory has changed).
- * @context Any thread, after start-up. Blocks for as long as the host's callback does.
+ *         travel limits or start-up has not come far enough; -1 when the host's callback failed
+ *         (then the table in memory has changed); -1 with nothing changed when the callback of
+ *         another change has run for a second more, or at once from inside a preset callback.
+ * @context Any thread, after start-up. Blocks for as long as the host's callback does, and for a
+ *          second at most while another thread's change is with the host.
  */
 AUTOFOCUS_EXPORT int AF_Mamager_SetPreset_API(unsigned char preset);
 

@@ -154,7 +154,7 @@ AUTOFOCUS_EXPORT int lensMotorInterrupt(AF_CMD_em emCmd);
 /** Disarm the refocus trigger for CMD_MFMODE, arm it for any other value. */
 AUTOFOCUS_EXPORT void lensFocusMode(AF_CMD_em emCmd);
 
-/** Measure the infinity curve, then store CMD_NONE. Minutes. */
+/** Measure the infinity curve, then store CMD_NONE, unless another command has come. Minutes. */
 AUTOFOCUS_EXPORT void lensFocusLine(void);
 
 /** Ask the lens-control thread to end. Any thread. */
@@ -346,11 +346,14 @@ extern AUTOFOCUS_EXPORT Lens_RP_ST g_RPGroupInfo;
 
 /** Create the shared record and load the presets. @return 0, -1. */
 AUTOFOCUS_EXPORT int Lens_Init_PresetInfo(void);
+/* Both wait a second at most while another change is with the host's callback, then return -1 with
+ * nothing changed; at once from inside a preset callback. Any thread. */
 AUTOFOCUS_EXPORT int Lens_Set_Preset(int pst);   /**< @return 0; -1 with a message. */
 AUTOFOCUS_EXPORT int Lens_Clear_Preset(int pst); /**< @return the host's result; -1. */
 /** @return 0 when a move was attempted or none needed; -1 for a bad number or empty preset. */
 AUTOFOCUS_EXPORT int Lens_Goto_Preset(int pst);
-/** Act on shValue; leaves CMD_FOCUS after a direct zoom, else CMD_NONE. */
+/** Act on shValue; leaves CMD_FOCUS after a direct zoom, else CMD_NONE, unless the mailbox has
+ * changed meanwhile. */
 AUTOFOCUS_EXPORT void lensMotorPreset(AF_CMD_em emCmd);
 
 /* ==== Calibration runs: minutes, in front of a distant, detailed target ==== */
@@ -433,7 +436,8 @@ AUTOFOCUS_EXPORT void MS419XX_Printf_Register(void); /**< Read back and print. *
 /** Program @p type's channel for a 25 ms period. @return 0; -1 with a message, nothing written. */
 AUTOFOCUS_EXPORT int MS419XX_Set_PSUM_ICNT_Register(MS_Action_em type, unsigned char nStep,
                                                     MS_LED_em emLed);
-/** Program both channels for a period of column @p flag of the timing table. @return 0. */
+/** Program both channels for a period of column @p flag (0 or 1) of the timing table. @return 0; -1
+ * for another flag, nothing written. */
 AUTOFOCUS_EXPORT int MS419XX_Set_PSUM_ICNT_RegSync(int flag, MS_Action_em zType,
                                                    unsigned char zStep, MS_Action_em fType,
                                                    unsigned char fStep, MS_LED_em emLed);
@@ -448,7 +452,8 @@ AUTOFOCUS_EXPORT void MS419XX_Stop_MotorCD(void);
 /* VD pulses: each returns when its period has passed. */
 AUTOFOCUS_EXPORT void MS419XX_VDFZ(void); /**< 25000 us. */
 AUTOFOCUS_EXPORT void MS419XX_VDF(void);  /**< 10000 us. */
-/** Period from column @p flag of the timing table for the larger of the two steps. */
+/** Period from column @p flag of the timing table for the larger of the two steps; none for a flag
+ * other than 0 and 1. */
 AUTOFOCUS_EXPORT void MS419XX_VDZ(int flag, unsigned char zStep, unsigned char fStep);
 AUTOFOCUS_EXPORT void MS419XX_VDIR(void);         /**< Second VD line, 17000 us. */
 AUTOFOCUS_EXPORT void MS419XX_VD_Test(int delay); /**< @p delay us. */
@@ -484,7 +489,8 @@ AUTOFOCUS_EXPORT int Hisi_Gpio_Setdir(unsigned int num, unsigned int value);
 
 /* ==== Log, local socket, shared memory: for the host, without a caller in the library ==== */
 
-/** Append a time-stamped line to /tmp/aflog; a text above 107 bytes is cut, its line end kept. */
+/** Append a time-stamped line to /tmp/aflog, never through a link; a text above 107 bytes is cut,
+ * its line end kept. */
 AUTOFOCUS_EXPORT void aflog(char *buf);
 /** @return a listening Unix-domain socket at @p ser_path; -1. */
 AUTOFOCUS_EXPORT int Af_Create_Server(char *ser_path);

@@ -19,6 +19,7 @@ namespace vcam {
 
 static std::string traceFile;
 static std::string vcdFile;
+static std::string consoleFile;
 
 /// No handlers run: none of what they would take down is there yet.
 [[noreturn]] static void giveUp() {
@@ -34,6 +35,12 @@ static void require(bool isDone, const char *what) {
     giveUp();
 }
 
+/// Its content comes last, but whether there can be one is known from the first.
+static bool makeVcdFile() {
+    FILE *const file = vcdFile.empty() ? nullptr : fopen(vcdFile.c_str(), "we");
+    return vcdFile.empty() || (file != nullptr && fclose(file) == 0);
+}
+
 // The order: what the machine may refuse, then the devices, which read real files, and the clock
 // last, since from then on this thread's calls are answered by the boundary.
 void powerOn(const CameraOptions &options) {
@@ -41,34 +48,49 @@ void powerOn(const CameraOptions &options) {
     setenv("TZ", "UTC", 1);
     require(makeScratch(options.scratch), "the scratch folder");
     vcdFile = options.vcdFile;
+    consoleFile = options.consoleFile;
     const bool isTraceForVcd = options.traceFile.empty() && !vcdFile.empty();
     traceFile = isTraceForVcd ? scratchFolder() + "/trace.txt" : options.traceFile;
     require(openTrace(traceFile), "the trace file");
-    require(openConsole(options.consoleFile), "the console file");
+    require(openConsole(consoleFile), "the console file");
+    require(makeVcdFile(), "the waveform's file");
     powerOnSerialPort(options);
     require(reservePlaceholders(), "placeholder descriptors");
     if (!powerOnDevices(options)) {
         fprintf(stderr, "%s: not a PNG or JPEG picture\n", options.picture.c_str());
         giveUp();
     }
-    atexit(powerOff);
-    startClock(options.pace);
+    atexit([] { powerOff(); });
+    startClock(options.pace, options.tieSeed);
 }
 
-static void drawWaveform() {
+static bool requireWhole(bool isWhole, const std::string &file) {
+    if (!isWhole)
+        fprintf(stderr, "virtual camera: %s: can't be written: %s\n", file.c_str(),
+                strerror(errno));
+    return isWhole;
+}
+
+static bool drawWaveform() {
     std::string error;
     if (!vcdFile.empty() && !writeWaveform(traceFile, vcdFile, error))
         fprintf(stderr, "virtual camera: %s\n", error.c_str());
-    vcdFile.clear();
+    return error.empty();
 }
 
-void powerOff() {
+/// No waveform is drawn of half a trace.
+static bool writeFiles() {
+    const bool isTold = requireWhole(closeConsole(), consoleFile);
+    const bool isDrawn = requireWhole(closeTrace(), traceFile) && drawWaveform();
+    return isTold && isDrawn;
+}
+
+bool powerOff() {
     const Unobserved unobserved;
     stopClock();
-    flushConsole();
-    flushTrace();
-    drawWaveform();
+    static const bool areFilesWhole = writeFiles();
     removeOwnScratch();
+    return areFilesWhole;
 }
 
 } // namespace vcam

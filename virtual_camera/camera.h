@@ -12,9 +12,10 @@ namespace vcam {
 /// files cannot be made.
 void powerOn(const CameraOptions &options);
 
-/// Stop the clock for good, hand trace and console to their files and remove a scratch folder that
-/// nobody named. Runs at exit; who leaves with _exit calls it before. A camera that stopped by
-/// itself (clock/last_words.h) leaves its folder for whoever looks into it.
-void powerOff();
+/// Stop the clock for good, hand trace, console and waveform to their files and remove a scratch
+/// folder that nobody named. False, and said on standard error, when a file is not whole. Runs at
+/// exit; who leaves with _exit calls it before. A camera that stopped by itself
+/// (clock/last_words.h) leaves its folder for whoever looks into it.
+bool powerOff();
 
 } // namespace vcam

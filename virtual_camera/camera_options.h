@@ -9,9 +9,10 @@ namespace vcam {
 
 struct CameraOptions {
     uint64_t seed = 1;
-    int lensType = 1;    ///< 0: LENS_A wiring and travel, else LENS_B.
-    double pace = 0;     ///< Virtual seconds a real second; 0: unlimited.
-    std::string picture; ///< PNG or JPEG; empty: the generated scene.
+    int lensType = 1;     ///< 0: LENS_A wiring and travel, else LENS_B.
+    uint64_t tieSeed = 0; ///< Says who goes on first of those due at once; 0: the first registered.
+    double pace = 0;      ///< Virtual seconds a real second; 0: unlimited.
+    std::string picture;  ///< PNG or JPEG; empty: the generated scene.
     std::string serialPath = "/dev/virtual-serial"; ///< Opening it gives the serial port.
     std::string scratch;   ///< Folder that stands in for /tmp/af... and /mnt/flash/...
     std::string traceFile; ///< Empty: only the tail is kept, in memory.

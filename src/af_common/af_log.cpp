@@ -1,5 +1,7 @@
 #include "af_common/af_log.h"
 
+#include "platform/device_file.h"
+
 #include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
@@ -10,8 +12,10 @@ static const char kLogFile[] = "/tmp/aflog";
 static const mode_t kLogMode = 0666;
 static const int kLineSize = 128; // with the terminating NUL
 
+// Never through a link: in a folder that everybody may write to, somebody's link would have the
+// camera create and fill a file anywhere.
 void aflog(char *buf) {
-    const int fd = open(kLogFile, O_RDWR | O_CREAT | O_APPEND, kLogMode);
+    const int fd = openAboveStandard(kLogFile, O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW, kLogMode);
     if (fd < 0) {
         perror("open /tmp/aflog error:\n");
         return;

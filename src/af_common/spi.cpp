@@ -1,4 +1,5 @@
 #include "af_common/spi.h"
+#include "platform/device_file.h"
 #include "platform/shared_word.h"
 
 #include <fcntl.h>
@@ -28,7 +29,7 @@ static void requestSetting(int fd, unsigned int request, void *setting, const ch
 }
 
 int SPI_Init(void) {
-    const int fd = open(kSpiDevice, O_RDWR);
+    const int fd = openAboveStandard(kSpiDevice, O_RDWR);
     storeWord(&g_SPIFd, fd);
     if (fd < 0) {
         puts("__can't open spi device");

@@ -6,6 +6,9 @@
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motor_claim.h"
 #include "af_ms419xx/ms419xx.h"
+#include "platform/device_file.h"
+#include "platform/library_thread.h"
+#include "platform/shared_word.h"
 #include "platform/trace.h"
 
 #include <fcntl.h>
@@ -23,7 +26,8 @@ static int afInfoInit(void) {
 
 // Never through a link that somebody has left there, and never touching a file that exists.
 static void createMarker() {
-    const int fd = open(kMarker, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, kMarkerMode);
+    const int fd =
+        openAboveStandard(kMarker, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, kMarkerMode);
     if (fd >= 0)
         close(fd);
 }
@@ -43,16 +47,33 @@ static void startLens() {
     releaseMotors();
 }
 
+// The two threads that run a camera. The second is created even if the first cannot be.
+static int lensThreadsTried = 0;
+static bool controlRuns = false;
+static bool statisticsRuns = false;
+
+bool lacksLensThreads() {
+    return loadWord(&lensThreadsTried) == 1 && !(controlRuns && statisticsRuns);
+}
+
+bool startLensThreads() {
+    if (!controlRuns)
+        controlRuns = startLibraryThread(thLensCtrl) == 0;
+    if (!statisticsRuns)
+        statisticsRuns = startLibraryThread(afvManageThread) == 0;
+    if (controlRuns && statisticsRuns)
+        return true;
+    printf("__%s____Create Control Thread Failure____\n", "afStartThread");
+    return false;
+}
+
 void *afStartThread(void *) {
     pthread_detach(pthread_self());
     printf("__________%s__________\n", __func__);
     afInfoInit();
     startLens();
-    pthread_t thread;
-    const int controlFailed = pthread_create(&thread, nullptr, thLensCtrl, nullptr);
-    const int statisticsFailed = pthread_create(&thread, nullptr, afvManageThread, nullptr);
-    if (controlFailed != 0 || statisticsFailed != 0)
-        printf("__%s____Create Control Thread Failure____\n", __func__);
+    startLensThreads();
+    storeWord(&lensThreadsTried, 1);
     sleep(1);
     afStartOk();
     return nullptr;

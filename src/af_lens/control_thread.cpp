@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 static const useconds_t kPollUs = 50000;
+static const int kMostWithoutPeriod = 16; // dispatches of one chain
 
 int gLensCtrl = 0;
 
@@ -69,14 +70,14 @@ static Next dispatch(unsigned int command) {
         return runAutofocus(CMD_FSTOP);
     case CMD_FLINE:
         lensFocusMode(CMD_MFMODE);
-        lensFocusLine();
+        obeyCalibration(command);
         return kDone;
     case CMD_SPST:
     case CMD_CAPST:
     case CMD_CLPST:
     case CMD_DZF:
         lensFocusMode(CMD_MFMODE);
-        lensMotorPreset(static_cast<AF_CMD_em>(command));
+        obeyPresetCommand(static_cast<AF_CMD_em>(command), {command, readMailbox().value});
         return kDone;
     case CMD_FSTOP:
         return kDone;
@@ -91,25 +92,20 @@ static Next dispatch(unsigned int command) {
     }
 }
 
-// Dispatch a command and whatever it asks for at once. A chain that comes back to a command without
-// a VD period since would never end and never sleep: it goes back to the poll instead.
+// Dispatch a command and whatever it asks for at once. Handlers that move nothing could ask for one
+// another for ever without sleeping: after so many the chain goes back to the poll.
 static void runChain(unsigned int command) {
-    unsigned int dispatched = 0; // one bit a command
+    int withoutPeriod = 0;
     unsigned int periods = countVdPeriods();
-    for (;;) {
-        const unsigned int idle = CMD_NONE;
-        const unsigned int bit = 1u << (command < idle ? command : idle);
+    for (Next next = {true, command}; next.again; command = next.command) {
         if (countVdPeriods() != periods) {
             periods = countVdPeriods();
-            dispatched = 0;
+            withoutPeriod = 0;
         }
-        if ((dispatched & bit) != 0)
+        if (withoutPeriod == kMostWithoutPeriod)
             return;
-        dispatched |= bit;
-        const Next next = dispatch(command);
-        if (!next.again)
-            return;
-        command = next.command;
+        withoutPeriod += 1;
+        next = dispatch(command);
     }
 }
 

@@ -1,13 +1,13 @@
 #include "af_lens/motor_claim.h"
 
-#include "platform/shared_word.h"
+#include "platform/claim.h"
 
-static int motorsClaimed = 0;
+static Claim motors;
 
 bool claimMotors() {
-    return exchangeWord(&motorsClaimed, 0, 1);
+    return takeClaim(&motors);
 }
 
 void releaseMotors() {
-    storeWord(&motorsClaimed, 0);
+    giveBackClaim(&motors);
 }

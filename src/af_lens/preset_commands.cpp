@@ -27,23 +27,26 @@ static void clearPreset(unsigned int value) {
     TRACE_TEXT_OF("lensMotorPreset", "Disable Autofocus Check.");
 }
 
-void lensMotorPreset(AF_CMD_em emCmd) {
-    const unsigned int value = readCommandArgument();
+void obeyPresetCommand(AF_CMD_em emCmd, MailboxContent seen) {
     bool refocus = false;
     switch (emCmd) {
     case CMD_SPST:
-        Lens_Set_Preset(static_cast<int>(value));
+        Lens_Set_Preset(static_cast<int>(seen.value));
         break;
     case CMD_CAPST:
-        callPreset(value);
+        callPreset(seen.value);
         break;
     case CMD_CLPST:
-        clearPreset(value);
+        clearPreset(seen.value);
         break;
     default: // CMD_DZF
-        refocus = Lens_Direct_ZFPosition(static_cast<unsigned short>(value & 0xFFFF),
-                                         static_cast<unsigned short>(value >> 16)) != 0;
+        refocus = Lens_Direct_ZFPosition(static_cast<unsigned short>(seen.value & 0xFFFF),
+                                         static_cast<unsigned short>(seen.value >> 16)) != 0;
         break;
     }
-    Lens_Set_Command(refocus ? CMD_FOCUS : CMD_NONE);
+    leaveFollowUpOf(seen, refocus ? CMD_FOCUS : CMD_NONE);
+}
+
+void lensMotorPreset(AF_CMD_em emCmd) {
+    obeyPresetCommand(emCmd, readMailbox());
 }

@@ -2,4 +2,9 @@
 // refocus trigger, clearing it disables the trigger.
 #pragma once
 
+#include "af_lens/model/mailbox.h"
 #include "autofocus_service.h"
+
+/// Act on the argument of @p seen and leave the follow-up code in its place; a command that has
+/// come meanwhile stays.
+void obeyPresetCommand(AF_CMD_em emCmd, MailboxContent seen);

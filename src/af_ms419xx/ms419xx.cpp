@@ -114,6 +114,8 @@ int MS419XX_Set_PSUM_ICNT_Register(MS_Action_em type, unsigned char nStep, MS_LE
 
 int MS419XX_Set_PSUM_ICNT_RegSync(int flag, MS_Action_em zType, unsigned char zStep,
                                   MS_Action_em fType, unsigned char fStep, MS_LED_em emLed) {
+    if (!isTimingColumn(flag))
+        return -1;
     const unsigned int total = static_cast<unsigned int>(PSUMXICNTGet(flag, maxOf(zStep, fStep)));
     if (isZoom(zType))
         programZoom(zType, zStep, total, emLed);
@@ -160,7 +162,8 @@ void MS419XX_VDF(void) {
 }
 
 void MS419XX_VDZ(int flag, unsigned char zStep, unsigned char fStep) {
-    pulseVd(kPinVd, static_cast<unsigned int>(PSUMXICNTGet(flag, maxOf(zStep, fStep))));
+    if (isTimingColumn(flag))
+        pulseVd(kPinVd, static_cast<unsigned int>(PSUMXICNTGet(flag, maxOf(zStep, fStep))));
 }
 
 void MS419XX_VDIR(void) {

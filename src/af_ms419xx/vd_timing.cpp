@@ -15,6 +15,8 @@ const MS_VDTime_ST g_VDTAndStep[7] = {
 static const int kLongestTotal = 45076; // for steps beyond the table
 
 int PSUMXICNTGet(int flag, unsigned char step) {
+    if (!isTimingColumn(flag))
+        return kLongestTotal;
     for (const MS_VDTime_ST *row = g_VDTAndStep; row->step[flag] != 0; ++row)
         if (row->step[flag] >= step)
             return static_cast<int>(row->psumxintct);

@@ -9,3 +9,8 @@ extern "C" {
 /// Period total for @p step steps from column @p flag (0 first period of a soft start, 1 running).
 int PSUMXICNTGet(int flag, unsigned char step);
 }
+
+/// Whether the table has a column @p flag.
+inline bool isTimingColumn(int flag) {
+    return flag == 0 || flag == 1;
+}

@@ -10,6 +10,8 @@
 #include "af_lens/model/zoom_ratio.h"
 #include "autofocus/osd_text.h"
 #include "autofocus/settings.h"
+#include "platform/claim.h"
+#include "platform/library_thread.h"
 #include "platform/shared_word.h"
 #include "sony/serial_thread.h"
 
@@ -23,7 +25,12 @@ static const int kReportedNight = 1;
 static const int kReportedDay = 2;
 static const unsigned int kFilterSettleSeconds = 2;
 
-static int started = 0;
+// How far the start has come; under the claim.
+static Claim starting;
+static const int kLongestStartMs = 10000;
+static bool serialRuns = false;
+static bool startUpRuns = false;
+
 static int af_relate_frame = 0;
 
 static bool isSwitch(int value) {
@@ -36,20 +43,36 @@ static bool isSpeed(int value) {
 
 // ---- Start and stop ----
 
-int AF_Manager_Start_API(void) {
-    if (!exchangeWord(&started, 0, 1))
+static bool startOnce(bool *runs, void *(*body)(void *)) {
+    if (!*runs)
+        *runs = startLibraryThread(body) == 0;
+    return *runs;
+}
+
+// What a former start could not create, and nothing twice.
+static int startWhatIsMissing() {
+    if (serialRuns && startUpRuns && !lacksLensThreads())
         return -1;
-    pthread_t thread;
-    if (pthread_create(&thread, nullptr, SonyViscaProtocol, nullptr) != 0) {
+    if (!startOnce(&serialRuns, SonyViscaProtocol)) {
         puts("AF_Manager_Start create SonyViscaProtocol failure !");
         return -1;
     }
-    if (pthread_create(&thread, nullptr, afStartThread, nullptr) != 0) {
+    if (!startOnce(&startUpRuns, afStartThread)) {
         puts("AF_Manager_Start create afStartThread failure !");
         return -1;
     }
+    if (lacksLensThreads() && !startLensThreads())
+        return -1;
     puts("AF_Manager_Start Success !");
     return 0;
+}
+
+int AF_Manager_Start_API(void) {
+    if (!awaitClaim(&starting, kLongestStartMs))
+        return -1;
+    const int result = startWhatIsMissing();
+    giveBackClaim(&starting);
+    return result;
 }
 
 void AF_Manager_Stop_API(void) {

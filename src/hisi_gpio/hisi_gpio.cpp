@@ -1,5 +1,7 @@
 #include "hisi_gpio/hisi_gpio.h"
 
+#include "platform/device_file.h"
+
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/ioctl.h>
@@ -14,7 +16,7 @@ int Hisi_Gpio_Option(unsigned int num, GPIO_CMD_EM cmd, unsigned int value) {
     info.bitnumber = (num - 1) % kPinsPerGroup;
     info.value = value;
 
-    const int fd = open(kGpioDevice, O_RDONLY);
+    const int fd = openAboveStandard(kGpioDevice, O_RDONLY);
     if (fd < 0) {
         perror("open hi_gpio");
         return -1;

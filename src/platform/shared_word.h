@@ -16,10 +16,24 @@ template <typename Word> inline void storeWord(Word *word, typename SameWord<Wor
     __atomic_store(word, &value, __ATOMIC_RELEASE);
 }
 
-/// Store @p value only if the word holds @p expected; true when it did.
+/**
+ * Store @p value only if the word holds @p expected; true when it did.
+ *
+ * exchangeWord(word, value, value) asks whether the word still holds a value after stores to other
+ * words. A load would not do: the processor may load before it stores.
+ */
 template <typename Word>
 inline bool exchangeWord(Word *word, typename SameWord<Word>::Type expected,
                          typename SameWord<Word>::Type value) {
     return __atomic_compare_exchange(word, &expected, &value, false, __ATOMIC_ACQ_REL,
                                      __ATOMIC_ACQUIRE);
+}
+
+/// Store @p value by an exchange, so that it comes either before whoever asks for the former value
+/// as above, and fails, or after all that he has stored.
+template <typename Word> inline void replaceWord(Word *word, typename SameWord<Word>::Type value) {
+    Word former;
+    do {
+        former = loadWord(word);
+    } while (!exchangeWord(word, former, value));
 }

@@ -15,6 +15,7 @@
 static const int kBufferSize = 32;
 static const time_t kSelectSeconds = 3;
 static const useconds_t kQuietPortUs = 10000;
+static const useconds_t kDeadPortUs = 1000000;
 
 enum PortState { kPortReadable, kPortQuiet, kPortFailed };
 
@@ -57,16 +58,27 @@ static void processFrame(char *buffer, int length, int type) {
         SonyViscaProcess(frame, length);
 }
 
-static void serveFrame(int fd) {
+// A port that was hung up is readable for ever and has nothing: it is looked at less and less
+// often, and as before once it has given a byte.
+static void restBetweenFrames(int started, useconds_t *pauseUs) {
+    if (started > 0) {
+        *pauseUs = kQuietPortUs;
+        return;
+    }
+    usleep(*pauseUs);
+    *pauseUs = *pauseUs < kDeadPortUs / 2 ? 2 * *pauseUs : kDeadPortUs;
+}
+
+static void serveFrame(int fd, useconds_t *pauseUs) {
     char buffer[kBufferSize];
     memset(buffer, 0, sizeof buffer);
     const int started = RecvVISCACmd(fd, buffer, kFrameStart);
     if (started < kFrameStart) {
         PrintfVISCA(buffer, started);
-        if (started == 0)
-            usleep(kQuietPortUs); // a port that was hung up is readable for ever
+        restBetweenFrames(started, pauseUs);
         return;
     }
+    *pauseUs = kQuietPortUs;
     int type = kViscaGeneral;
     const int due = CheckVISCACmd(buffer, kFrameStart, &type);
     if (due < 0) {
@@ -90,10 +102,11 @@ void *SonyViscaProtocol(void *) {
         printf("__%s____ create failure ____\n", __func__);
     } else {
         printf("__%s____ create success____\n", __func__);
+        useconds_t pauseUs = kQuietPortUs;
         for (PortState state = kPortQuiet; state != kPortFailed;) {
             state = waitForPort(fd);
             if (state == kPortReadable)
-                serveFrame(fd);
+                serveFrame(fd, &pauseUs);
         }
     }
     printf("\n\n\n\n__%s____ Quit ____\n\n\n\n", __func__);

@@ -10,7 +10,7 @@
 namespace fuzzed {
 
 constexpr int kPort = 200;
-constexpr unsigned kNothingStored = 1000;
+constexpr unsigned kNothingStored = 0xFFFFFFFF; // neither a command nor a position of 16 bits
 constexpr size_t kMostSent = 1 << 20;
 
 static const uint8_t *toRead;

@@ -3,7 +3,11 @@
 #include "scenario.h"
 
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <set>
+#include <unistd.h>
 
 #include "boundary/faults.h"
 #include "boundary/redirect.h"
@@ -28,7 +32,16 @@ TEST(ApiStart, library_that_nobody_has_started_has_its_settings_and_refuses_comm
     });
 }
 
-TEST(ApiStart, only_the_first_start_counts_and_a_thread_that_cannot_be_created_is_reported) {
+static std::set<std::string> threadsStarted() {
+    std::set<std::string> names;
+    for (const Event &event : events("clock", "start"))
+        names.insert(event.get("thread"));
+    return names;
+}
+
+TEST(ApiStart, start_after_a_failed_one_creates_what_is_missing_and_no_thread_twice) {
+    const std::set<std::string> all = {"SonyViscaProtocol", "afStartThread", "thLensCtrl",
+                                       "afvManageThread"};
     const struct {
         int created; // threads that still start
         int result;
@@ -43,15 +56,45 @@ TEST(ApiStart, only_the_first_start_counts_and_a_thread_that_cannot_be_created_i
         run([&] {
             vcam::failCalls("pthread_create", "", 1, EAGAIN, row.created);
             EXPECT_EQ(AF_Manager_Start_API(), row.result);
-            EXPECT_EQ(AF_Manager_Start_API(), -1);
             passMs(20000);
             EXPECT_EQ(countSaid(row.said), 1);
             EXPECT_EQ(countSaid("AF_Manager_Start Success !"), row.result == 0 ? 1 : 0);
             const size_t started = row.created == 2 ? 3 : size_t(row.created); // statistics too
-            EXPECT_EQ(events("clock", "start").size(), started);
+            EXPECT_EQ(threadsStarted().size(), started);
             EXPECT_EQ(std::filesystem::exists(markerPath()), row.result == 0);
+            vcam::failCalls("pthread_create", "", 1, EAGAIN);
+            EXPECT_EQ(AF_Manager_Start_API(), -1);
+            EXPECT_EQ(countSaid(row.said), row.created < 4 ? 2 : 1);
+            vcam::clearFaults();
+            EXPECT_EQ(AF_Manager_Start_API(), row.created < 4 ? 0 : -1);
+            passMs(20000);
+            EXPECT_EQ(threadsStarted(), all);
+            EXPECT_EQ(events("clock", "start").size(), all.size());
+            const size_t lines = consoleLines().size();
+            EXPECT_EQ(AF_Manager_Start_API(), -1);
+            EXPECT_EQ(consoleLines().size(), lines);
         });
     }
+}
+
+// A signal that the host handles would end the serial thread's select, and with it serial control.
+TEST(ApiStart, librarys_threads_leave_the_hosts_signals_to_the_host_and_keep_their_own_faults) {
+    run([] {
+        startAndSettle();
+        int libraryThreads = 0;
+        for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
+            uint64_t blocked = 0;
+            std::ifstream status(task.path() / "status");
+            for (std::string word; status >> word;)
+                if (word == "SigBlk:")
+                    status >> std::hex >> blocked;
+            const auto isBlocked = [&](int signal) { return (blocked >> (signal - 1) & 1) != 0; };
+            const bool isHost = task.path().filename() == std::to_string(getpid());
+            EXPECT_EQ(isBlocked(SIGUSR1) && isBlocked(SIGTERM) && isBlocked(SIGALRM), !isHost);
+            libraryThreads += !isHost && !isBlocked(SIGSEGV) && !isBlocked(SIGBUS) ? 1 : 0;
+        }
+        EXPECT_GE(libraryThreads, 3);
+    });
 }
 
 TEST(ApiStart, marker_appears_a_second_after_the_threads_and_never_through_a_link) {

@@ -96,6 +96,15 @@ TEST(Boundary, paths_of_the_camera_lead_into_the_scratch_folder) {
     });
 }
 
+TEST(Boundary, server_takes_the_place_of_one_that_has_gone_and_left_its_socket) {
+    run([] {
+        char path[] = "/tmp/af_socket";
+        EXPECT_EQ(closeNew(Af_Create_Server(path)), 0);
+        EXPECT_EQ(closeNew(Af_Create_Server(path)), 0);
+        EXPECT_TRUE(isReallyThere(vcam::scratchFolder() + path));
+    });
+}
+
 TEST(Boundary, serial_line_keeps_bytes_in_order_wakes_its_waiters_and_ends_with_a_hang_up) {
     run([] {
         const int serial = vcam::serialDescriptor();

@@ -49,9 +49,10 @@ TEST(Calibration, every_grid_point_is_in_focus_and_the_host_gets_the_curve) {
             std::ofstream(vcam::scratchFolder() + fMPosition) << "stale";
             EXPECT_EQ(AF_Manager_LockFocus_API(), 0);
             passMs(20000);
-            command(CMD_TELE); // nothing stops the run, and its end forgets this
-            waitForRunToEnd();
-            EXPECT_EQ(host().savedFocusLines, 1);
+            command(CMD_MFMODE); // nothing stops the run, and its end leaves this
+            waitUntil([] { return host().savedFocusLines == 1; }, kRunLimitS, "the run is over");
+            passMs(20000);
+            EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_MFMODE));
             const FOCUS_POINT line = host().focusLine;
             for (int tag = 0; tag < 16; ++tag)
                 for (int quarter = 0; quarter < (tag < 7 || tag == 15 ? 1 : 4); ++quarter)
@@ -69,6 +70,11 @@ TEST(Calibration, every_grid_point_is_in_focus_and_the_host_gets_the_curve) {
             EXPECT_EQ(FM_Step_Run[0][0], line.focus[0][0] - line.focus[0][1]);
             const unsigned wide = line.focus[0][0];
             EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, wide));
+            EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shRZPosition), 0);
+            EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shRFPosition), Lens_Map_FPosition(wide));
+            char osd[AF_OSD_TEXT_SIZE] = "";
+            AF_Manager_Get_OSDData_API(osd);
+            EXPECT_STREQ(osd, "X01");
             EXPECT_EQ(countSaid("ZM_Local: 10984 FM_Local: " + std::to_string(wide)), 1); // passing
             EXPECT_NE(access(fMPosition, F_OK), 0);
             expectSound();

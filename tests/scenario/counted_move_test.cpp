@@ -10,23 +10,6 @@
 
 using namespace scenario;
 
-// ---- From the photo-interrupters to a destination ----
-
-TEST(CountedMove, each_axis_ramps_carries_its_remainder_and_holds_while_the_other_goes_on) {
-    run([] {
-        startParked();
-        ASSERT_EQ(Lens_Check_PIPosition(), 0);
-        const int64_t startUs = vcam::nowUs();
-        Lens_To_Destination(16764, 11660); // 20 toward tele, 300 toward far
-        EXPECT_EQ(motorText(startUs), "24=0414 25=0582 29=0520 2a=0371 VD 25000\n" // 20 and 32
-                                      "24=0600 29=0530 2a=024b VD 25000\n"         // 48
-                                      "29=0540 2a=01b8 VD 25000\n"                 // 64
-                                      "29=0550 2a=0160 VD 25000\n"                 // 80
-                                      "29=054c 2a=0173 VD 25000\n"                 // the 76 left
-                                      "29=0600 VD 25000\n");
-    });
-}
-
 /// @p first steps in the first period, 16 more in each next one, in the last one what is left.
 static std::vector<int> ramp(int way, int first = 32, int most = 128) {
     std::vector<int> runs;
@@ -63,43 +46,30 @@ TEST(CountedMove, way_to_any_destination_is_cut_to_the_limits_and_takes_the_fewe
     });
 }
 
-// ---- Focus-only moves ----
-
-TEST(FocusRun, uninterrupted_move_ramps_by_16_and_ends_with_the_brake) {
+TEST(FocusRun, move_ramps_by_16_ends_with_the_brake_and_heeds_a_command_after_the_period_in_hand) {
     run([] {
         startParked();
+        const std::string ramped = "29=0510 2a=02c1 VD 10000\n29=0520 2a=0160 VD 10000\n"
+                                   "29=0530 2a=00eb ";
         const int64_t startUs = vcam::nowUs();
         EXPECT_EQ(lensMotorFocusRunSteps(MS_F_FAR, 100), 0);
         EXPECT_EQ(lensMotorFocusRunSteps(MS_F_NEAR, 0), 0); // moves nothing
-        EXPECT_EQ(motorText(startUs), "29=0510 2a=02c1 VD 10000\n"
-                                      "29=0520 2a=0160 VD 10000\n"
-                                      "29=0530 2a=00eb VD 10000\n"
-                                      "29=0504 2a=0b04 VD 10000\n"
-                                      "29=0600 VD 10000\n");
+        EXPECT_EQ(motorText(startUs),
+                  ramped + "VD 10000\n29=0504 2a=0b04 VD 10000\n29=0600 VD 10000\n");
         EXPECT_EQ(countSaid("Stop and fSteps:0.", startUs), 1);
         for (const int steps : {1, 16, 17, 47, 48, 95, 200}) {
             const int64_t nextUs = vcam::nowUs();
             EXPECT_EQ(lensMotorFocusRunSteps(MS_F_NEAR, steps), 0);
             EXPECT_EQ(motorRuns("CD", nextUs), ramp(-steps, 16, 48));
         }
-        expectSound();
-    });
-}
-
-TEST(FocusRun, command_stops_it_after_the_period_in_hand_and_keeps_the_next_one_still) {
-    run([] {
-        startParked();
         command(CMD_FSTOP); // stands too, and does not interrupt focusing
         std::thread other([] { passMs(15), command(CMD_MFMODE); });
-        const int64_t startUs = vcam::nowUs();
+        const int64_t stoppedUs = vcam::nowUs();
         EXPECT_EQ(lensMotorFocusRun(MS_F_FAR, 1000), 1);
         EXPECT_EQ(lensMotorFocusRun(MS_F_FAR, 100), 1); // the command is still there
         other.join();
-        EXPECT_EQ(motorText(startUs), "29=0510 2a=02c1 VD 10000\n"
-                                      "29=0520 2a=0160 VD 10000\n"
-                                      "29=0530 2a=00eb 29=0600 VD 10000\n");
-        EXPECT_EQ(countSaid("Stop and fSteps:100.", startUs), 1);
-        EXPECT_EQ(loadWord(&FM_Step_Local), 12282u);
+        EXPECT_EQ(motorText(stoppedUs), ramped + "29=0600 VD 10000\n");
+        EXPECT_EQ(countSaid("Stop and fSteps:100.", stoppedUs), 1);
         expectSound();
     });
 }

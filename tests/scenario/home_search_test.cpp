@@ -1,4 +1,5 @@
-// The search for the photo-interrupters: each pass word by word, and the sensors that fail it.
+// The search for the photo-interrupters: each pass word by word, the sensors that fail it, and the
+// search on command.
 #include "scenario.h"
 
 #include <fstream>
@@ -16,6 +17,8 @@ static const int64_t kSearchUs = 545000; // the driver is set up
 
 TEST(HomeSearch, edge_is_left_crossed_fast_crossed_back_slowly_and_approached_step_by_step) {
     const std::string text =
+        "wait 520000\n" // pad 500 ms, reset 20 ms
+        "20=0f02 23=6c6c 28=6c6c 22=0002 24=0600 25=1ab5 27=0002 29=0600 2a=1ab5 VD 25000\n"
         "29=0e00 VD 25000\nwait 500000\n"                           // lights the zoom's sensor
         "24=0410 25=06e2 VD 25000\n24=0600 VD 25000\nwait 500000\n" // to 16756: reads 0, was 1
         "24=0510 25=06e2 VD 25000\n24=0600 VD 25000\nwait 500000\n" // to 16740
@@ -30,19 +33,8 @@ TEST(HomeSearch, edge_is_left_crossed_fast_crossed_back_slowly_and_approached_st
         "24=0520 25=0371 29=0520 2a=0371 VD 25000\n"; // the way to the park position
     run(startAt(16740, 11362), [&] {
         startParked();
-        EXPECT_EQ(motorText(kSearchUs).substr(0, text.size()), text);
+        EXPECT_EQ(motorText().substr(0, text.size()), text);
         EXPECT_EQ(countSaid("Check ZPI Success.") + countSaid("Check FPI Success."), 2);
-        expectSound();
-    });
-}
-
-TEST(HomeSearch, fast_pass_ramps_by_8_to_128_and_the_next_one_begins_at_16) {
-    run(startAt(15300, 11800), [] {
-        startParked();
-        std::vector<int> runs = motorRuns("AB", kSearchUs);
-        runs.resize(19);
-        EXPECT_EQ(runs, (std::vector<int>{16, 24, 32, 40, 48, 56, 64, 72, 80, 88, 96, 104, 112, 120,
-                                          128, 128, 128, 128, -16}));
         expectSound();
     });
 }
@@ -117,4 +109,51 @@ TEST(HomeSearch, edge_lost_in_a_later_pass_fails_at_its_bound_and_the_second_sea
             EXPECT_EQ(vcam::truePosition(vcam::Axis::Zoom), 10216);
         });
     }
+}
+
+// ---- On command ----
+
+/// Run a reset to its end and keep the autofocus run that it asks for from starting.
+static void resetAndRest(AF_CMD_em code) {
+    command(code);
+    waitUntil([] { return Lens_Get_Command() == CMD_FOCUS; }, 60, "the reset asks for a run");
+    command(CMD_MFMODE);
+    passMs(60);
+}
+
+TEST(Reset, lens_parks_or_goes_back_to_where_its_counters_stood) {
+    const struct {
+        AF_CMD_em code;
+        const char *said;
+        unsigned zoom, focus;
+        int zoom16;
+    } rows[] = {{CMD_RESET, "cmd: 5", 10216, 12234, 0}, {CMD_RST, "cmd: 12", 13000, 11900, 11037}};
+    run([&] {
+        startParked();
+        for (const auto &row : rows) {
+            SCOPED_TRACE(row.said);
+            placeLens(13000, 11900);
+            FM_Focus_Flag = 1; // a return point that the reset drops
+            vcam::placeAt(vcam::Axis::Zoom, 13025);
+            vcam::placeAt(vcam::Axis::Focus, 11870);
+            resetAndRest(row.code);
+            EXPECT_EQ(countSaid(row.said), 1);
+            EXPECT_EQ(FM_Focus_Flag, 0u);
+            EXPECT_EQ(host().savedPositions.back(), std::make_pair(row.zoom, row.focus));
+            unsigned short zoom16 = 1;
+            EXPECT_EQ(lensGetZMapPosition(&zoom16), 0);
+            EXPECT_EQ(zoom16, row.zoom16);
+            expectSound(); // the counters are true again
+        }
+        FM_Focus_Flag = 1;
+        Lens_Reset();
+        EXPECT_EQ(FM_Focus_Flag, 0u);
+        expectSound();
+        placeLens(13000, 11900);
+        vcam::stickPhotoInterrupter(vcam::Axis::Zoom, 1);
+        resetAndRest(CMD_RESET);
+        EXPECT_EQ(countSaid("Failure."), 1);
+        // The way to park, added to where the counters stood: 13000 - 6528 and 11900 + 874.
+        EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, 12774u));
+    });
 }

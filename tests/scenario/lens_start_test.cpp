@@ -11,23 +11,23 @@ using namespace scenario;
 TEST(LensStart, stored_position_is_remembered_or_refused_as_a_whole_and_never_driven_to) {
     const std::string none = "Lens_Read_ZFLocation Error!";
     const struct {
-        int lens, sensor;
+        int lens, sensor, zoomStart, focusStart;
         unsigned stored; // zoom position with the focus at 11000; 0: none
         unsigned lockStart, parkedZoom, parkedFocus, rememberedZoom, rememberedFocus;
         std::string said;
     } rows[] = {
-        {LENS_B, 2, 0, 12533, 10216, 12234, 20488, 12234, none},
-        {LENS_B, 1, 0, 13120, 10216, 12320, 20488, 12320, none},
-        {LENS_A, 2, 0, 12922, 10000, 12234, 20080, 12234, none},
-        {LENS_A, 1, 0, 13288, 10000, 12320, 20080, 12320, none},
-        {LENS_B, 2, 15000, 12533, 10216, 12234, 15000, 11000, "ZM_Local: 10216 FM_Local: 12234"},
-        {LENS_B, 2, 10215, 12533, 10216, 12234, 20488, 12234, "Invaled zp: 10215 fp: 11000."},
+        {LENS_B, 2, 21040, 14880, 0, 12533, 10216, 12234, 20488, 12234, none},
+        {LENS_B, 1, 16745, 11359, 0, 13120, 10216, 12320, 20488, 12320, none},
+        {LENS_A, 2, 10000, 14384, 0, 12922, 10000, 12234, 20080, 12234, none},
+        {LENS_A, 1, 20272, 10000, 0, 13288, 10000, 12320, 20080, 12320, none},
+        {LENS_B, 2, 10000, 10000, 15000, 12533, 10216, 12234, 15000, 11000,
+         "ZM_Local: 10216 FM_Local: 12234"},
+        {LENS_B, 2, 16744, 11360, 10215, 12533, 10216, 12234, 20488, 12234,
+         "Invaled zp: 10215 fp: 11000."},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(testing::Message() << "lens " << row.lens << ", sensor " << row.sensor);
-        vcam::CameraOptions options;
-        options.lensType = row.lens;
-        run(options, [&] {
+        run(startAt(row.zoomStart, row.focusStart, row.lens), [&] {
             g_LensType = row.lens;
             g_SensType = row.sensor;
             host().hasPosition = row.stored != 0;
@@ -62,6 +62,10 @@ TEST(LensStart, curve_that_the_host_left_zero_or_garbage_drives_no_axis_out_of_i
             command(CMD_ZSTOP); // and its autofocus run
             waitIdle();
             EXPECT_EQ(loadWord(&ZM_Step_Local), 10600u);
+            command(CMD_DZF, gPositionMap[15][0]); // tele, where it counts as having been before
+            waitUntil([] { return Lens_Get_Command() != CMD_DZF; }, 60, "it is restored");
+            EXPECT_EQ(loadWord(&ZM_Step_Local), 20488u);
+            EXPECT_EQ(loadWord(&FM_Step_Local), entry == 0 ? 10000u : 14868u);
             expectSound();
         });
     }

@@ -92,7 +92,8 @@ TEST(Mailbox, chain_after_an_autofocus_run_depends_on_the_command_that_started_i
         {CMD_FOCUS, {CMD_FSTOP}, 10000, 1, 1},
         {CMD_FOCUS, {CMD_FOCUS, CMD_FOCUS, CMD_NONE}, 10000, 3, 1},
         {CMD_FOCUS, {CMD_ZSTOP, CMD_FSTOP}, 10000, 2, 0},
-        {CMD_FOCUS, {CMD_FOCUS, CMD_FOCUS}, 0, 1, 0}, // no period: back to the poll
+        {CMD_FOCUS, {CMD_FOCUS, CMD_FOCUS, CMD_NONE}, 0, 3, 1},
+        {CMD_FOCUS, std::vector<unsigned>(20, CMD_FOCUS), 0, 16, 0}, // then back to the poll
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.handBacks));

@@ -25,7 +25,8 @@ static int64_t request(unsigned flag, unsigned step, unsigned vdfz, size_t store
     return startUs;
 }
 
-TEST(ManualThread, focus_moves_one_group_more_than_asked_a_frame_each_within_its_limits) {
+TEST(ManualThread,
+     focus_moves_one_group_more_than_asked_a_frame_each_and_zoom_as_often_at_the_vd_rate) {
     const struct {
         unsigned focus, flag, step, vdfz;
         std::vector<int> groups;
@@ -49,14 +50,7 @@ TEST(ManualThread, focus_moves_one_group_more_than_asked_a_frame_each_within_its
                 EXPECT_EQ(group.timeUs, frameUs += kFrameUs);
             expectSound();
         }
-    });
-}
-
-TEST(ManualThread, zoom_moves_exactly_as_often_as_asked_at_the_vd_rate) {
-    run([] {
-        startParked();
         placeLens(10984, 12106);
-        startThread();
         EXPECT_EQ(motorText(request(2, 32, 3)), "24=0420 25=0371 VD 25000\nVD 25000\nVD 25000\n"
                                                 "24=0600 29=0600 VD 25000\n");
         EXPECT_EQ(motorText(request(1, 32, 0xFFFFFFFF)),

@@ -1,7 +1,6 @@
 // Pictures in the place of the generated scene: which are taken, and where in the view they lie.
 #include "scenario.h"
 
-#include "optics/picture.h"
 #include "optics/scene_view.h"
 
 #include <cmath>
@@ -33,10 +32,6 @@ TEST(Picture, png_and_jpeg_fill_the_widest_view) {
 }
 
 TEST(Picture, what_is_no_picture_is_refused) {
-    vcam::Picture picture;
-    EXPECT_TRUE(picture.load(quarters(".png")));
-    EXPECT_FALSE(picture.load(__FILE__));
-    EXPECT_FALSE(picture.isLoaded());
     vcam::CameraOptions options;
     options.picture = "/proc/version";
     const Ending ending = runToEnd(options, [] { _exit(EXIT_SUCCESS); });

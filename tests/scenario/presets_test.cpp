@@ -2,11 +2,14 @@
 // go to a quarter point.
 #include "scenario.h"
 
+#include "clock/unobserved.h"
 #include "clock/virtual_clock.h"
 #include "optics/lens_curves.h"
 #include "platform/shared_word.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 
 using namespace scenario;
 
@@ -146,12 +149,10 @@ TEST(DirectZoom, standing_there_already_moves_nothing_and_the_run_follows_all_th
     });
 }
 
-TEST(DirectZoom, no_command_stops_it_and_it_ends_sharp_with_position_and_ratio_published) {
+TEST(DirectZoom, ends_sharp_with_position_and_ratio_published) {
     run([] {
         startParked();
         send({0x81, 0x01, 0x04, 0x47, 0x03, 0x00, 0x00, 0x01, 0xFF}); // 0x3001 = 12289
-        passMs(500);
-        command(CMD_WIDE);
         waitIdle();
         EXPECT_EQ(loadWord(&ZM_Step_Local), 14056u);
         EXPECT_LE(std::fabs(vcam::focusErrorHalfDepths()), 1);
@@ -161,4 +162,95 @@ TEST(DirectZoom, no_command_stops_it_and_it_ends_sharp_with_position_and_ratio_p
         EXPECT_STREQ(osd, "X06");
         expectSound();
     });
+}
+
+// The second one has the code of the first and another argument.
+TEST(Presets, command_that_comes_during_a_move_does_not_stop_it_and_is_obeyed_afterwards) {
+    const struct {
+        AF_CMD_em first;
+        unsigned value;
+        AF_CMD_em second;
+        unsigned secondValue;
+    } rows[] = {{CMD_CAPST, 8, CMD_WIDE, 8},
+                {CMD_CAPST, 8, CMD_CAPST, 9},
+                {CMD_DZF, 12289, CMD_WIDE, 12289},
+                {CMD_DZF, 12289, CMD_DZF, 0}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(testing::Message() << row.first << ", then " << row.second);
+        run([&] {
+            host().hasPresets = true;
+            host().presets.zoom[8] = 14056, host().presets.focus[8] = 11500;
+            host().presets.zoom[9] = 10216, host().presets.focus[9] = 12000;
+            startParked();
+            const int64_t startUs = vcam::nowUs();
+            command(row.first, row.value);
+            passMs(500);
+            command(row.second, row.secondValue);
+            waitUntil([] { return loadWord(&ZM_Step_Local) == 14056; }, 60, "it gets there");
+            const int64_t thereUs = vcam::nowUs();
+            waitUntil([] { return loadWord(&ZM_Step_Local) == 10216; }, 60, "and back");
+            waitIdle();
+            EXPECT_EQ(runText("AB", startUs).rfind("48 144 19x192 ", 0), 0u);
+            EXPECT_LT(vcam::nowUs() - thereUs, 6000000);
+            expectSound();
+        });
+    }
+}
+
+// ---- One change at a time, until the host is done with it
+
+static struct {
+    int64_t takesUs;
+    int inside, most;
+    bool hasChanged, mayNest;
+    int64_t nestedUs;
+} slow;
+
+static int saveSlowly(PRESET_INF *presets) {
+    const vcam::Unobserved unobserved;
+    const PRESET_INF before = *presets;
+    slow.most = std::max(slow.most, ++slow.inside);
+    const int64_t startUs = vcam::nowUs();
+    slow.mayNest = slow.mayNest || AF_Mamager_SetPreset_API(3) != -1;
+    slow.nestedUs = vcam::nowUs() - startUs;
+    vcam::sleepUs(slow.takesUs);
+    slow.hasChanged = slow.hasChanged || memcmp(&before, presets, sizeof before) != 0;
+    slow.inside -= 1;
+    return 0;
+}
+
+static int loadNone(PRESET_INF *) {
+    return -1;
+}
+
+static void *setFirst(void *) {
+    EXPECT_EQ(AF_Mamager_SetPreset_API(1), 0);
+    return nullptr;
+}
+
+TEST(Presets, second_change_waits_a_second_at_most_while_the_host_stores_the_first) {
+    for (const int64_t takesUs : {400000, 3000000}) {
+        run([&] {
+            const bool inTime = takesUs < 1000000;
+            startParked();
+            AF_Manager_Init_PresetInfo_API(saveSlowly, loadNone);
+            slow.takesUs = takesUs;
+            pthread_t thread;
+            ASSERT_EQ(pthread_create(&thread, nullptr, setFirst, nullptr), 0);
+            passMs(100);
+            const int64_t startUs = vcam::nowUs();
+            EXPECT_EQ(AF_Mamager_SetPreset_API(2), inTime ? 0 : -1);
+            const int64_t waitUs = inTime ? takesUs - 100000 + takesUs : 1000000;
+            EXPECT_NEAR(double(vcam::nowUs() - startUs), double(waitUs), 1000); // it polls
+            EXPECT_EQ(Lens_Clear_Preset(1), inTime ? 0 : -1);
+            pthread_join(thread, nullptr);
+            EXPECT_EQ(loadWord(&g_APGroupInfo.aZPosition[1]), inTime ? 0 : 10216u);
+            EXPECT_EQ(loadWord(&g_APGroupInfo.aZPosition[2]), inTime ? 10216u : 0);
+            EXPECT_EQ(loadWord(&g_RPGroupInfo.rFPosition[2]) != 0, inTime);
+            EXPECT_EQ(slow.most, 1);
+            EXPECT_FALSE(slow.hasChanged);
+            EXPECT_FALSE(slow.mayNest);
+            EXPECT_EQ(slow.nestedUs, 0);
+        });
+    }
 }

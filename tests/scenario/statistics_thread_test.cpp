@@ -1,6 +1,7 @@
 // From the ISP's frames to the records that focusing reads, with an ISP that fails or falls silent.
 #include "scenario.h"
 
+#include "boundary/library_imports.h"
 #include "boundary/redirect.h"
 #include "clock/virtual_clock.h"
 #include "devices/isp.h"
@@ -12,11 +13,25 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <unistd.h>
 
 using namespace scenario;
 using vcam::IspCall;
 
 static const int64_t kFrameUs = 40000;
+
+static const char kLibrary[] = "libautofocus.so";
+static int linkAtClose = 0, failedWaits = 0;
+
+static int failAtOnce(int, void *, unsigned) {
+    ++failedWaits;
+    return -1;
+}
+
+static int closeLink(int descriptor) {
+    linkAtClose = loadWord(&g_SPIFd);
+    return close(descriptor);
+}
 
 /// Microseconds that a wait for the next record takes.
 static int64_t waitForRecord(AF_Statistics_Info *record) {
@@ -57,6 +72,11 @@ TEST(StatisticsThread, every_frame_gives_a_record_and_late_or_failing_ones_pass_
                                                   380000, 2940000}));
         EXPECT_EQ(events("isp", "fault", startUs).size(), 3 + 2 * framesUs.size()); // each a frame
         EXPECT_TRUE(consoleLines(startUs).empty());
+        vcam::sleepUntilUs(startUs + 3000000); // the wait in progress ends 20 ms later
+        vcam::replaceImport(kLibrary, "HI_MPI_ISP_GetVDTimeOut",
+                            reinterpret_cast<void *>(failAtOnce));
+        vcam::sleepUntilUs(startUs + 3420500);
+        EXPECT_EQ(failedWaits, 99 + 401); // the first ones at once, then one a millisecond
     });
 }
 
@@ -73,11 +93,13 @@ TEST(StatisticsThread,
         EXPECT_EQ(record.AGain, 1024u);
         const int64_t failedUs = vcam::nowUs() + kFrameUs;
         vcam::failIspCall(IspCall::GetStatistics, 0x2A, 1);
+        vcam::replaceImport(kLibrary, "close", reinterpret_cast<void *>(closeLink));
         passMs(100);
         EXPECT_EQ(consoleLines(failedUs),
                   (std::vector<std::string>{"HI_MPI_ISP_GetStatistics error!(s32Ret = 0x2a)",
                                             "__SPI_Release ok."}));
         EXPECT_EQ(loadWord(&g_SPIFd), -1);
+        EXPECT_EQ(linkAtClose, -1); // by then no other thread can find it
         EXPECT_EQ(waitForRecord(&stale), 1000000);
         EXPECT_EQ(memcmp(&stale, &record, sizeof stale), 0);
     });

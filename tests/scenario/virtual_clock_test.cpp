@@ -89,6 +89,38 @@ TEST(VirtualClock, mutex_and_signal_go_to_the_longest_waiter_and_a_broadcast_to_
     });
 }
 
+TEST(VirtualClock, threads_due_at_once_go_on_as_registered_or_by_lots_that_a_seed_repeats) {
+    const auto takeTurns = [] {
+        std::vector<std::thread> threads;
+        for (const char *name : {"a", "b", "c", "d"})
+            threads.emplace_back([=] {
+                for (int i = 0; i < 4; i++)
+                    usleep(10), printf("%s", name);
+            });
+        for (std::thread &thread : threads)
+            thread.join();
+    };
+    const auto play = [&](uint64_t tieSeed) {
+        vcam::CameraOptions options;
+        options.tieSeed = tieSeed;
+        return runToEnd(options, takeTurns).printed;
+    };
+    EXPECT_EQ(play(0), "abcdabcdabcdabcd");
+    EXPECT_EQ(play(7), play(7));
+    EXPECT_NE(play(7), play(0));
+    EXPECT_NE(play(7), play(8));
+}
+
+TEST(VirtualClock, thread_keeps_its_turn_until_its_last_destructor) {
+    run([] {
+        pthread_key_t key;
+        pthread_key_create(&key, [](void *) { usleep(70), note("destroyed"); });
+        std::thread([&] { pthread_setspecific(key, &key); }).join();
+        note("joined");
+        EXPECT_EQ(diary, "70 destroyed\n70 joined\n");
+    });
+}
+
 extern "C" __attribute__((visibility("default"))) void *waitInVain(void *) {
     std::mutex mutex;
     std::unique_lock<std::mutex> guard(mutex);

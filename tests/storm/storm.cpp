@@ -13,8 +13,11 @@
 #include "optics/scene.h"
 #include "platform/shared_word.h"
 
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cinttypes>
+#include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 using vcam::SeededRandom;
@@ -230,39 +233,77 @@ void runStorm(uint64_t seed) {
     __atomic_add_fetch(&tally->virtualUs, vcam::nowUs(), __ATOMIC_RELAXED);
 }
 
-bool isCalm(uint64_t seed, const std::string &traceFile) {
+/// A storm in one order of the threads that are due at once.
+struct Play {
+    uint64_t seed;
+    uint64_t tieSeed;
+};
+
+bool isCalm(const Play &play, const std::string &traceFile) {
     vcam::CameraOptions options;
-    options.seed = seed;
-    options.lensType = static_cast<int>(seed % 2);
+    options.seed = play.seed;
+    options.tieSeed = play.tieSeed;
+    options.lensType = static_cast<int>(play.seed % 2);
     options.traceFile = traceFile;
-    const scenario::Ending ending = scenario::runToEnd(options, [=] { runStorm(seed); });
+    const scenario::Ending ending = scenario::runToEnd(options, [=] { runStorm(play.seed); });
     if (ending.status != 0)
-        printf("%sstatus %d seed %llu failed; replay: ./run storm %llu\n", ending.said.c_str(),
-               ending.status, static_cast<unsigned long long>(seed),
-               static_cast<unsigned long long>(seed));
+        printf("%sstatus %d seed %" PRIu64 " failed; replay: ./run storm %" PRIu64
+               " --ties %" PRIu64 "\n",
+               ending.said.c_str(), ending.status, play.seed, play.seed, play.tieSeed);
     fflush(stdout);
     return ending.status == 0;
 }
 
+// ---- Many of them
+
+struct Range {
+    uint64_t first;
+    uint64_t last;
+};
+
+/// What is wrong with @p text, in the parser's manner; nothing when it gives @p range.
+std::string readRange(const std::string &text, Range &range) {
+    const char *const end = text.data() + text.size();
+    std::from_chars_result read = std::from_chars(text.data(), end, range.first);
+    range.last = range.first;
+    if (read.ec == std::errc() && read.ptr != end && *read.ptr == '-')
+        read = std::from_chars(read.ptr + 1, end, range.last);
+    const bool isRead = read.ec == std::errc() && read.ptr == end;
+    const bool isRange = isRead && range.first >= 1 && range.first <= range.last &&
+                         range.last - range.first < INT_MAX / 2;
+    return isRange ? "" : text + " is neither a seed (1 or more) nor FIRST-LAST";
+}
+
 } // namespace
 
-/// storm SEED [TRACE-FILE]: that one. storm FIRST-LAST: all of them, on all processors.
 int main(int argc, char **argv) {
+    Range range = {1, 500};
+    std::string seeds = "1-500";
+    uint64_t tieSeed = 0;
+    std::string traceFile;
+    CLI::App app("Random commands from everybody at once, each seed twice: threads that are due at "
+                 "the same instant go on in the order of their start, then in one drawn by lot.",
+                 "storm");
+    app.add_option("seeds", seeds, "SEED or FIRST-LAST, 1-500 if left out")
+        ->check([&](const std::string &text) { return readRange(text, range); });
+    const CLI::Option *ties =
+        app.add_option("--ties", tieSeed,
+                       "only with the lots of this seed; 0: in the order of their start")
+            ->check(CLI::NonNegativeNumber);
+    app.add_option("--trace", traceFile, "keep the trace of one storm in one order here")
+        ->needs("--ties");
+    CLI11_PARSE(app, argc, argv);
+
     tally = scenario::share<Tally>();
-    const char *range = argc > 1 ? argv[1] : "1-1000";
-    char *rest = nullptr;
-    const uint64_t first = strtoull(range, &rest, 10);
-    const uint64_t last = *rest == '-' ? strtoull(rest + 1, nullptr, 10) : first;
-    if (first == last) {
-        tally->failed = isCalm(first, argc > 2 ? argv[2] : "") ? 0 : 1;
-    } else {
-        scenario::playAll(static_cast<int>(last - first + 1), [=](int index) {
-            if (!isCalm(first + static_cast<uint64_t>(index), ""))
-                __atomic_add_fetch(&tally->failed, 1, __ATOMIC_RELAXED);
-        });
-    }
-    printf("%llu storms, %ld failed: %ld acts in %lld virtual s\n",
-           static_cast<unsigned long long>(last - first + 1), tally->failed, tally->acts,
+    const int orders = *ties ? 1 : 2;
+    const int count = static_cast<int>(range.last - range.first + 1) * orders;
+    scenario::playAll(count, [=](int index) {
+        const uint64_t seed = range.first + static_cast<uint64_t>(index / orders);
+        const uint64_t drawn = orders == 1 ? tieSeed : seed;
+        if (!isCalm({seed, index % orders == orders - 1 ? drawn : 0}, traceFile))
+            __atomic_add_fetch(&tally->failed, 1, __ATOMIC_RELAXED);
+    });
+    printf("%d storms, %ld failed: %ld acts in %lld virtual s\n", count, tally->failed, tally->acts,
            static_cast<long long>(tally->virtualUs / 1000000));
     return tally->failed == 0 ? 0 : 1;
 }

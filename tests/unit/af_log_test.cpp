@@ -8,7 +8,7 @@ TEST(Log, line_of_more_than_107_bytes_is_cut_and_stays_a_line) {
         sleep(1);
         aflog(std::string(longest).data());
         aflog(std::string(107, 'x').data());
-        aflog(std::string(300, 'x').data());
+        aflog(std::string(108, 'x').data());
         FILE *file = fopen("/tmp/aflog", "r");
         ASSERT_NE(file, nullptr);
         char content[1000] = "";

@@ -2,7 +2,6 @@
 #include "fixtures.h"
 
 #include "af_ms419xx/ms419xx.h"
-#include "af_ms419xx/vd_timing.h"
 #include "boundary/faults.h"
 #include "clock/virtual_clock.h"
 #include "devices/driver_chip.h"
@@ -41,14 +40,4 @@ TEST(DriverWords, wrong_axis_is_refused_or_braked_and_a_failed_pulse_is_none) {
         EXPECT_EQ(vcam::nowUs(), startUs + 17000 + 1234);
         EXPECT_EQ(countVdPeriods(), periods + 2);
     });
-}
-
-TEST(VdTiming, smallest_row_that_serves_the_step_is_taken) {
-    const int rows[][3] = {{32, 80, 19116},  {38, 96, 22515},  {48, 120, 28203},
-                           {52, 129, 29625}, {64, 160, 37524}, {255, 255, 45076}};
-    for (int column = 0; column < 2; ++column)
-        for (int step = 0, row = 0; step <= 255; ++step) {
-            row += step > rows[row][column] ? 1 : 0;
-            EXPECT_EQ(PSUMXICNTGet(column, static_cast<unsigned char>(step)), rows[row][2]);
-        }
 }

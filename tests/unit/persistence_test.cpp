@@ -78,6 +78,12 @@ TEST_F(Persistence, any_result_but_0_is_the_hosts_failure_and_what_it_has_left_i
     EXPECT_EQ(resultOf(Lens_Init_PresetInfo), 0);
     EXPECT_EQ(g_RPGroupInfo.rZPosition[7], 9292);
     EXPECT_EQ(g_RPGroupInfo.rZPosition[8], 0);
+    const std::string console = onPoweredCamera([] {
+        fclose(fopen("/tmp/afvprintf", "w")); // the switch for printing the line
+        Lens_Read_FLPosition();
+    });
+    EXPECT_EQ(console.find("g_FLineInfo.tagPosition[0][0] = 1515870810\ng_FLineInfo.tag"), 0u);
+    EXPECT_EQ(std::count(console.begin(), console.end(), '\n'), 64);
     hostResult = 5;
     EXPECT_EQ(resultOf(Lens_Read_FLPosition), -1);
     EXPECT_EQ(text, "Lens_Read_FLPosition Error!\n");
@@ -89,15 +95,6 @@ TEST_F(Persistence, any_result_but_0_is_the_hosts_failure_and_what_it_has_left_i
     EXPECT_EQ(text, "Lens_Read_PresetInfo Error!\n");
     EXPECT_EQ(g_APGroupInfo.aZPosition[7], 0u);
     EXPECT_EQ(Lens_Save_ZFLocation() + Lens_Save_FLPosition(), 5 + 5);
-}
-
-TEST_F(Persistence, loaded_line_is_printed_while_the_switch_file_exists) {
-    const std::string console = onPoweredCamera([] {
-        fclose(fopen("/tmp/afvprintf", "w"));
-        Lens_Read_FLPosition();
-    });
-    EXPECT_EQ(console.find("g_FLineInfo.tagPosition[0][0] = 1515870810\ng_FLineInfo.tag"), 0u);
-    EXPECT_EQ(std::count(console.begin(), console.end(), '\n'), 64);
 }
 
 TEST_F(Persistence, half_a_registration_is_refused_and_a_missing_callback_reported) {
@@ -120,15 +117,13 @@ TEST_F(Persistence, half_a_registration_is_refused_and_a_missing_callback_report
 }
 
 TEST_F(Persistence, preset_with_a_number_position_or_library_that_will_not_do_is_not_stored) {
-    for (const int pst : {-1, 255}) {
-        const std::string tail = "__Invaled preset " + std::to_string(pst) + "__\n";
-        EXPECT_EQ(setPreset(pst), -1);
-        EXPECT_EQ(text, "__Lens_Set_Preset" + tail);
-        EXPECT_EQ(resultOf([&] { return Lens_Clear_Preset(pst); }), -1);
-        EXPECT_EQ(text, "__Lens_Clear_Preset" + tail);
-        EXPECT_EQ(resultOf([&] { return Lens_Goto_Preset(pst); }), -1);
-        EXPECT_EQ(text, "__Lens_Goto_Preset" + tail);
-    }
+    for (const std::string pst : {"-1", "255"})
+        for (const auto &[use, name] :
+             {std::pair(Lens_Set_Preset, "Set"), std::pair(Lens_Clear_Preset, "Clear"),
+              std::pair(Lens_Goto_Preset, "Goto")}) {
+            EXPECT_EQ(resultOf([&, use = use] { return use(std::stoi(pst)); }), -1);
+            EXPECT_EQ(text, "__Lens_" + (name + ("_Preset__Invaled preset " + pst)) + "__\n");
+        }
     setPosition(10984, 14869);
     EXPECT_EQ(setPreset(5), -1);
     EXPECT_NE(text.find("__Lens_Set_Preset Error zp = 10984 or fp = 14869.\n"), std::string::npos);

@@ -199,6 +199,7 @@ TEST_F(SerialCommands, pelco_stop_names_the_motor_that_was_started) {
             move == moves.end() ? std::make_pair(kUntouched, kUntouched) : move->second;
         ASSERT_EQ(pelco({command1, command2, 0xFF, 0x3F}), started) << std::hex << i; // at a speed
         ASSERT_EQ(pelco({0, 0, 5, 0}), kUntouched); // data: not a stop
+        ASSERT_EQ(pelco({0, 0, 0, 5}), kUntouched);
         ASSERT_EQ(pelco({0, 0, 0, 0}), stopped) << std::hex << i;
         ASSERT_EQ(pelco({0, 0, 0, 0}), kUntouched); // a stop after a stop stores nothing
     }

@@ -18,6 +18,7 @@ constexpr size_t kLongestLine = 512; // a longer one is split in the trace, not 
 constexpr unsigned char kFirstPrintable = ' ';
 
 static FILE *file;
+static int writeError; // what kept a part of the text from the file
 static char line[kLongestLine];
 static size_t lineLength;
 
@@ -35,10 +36,18 @@ bool openConsole(const std::string &path) {
     return file != nullptr;
 }
 
-void flushConsole() {
+static void noteError(bool isDone) {
+    if (!isDone && writeError == 0)
+        writeError = errno;
+}
+
+bool closeConsole() {
     const Unobserved unobserved;
     if (file != nullptr)
-        fflush(file);
+        noteError((file == stdout ? fflush(file) : fclose(file)) == 0);
+    file = nullptr;
+    errno = writeError;
+    return writeError == 0;
 }
 
 static void endLine() {
@@ -61,7 +70,7 @@ static bool print(const char *text, size_t length) {
     if (failsNow("printf", ""))
         return false;
     if (file != nullptr)
-        fwrite(text, 1, length, file);
+        noteError(fwrite(text, 1, length, file) == length);
     for (size_t i = 0; i < length; i++)
         addToLine(text[i]);
     return true;

@@ -9,7 +9,7 @@ namespace vcam {
 /// when the file cannot be made.
 bool openConsole(const std::string &path);
 
-/// Hand what is buffered to the file.
-void flushConsole();
+/// Nothing is printed from now on. False, with errno, when a part of the text is not in the file.
+bool closeConsole();
 
 } // namespace vcam

@@ -1,5 +1,5 @@
-// ioctl, read, write, fsync and close, answered for the simulated devices' descriptors on the
-// calling registered thread; any other descriptor's calls go to libc, unless they are to fail.
+// ioctl, fcntl, read, write, fsync and close, answered for the simulated devices' descriptors on
+// the calling registered thread; any other descriptor's calls go to libc, unless they are to fail.
 #include "boundary/faults.h"
 #include "boundary/placeholders.h"
 #include "clock/next_call.h"
@@ -12,12 +12,14 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace vcam {
 
 static NextCall<int(int, unsigned long, ...)> nextIoctl{"ioctl"};
+static NextCall<int(int, int, ...)> nextFcntl{"fcntl"};
 static NextCall<ssize_t(int, void *, size_t)> nextRead{"read"};
 static NextCall<ssize_t(int, const void *, size_t)> nextWrite{"write"};
 static NextCall<int(int)> nextFsync{"fsync"};
@@ -45,6 +47,15 @@ static int answerIoctl(Device device, unsigned long request, void *argument) {
     if (device == Device::Gpio)
         return gpioIoctl(request, argument);
     return fail(ENOTTY);
+}
+
+/// A duplicate is the device's too; its other descriptor flags are the placeholder's.
+static int answerFcntl(Device device, int descriptor, int command, long argument) {
+    const bool isDuplicate = command == F_DUPFD || command == F_DUPFD_CLOEXEC;
+    if (device == Device::None || !isDuplicate)
+        return nextFcntl(descriptor, command, argument);
+    return device == Device::Closed ? fail(EBADF)
+                                    : openPlaceholder(device, static_cast<int>(argument));
 }
 
 static ssize_t answerRead(Device device, void *bytes, size_t size) {
@@ -101,6 +112,22 @@ int ioctl(int descriptor, unsigned long request, ...) __THROW {
     const vcam::Device device = vcam::findAnswering(descriptor);
     return device == vcam::Device::None ? vcam::nextIoctl(descriptor, request, argument)
                                         : vcam::answerIoctl(device, request, argument);
+}
+
+int fcntl(int descriptor, int command, ...) {
+    va_list arguments;
+    va_start(arguments, command);
+    const long argument = va_arg(arguments, long);
+    va_end(arguments);
+    return vcam::answerFcntl(vcam::findAnswering(descriptor), descriptor, command, argument);
+}
+
+int fcntl64(int descriptor, int command, ...) {
+    va_list arguments;
+    va_start(arguments, command);
+    const long argument = va_arg(arguments, long);
+    va_end(arguments);
+    return vcam::answerFcntl(vcam::findAnswering(descriptor), descriptor, command, argument);
 }
 
 ssize_t read(int descriptor, void *bytes, size_t size) {

@@ -82,6 +82,10 @@ static uint32_t findSymbolIndex(const ElfW(Rel) & relocation) {
 /// Both kinds of relocation entries begin with the place and the symbol, which is all that counts.
 static void replaceIn(const DynamicSection &section, uintptr_t table, size_t size, uintptr_t base,
                       Import &import) {
+    const bool isComplete =
+        section.symbols != nullptr && section.names != nullptr && section.entrySize != 0;
+    if (!isComplete)
+        return;
     for (uintptr_t at = table; at < table + size; at += section.entrySize) {
         const auto &relocation = *reinterpret_cast<const ElfW(Rel) *>(at);
         const ElfW(Sym) &symbol = section.symbols[findSymbolIndex(relocation)];

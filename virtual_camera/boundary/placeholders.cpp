@@ -43,8 +43,8 @@ Device findDeviceByPath(const char *path) {
     return serialPath() == path ? Device::Serial : Device::None;
 }
 
-int openPlaceholder(Device device) {
-    for (int descriptor = 0; descriptor < kHighestDescriptor; descriptor++) {
+int openPlaceholder(Device device, int lowest) {
+    for (int descriptor = lowest; descriptor < kHighestDescriptor; descriptor++) {
         if (devices[descriptor] == Device::Closed) {
             devices[descriptor] = device;
             return descriptor;

@@ -17,8 +17,9 @@ const char *nameDevice(Device device);
 /// The device that a path names, or None.
 Device findDeviceByPath(const char *path);
 
-/// A descriptor of the device, or -1 with errno set when the process has too many open.
-int openPlaceholder(Device device);
+/// A descriptor of the device from @p lowest on, or -1 with errno set when the process has too many
+/// open.
+int openPlaceholder(Device device, int lowest = 0);
 
 void closePlaceholder(int descriptor);
 

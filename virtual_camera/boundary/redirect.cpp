@@ -4,11 +4,13 @@
 #include "clock/thread_table.h"
 #include "clock/unobserved.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ftw.h>
+#include <iterator>
 #include <sys/stat.h>
 
 namespace vcam {
@@ -56,11 +58,9 @@ void removeOwnScratch() {
 }
 
 static bool isRedirected(const char *path) {
-    for (const char *prefix : kRedirectedPrefixes) {
-        if (strncmp(path, prefix, strlen(prefix)) == 0)
-            return true;
-    }
-    return false;
+    return std::any_of(
+        std::begin(kRedirectedPrefixes), std::end(kRedirectedPrefixes),
+        [path](const char *prefix) { return strncmp(path, prefix, strlen(prefix)) == 0; });
 }
 
 Redirected::Redirected(const char *path) : path_(path) {

@@ -15,6 +15,7 @@
 #include <csignal>
 #include <cstdarg>
 #include <cstdint>
+#include <fcntl.h>
 #include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/select.h>
@@ -155,6 +156,14 @@ int __sigtimedwait64(const sigset_t *set, siginfo_t *info, const vcam::WideTimes
 }
 
 /// Here the name alone differs: the request says which times are meant.
+int __fcntl_time64(int descriptor, int command, ...) {
+    va_list arguments;
+    va_start(arguments, command);
+    const long argument = va_arg(arguments, long);
+    va_end(arguments);
+    return fcntl(descriptor, command, argument);
+}
+
 int __ioctl_time64(int descriptor, unsigned long request, ...) {
     va_list arguments;
     va_start(arguments, request);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <dlfcn.h>
 #include <sched.h>
@@ -16,8 +17,11 @@ namespace vcam {
 
 constexpr uint32_t kFreeCalls = 4096;
 
-// Its destructor runs when a thread ends in whichever way, after its own clean-up handlers.
+// Its destructor runs when a thread ends in whichever way, after its own clean-up handlers. The
+// destructors of all keys run in rounds, as long as one sets its key again: it waits for the others
+// to come to rest, but leaves the very last round to a sanitizer's own.
 static pthread_key_t endOfThread;
+constexpr uint32_t kEndRound = PTHREAD_DESTRUCTOR_ITERATIONS - 1;
 
 static uint64_t nextTicket;
 
@@ -95,6 +99,10 @@ void chargeCall() {
 
 static void endThread(void *thread) {
     Thread &self = *static_cast<Thread *>(thread);
+    if (++self.endRounds < kEndRound) {
+        pthread_setspecific(endOfThread, thread);
+        return;
+    }
     trace("clock", "end", "thread=%s", self.name);
     currentThread = nullptr; // what the thread still does on its way out is libc's affair
     removeThread(self);
@@ -172,8 +180,9 @@ static void stayOnOneProcessor() {
     sched_setaffinity(0, sizeof(here), &here);
 }
 
-void startClock(double pace) {
+void startClock(double pace, uint64_t tieSeed) {
     pthread_key_create(&endOfThread, endThread);
+    drawTies(tieSeed);
     startPace(pace, threadTable.nowUs);
     if (pace <= 0) { // people who watch may block the camera as long as they like
         startWatchdog();

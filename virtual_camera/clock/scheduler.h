@@ -10,8 +10,9 @@
 
 namespace vcam {
 
-/// Begin virtual time; the calling thread is registered as "host" and holds the baton.
-void startClock(double pace);
+/// Begin virtual time; the calling thread is registered as "host" and holds the baton. Threads due
+/// at one instant go on in the order of registration, or in one drawn from @p tieSeed if not 0.
+void startClock(double pace, uint64_t tieSeed);
 
 /// Time stands still from now on: the caller's calls go to libc, the other threads never run again.
 void stopClock();

@@ -1,5 +1,7 @@
 #include "clock/thread_table.h"
 
+#include "devices/seeded_random.h"
+
 #include <cerrno>
 #include <climits>
 #include <linux/futex.h>
@@ -10,6 +12,11 @@ namespace vcam {
 
 ThreadTable threadTable;
 __thread Thread *currentThread;
+
+constexpr uint64_t kTiesPurpose = 200; // no other user of seeds draws for it
+
+static bool areTiesDrawn;
+static SeededRandom ties(0, kTiesPurpose);
 
 static Thread *findFreeSlot() {
     for (int i = 0; i < threadTable.used; i++) {
@@ -36,16 +43,28 @@ void removeThread(Thread &thread) {
     thread.isRegistered = false;
 }
 
+void drawTies(uint64_t seed) {
+    areTiesDrawn = seed != 0;
+    ties = SeededRandom(seed, kTiesPurpose);
+}
+
+/// Every one of @p tied threads, offered one after the other, ends up first with the same chance.
+static bool winsTie(const Thread &thread, const Thread &first, uint64_t tied) {
+    return areTiesDrawn ? ties.drawBits() % tied == 0 : thread.order < first.order;
+}
+
 Thread *findEarliest() {
     Thread *earliest = nullptr;
+    uint64_t tied = 0;
     for (int i = 0; i < threadTable.used; i++) {
         Thread &thread = threadTable.threads[i];
         if (!thread.isRegistered)
             continue;
         const bool isFirst = earliest == nullptr || thread.deadlineUs < earliest->deadlineUs;
-        const bool winsTie =
-            !isFirst && thread.deadlineUs == earliest->deadlineUs && thread.order < earliest->order;
-        if (isFirst || winsTie)
+        if (!isFirst && thread.deadlineUs > earliest->deadlineUs)
+            continue;
+        tied = isFirst ? 1 : tied + 1;
+        if (isFirst || winsTie(thread, *earliest, tied))
             earliest = &thread;
     }
     return earliest;

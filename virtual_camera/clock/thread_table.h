@@ -13,10 +13,11 @@ namespace vcam {
 struct Thread {
     uint32_t baton;     ///< Futex word: 1 when this thread may run.
     uint32_t freeCalls; ///< Calls since its last wait; see chargeCall.
+    uint32_t endRounds; ///< Rounds of its keys' destructors so far.
     bool isRegistered;
     bool wasWoken;        ///< Its last wait ended before the deadline.
     bool wasInterrupted;  ///< A signal handler has run on it while it waited.
-    int order;            ///< Of registration; breaks ties, never used twice.
+    int order;            ///< Of registration; breaks ties unless drawn, never used twice.
     int64_t deadlineUs;   ///< When it goes on, if nobody wakes it.
     const void *waitsOn;  ///< What it waits for; null when it sleeps or runs.
     const char *waitKind; ///< The same for people.
@@ -52,7 +53,11 @@ Thread *addThread(const char *name);
 
 void removeThread(Thread &thread);
 
-/// The thread that goes on next: earliest deadline, then order of registration. Null without any.
+/// Break ties by lot from now on, the same lots for the same @p seed; 0: in order of registration.
+void drawTies(uint64_t seed);
+
+/// The thread that goes on next: the one with the earliest deadline, of several the first
+/// registered or the one whose lot is drawn. Null without any.
 Thread *findEarliest();
 
 /// The one that has waited longest for @p what, or null.

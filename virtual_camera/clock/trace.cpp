@@ -4,6 +4,7 @@
 #include "clock/thread_table.h"
 #include "clock/unobserved.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <fcntl.h>
@@ -13,7 +14,7 @@ namespace vcam {
 
 // Two halves: one is filled while the other keeps the lines before it, so that there is a tail
 // even right after a change of halves. A half goes to the file when it is full.
-constexpr size_t kHalfSize = 128 * 1024;
+constexpr size_t kHalfSize = size_t{128} * 1024;
 constexpr size_t kLongestLine = 2048;
 
 struct Half {
@@ -26,10 +27,12 @@ static Half halves[2];
 static int filling;
 static int traceFd = -1;
 static bool isOpen;
+static int writeError; // what kept a part of it from the file
 static std::vector<std::string> violationTexts;
 
 static NextCall<int(const char *, int, ...)> nextOpen{"open"};
 static NextCall<ssize_t(int, const void *, size_t)> nextWrite{"write"};
+static NextCall<int(int)> nextClose{"close"};
 
 bool openTrace(const std::string &path) {
     const Unobserved unobserved;
@@ -44,15 +47,29 @@ static void flushHalf(Half &half) {
     while (traceFd >= 0 && half.flushed < half.length) {
         const ssize_t written =
             nextWrite(traceFd, half.text + half.flushed, half.length - half.flushed);
-        if (written <= 0)
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0) {
+            writeError = written < 0 ? errno : EIO;
             return;
+        }
         half.flushed += static_cast<size_t>(written);
     }
 }
 
-void flushTrace() {
+bool flushTrace() {
     const Unobserved unobserved;
     flushHalf(halves[filling]);
+    errno = writeError;
+    return writeError == 0;
+}
+
+bool closeTrace() {
+    flushTrace();
+    if (traceFd >= 0 && nextClose(traceFd) != 0 && writeError == 0)
+        writeError = errno;
+    traceFd = -1;
+    return flushTrace();
 }
 
 static Half &findRoom() {

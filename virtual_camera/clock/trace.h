@@ -26,8 +26,12 @@ const std::vector<std::string> &violations();
 /// Start the trace; with an empty path only the tail is kept. False when the file cannot be made.
 bool openTrace(const std::string &path);
 
-/// Hand what is buffered to the file: before _exit, and whenever someone wants to look.
-void flushTrace();
+/// Hand what is buffered to the file: before _exit, and whenever someone wants to look. False, with
+/// errno, when a part of the trace is not in it.
+bool flushTrace();
+
+/// The same, for the last time.
+bool closeTrace();
 
 /// Write the last @p lineCount lines at most to a descriptor; takes no memory, so that a signal
 /// handler may call it.

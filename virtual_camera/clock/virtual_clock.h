@@ -2,7 +2,7 @@
 //
 // Code costs no time; only waiting does. One registered thread runs at a time: it holds the
 // baton until it waits, then the thread with the earliest deadline goes on, at that instant; of
-// several the one that was registered first.
+// several the one that was registered first, or one drawn by lot (CameraOptions::tieSeed).
 #pragma once
 
 #include <cstdint>

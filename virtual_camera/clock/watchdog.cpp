@@ -12,29 +12,47 @@
 
 namespace vcam {
 
-constexpr int kPatienceSeconds = 10;
-constexpr int kSlowPatienceSeconds = 60; // a sanitizer, an emulated processor
+constexpr time_t kPatienceSeconds = 10;
+constexpr time_t kSlowPatienceSeconds = 60; // a sanitizer, an emulated processor
+constexpr int kBlockedPatienceTicks = 300;
 
-static int patience;
+static time_t patience;
 static int isStopped;
 
 static NextCall<CreateThread> nextCreate{"pthread_create"};
 static NextCall<int(const struct timespec *, struct timespec *)> nextNanosleep{"nanosleep"};
+static NextCall<int(clockid_t, struct timespec *)> nextClockGettime{"clock_gettime"};
 
-// Counts seconds by its own ticks: a process that was stopped in a debugger is not blamed for the
-// time that it did not have.
+static time_t readProcessorSeconds() {
+    struct timespec used = {};
+    nextClockGettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+    return used.tv_sec;
+}
+
+// Real seconds are counted by ticks of its own: a process that was stopped in a debugger or got no
+// processor is not blamed for the time that it did not have.
 static void *lookForLife(void *) {
+    const char *reason = nullptr;
     uint64_t waitsSeen = 0;
-    for (int secondsStill = 0; secondsStill < patience; secondsStill++) {
+    time_t usedThen = readProcessorSeconds();
+    int ticksStill = 0;
+    while (reason == nullptr) {
         const struct timespec second = {1, 0};
         nextNanosleep(&second, nullptr);
         const uint64_t waits = __atomic_load_n(&threadTable.waits, __ATOMIC_RELAXED);
-        if (waits != waitsSeen)
-            secondsStill = 0;
-        waitsSeen = waits;
+        const time_t used = readProcessorSeconds();
+        if (waits != waitsSeen) {
+            waitsSeen = waits;
+            usedThen = used;
+            ticksStill = 0;
+        } else if (used - usedThen > patience) {
+            reason = "a thread runs on without waiting";
+        } else if (++ticksStill > kBlockedPatienceTicks) {
+            reason = "a thread blocks for real, outside of virtual time";
+        }
     }
     if (__atomic_load_n(&isStopped, __ATOMIC_RELAXED) == 0)
-        endProcess("a thread runs on without waiting");
+        endProcess(reason);
     return nullptr;
 }
 

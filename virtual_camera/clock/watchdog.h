@@ -4,8 +4,10 @@
 
 namespace vcam {
 
-/// Watch from now on, on a real thread of its own. Patience is about ten real seconds, a minute
-/// under a sanitizer and in a 32-bit process, which is an emulated one where people develop.
+/// Watch from now on, on a real thread of its own. Patience is ten seconds of the process's
+/// processor time without a wait, a minute under a sanitizer and in a 32-bit process, which is an
+/// emulated one where people develop: a machine that is busy with other things takes none of it.
+/// A thread that blocks for real takes none either: five minutes without a wait are enough for all.
 void startWatchdog();
 
 /// For good: time stands still on purpose.

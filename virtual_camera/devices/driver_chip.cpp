@@ -2,6 +2,7 @@
 // devices on whichever thread drives the motors.
 #include "devices/driver_chip.h"
 
+#include <algorithm>
 #include <array>
 #include <cinttypes>
 
@@ -61,12 +62,7 @@ struct Chip {
 Chip chip;
 
 bool isKnown(unsigned address) {
-    for (const unsigned known : kRegisters) {
-        if (known == address) {
-            return true;
-        }
-    }
-    return false;
+    return std::find(std::begin(kRegisters), std::end(kRegisters), address) != std::end(kRegisters);
 }
 
 bool isSetUp() {
@@ -124,7 +120,7 @@ void latchChannel(const Channel &channel, Latched &latched, int64_t periodUs) {
         stopMotor(channel.axis);
         return;
     }
-    const bool fits = steps * latched.stepUnits * kClockUs <= periodUs * kClockUnits;
+    const bool fits = int64_t{steps} * latched.stepUnits * kClockUs <= periodUs * kClockUnits;
     if (latched.stepUnits == 0 || !fits) {
         recordViolation("chip", "channel %s: %d steps of %u units do not fit %" PRId64 " us",
                         channel.name, steps, latched.stepUnits, periodUs);

@@ -8,7 +8,7 @@ namespace vcam {
 
 class SeededRandom {
 public:
-    SeededRandom(uint64_t seed, uint64_t purpose) : state(mix(seed) ^ mix(~purpose)) {}
+    constexpr SeededRandom(uint64_t seed, uint64_t purpose) : state(mix(seed) ^ mix(~purpose)) {}
 
     uint64_t drawBits() { return mix(state += kStride); }
 
@@ -33,7 +33,7 @@ private:
     static constexpr uint64_t kStride = 0x9E3779B97F4A7C15;
     static constexpr float kNormalScale = 1.0F / 37837.0F; // sqrt(4 / 12) of the 16-bit range
 
-    static uint64_t mix(uint64_t value) {
+    static constexpr uint64_t mix(uint64_t value) {
         value = (value ^ value >> 30) * 0xBF58476D1CE4E5B9;
         value = (value ^ value >> 27) * 0x94D049BB133111EB;
         return value ^ value >> 31;

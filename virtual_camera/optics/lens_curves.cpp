@@ -38,11 +38,11 @@ struct GridPlace {
 };
 
 void layGrid(int start) {
-    double zoom = start;
+    int zoom = start;
+    auto *point = unit.zoom.begin();
     for (int section = 0; section < kTagPoints - 1; ++section) {
         for (int quarter = 0; quarter < kQuarters; ++quarter) {
-            unit.zoom[static_cast<size_t>(section * kQuarters + quarter)] =
-                zoom + quarter * (kSectionSteps[section] / kQuarters);
+            *point++ = zoom + quarter * (kSectionSteps[section] / kQuarters);
         }
         zoom += kSectionSteps[section];
     }
@@ -53,6 +53,7 @@ void layGrid(int start) {
 /// when the fall does not divide by four, the last what is left.
 Curve expand(const CurveTable &table) {
     Curve curve{};
+    auto *point = curve.begin();
     for (int section = 0; section < kEvenSections; ++section) {
         const int from = table.tags[section];
         const int to = section + 1 < kEvenSections ? table.tags[section + 1] : table.grid[0];
@@ -60,16 +61,15 @@ Curve expand(const CurveTable &table) {
         const int extra = (from - to) % kQuarters > 0 ? 1 : 0;
         for (int quarter = 0; quarter < kQuarters; ++quarter) {
             const int fall = quarter * quarterFall + (quarter == kQuarters - 1 ? extra : 0);
-            curve[static_cast<size_t>(section * kQuarters + quarter)] = from - fall;
+            *point++ = from - fall;
         }
     }
-    std::copy(std::begin(table.grid), std::end(table.grid),
-              curve.begin() + kEvenSections * kQuarters);
+    std::copy(std::begin(table.grid), std::end(table.grid), point);
     return curve;
 }
 
 GridPlace findPlace(double zoom) {
-    const auto above = std::upper_bound(unit.zoom.begin() + 1, unit.zoom.end() - 1, zoom);
+    const auto *const above = std::upper_bound(unit.zoom.begin() + 1, unit.zoom.end() - 1, zoom);
     const auto point = static_cast<size_t>(above - unit.zoom.begin()) - 1;
     const double width = unit.zoom[point + 1] - unit.zoom[point];
     return {point, (zoom - unit.zoom[point]) / width};

@@ -42,9 +42,10 @@ struct Canvas {
 Rgb paintPixel(int column, int row, const ViewScale &scale) {
     Rgb sum{};
     for (int part = 0; part < kReduction * kReduction; ++part) {
-        const auto x = static_cast<float>(column * kReduction + part % kReduction);
-        const auto y = static_cast<float>(row * kReduction + part / kReduction);
-        const Rgb colour = sampleScene(placePixel(x, y, scale));
+        const int x = column * kReduction + part % kReduction;
+        const int y = row * kReduction + part / kReduction;
+        const Rgb colour =
+            sampleScene(placePixel(static_cast<float>(x), static_cast<float>(y), scale));
         sum = {sum.r + colour.r, sum.g + colour.g, sum.b + colour.b};
     }
     return scaleColour(sum, 1.0F / (kReduction * kReduction));
@@ -80,11 +81,11 @@ std::vector<int> discSpans(float radius) {
 Rgb gatherDisc(const Canvas &canvas, const std::vector<int> &spans, int column, int row) {
     float sum[kChannels] = {};
     int pixels = 0;
-    const int rows = static_cast<int>(spans.size()) / 2;
-    for (int offset = -rows; offset <= rows; ++offset) {
-        const int half = spans[static_cast<size_t>(offset + rows)];
-        const float *from = canvas.sumAt(row + offset, column - half);
-        const float *to = canvas.sumAt(row + offset, column + half + 1);
+    row -= static_cast<int>(spans.size()) / 2;
+    for (const int half : spans) {
+        const float *from = canvas.sumAt(row, column - half);
+        const float *to = canvas.sumAt(row, column + half + 1);
+        ++row;
         for (int channel = 0; channel < kChannels; ++channel) {
             sum[channel] += to[channel] - from[channel];
         }

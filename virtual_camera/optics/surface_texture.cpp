@@ -11,7 +11,7 @@
 namespace vcam {
 namespace {
 
-constexpr int kTileSize = 128;
+constexpr size_t kTileSize = 128;
 constexpr uint64_t kTileSeed = 77; // the surfaces look the same whatever the camera's seed
 constexpr int kFinestOctave = 24;
 
@@ -29,9 +29,9 @@ Tile makeTile() {
 float lookUp(const Tile &tile, float x, float y) {
     const int cellX = floorToInt(x);
     const int cellY = floorToInt(y);
-    const unsigned column = static_cast<unsigned>(cellX) % kTileSize;
-    const unsigned row = static_cast<unsigned>(cellY) % kTileSize;
-    const unsigned nextColumn = (column + 1) % kTileSize;
+    const size_t column = static_cast<unsigned>(cellX) % kTileSize;
+    const size_t row = static_cast<unsigned>(cellY) % kTileSize;
+    const size_t nextColumn = (column + 1) % kTileSize;
     const float *upper = &tile[row * kTileSize];
     const float *lower = &tile[(row + 1) % kTileSize * kTileSize];
     const float shareX = x - static_cast<float>(cellX);

@@ -34,20 +34,20 @@ static void sayHowItWent() {
             lostSteps(Axis::Zoom) + lostSteps(Axis::Focus), violationCount());
 }
 
-/// At exit of the host. Its status stands unless the hardware had something to complain of.
+/// At exit of the host. Its status stands unless the hardware had something to complain of or one
+/// of the camera's files is not whole.
 static void closeRun() {
     sayHowItWent();
-    if (violationCount() == 0)
+    const bool areFilesWhole = powerOff();
+    if (violationCount() == 0 && areFilesWhole)
         return;
-    powerOff();
     fflush(nullptr);
-    _exit(kViolationStatus);
+    _exit(violationCount() > 0 ? kViolationStatus : EXIT_FAILURE);
 }
 
 /// On the controller's thread, of a host that does not end by itself.
 static void endRun() {
     closeRun();
-    powerOff();
     fflush(nullptr);
     _exit(EXIT_SUCCESS);
 }

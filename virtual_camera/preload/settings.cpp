@@ -2,6 +2,7 @@
 
 #include "clock/virtual_clock.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
@@ -22,7 +23,7 @@ static bool parseNumber(const std::string &text, int64_t &number) {
 static bool parsePace(const std::string &text, double &pace) {
     char *end = nullptr;
     pace = strtod(text.c_str(), &end);
-    return !text.empty() && *end == '\0' && pace >= 0;
+    return !text.empty() && *end == '\0' && std::isfinite(pace) && pace >= 0;
 }
 
 static bool parseLens(const std::string &text, int &lensType) {
@@ -33,11 +34,14 @@ static bool parseLens(const std::string &text, int &lensType) {
 static bool takeNumber(RunSettings &settings, const std::string &name, const std::string &value,
                        bool &isGood) {
     int64_t number = 0;
-    if (name == "") {
+    if (name.empty()) {
         settings.isForced = isGood = value == "on";
     } else if (name == "_SEED") {
         isGood = parseNumber(value, number);
         settings.camera.seed = static_cast<uint64_t>(number);
+    } else if (name == "_TIES") {
+        isGood = parseNumber(value, number);
+        settings.camera.tieSeed = static_cast<uint64_t>(number);
     } else if (name == "_END_MS") {
         isGood = parseNumber(value, number);
         settings.endUs = number * kUsPerMs;

@@ -193,13 +193,19 @@ bool writeWaveform(const std::string &traceFile, const std::string &vcdFile, std
     Drawing drawing;
     TraceLine line;
     int64_t endUs = 0;
-    for (std::string text; std::getline(trace, text);) {
-        if (!parseTraceLine(text, line))
-            continue;
-        drawing.draw(line);
-        endUs = line.timeUs;
+    int number = 0;
+    for (std::string text; error.empty() && std::getline(trace, text);) {
+        number++;
+        if (parseTraceLine(text, line)) {
+            drawing.draw(line);
+            endUs = line.timeUs;
+        } else if (!trace.eof()) { // a process that was killed leaves a part of a line
+            error = traceFile + ": line " + std::to_string(number) + " is not one of a trace";
+        }
     }
     drawing.finish(endUs);
+    if (!error.empty())
+        return false;
     if (!trace.eof())
         error = traceFile + ": can't be read";
     else if (!drawing.write(vcdFile))

@@ -4,6 +4,7 @@
 #include "af_lens/focus/peak_search.h"
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/mailbox.h"
 #include "af_lens/model/persistence.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
@@ -147,7 +148,11 @@ void Lens_Generate_FocusLine2(void) {
     parkAtWide();
 }
 
-void lensFocusLine(void) {
+void obeyCalibration(unsigned int seen) {
     Lens_Generate_FocusLine2();
-    Lens_Set_Command(CMD_NONE);
+    leaveFollowUpOfCommand(seen, CMD_NONE);
+}
+
+void lensFocusLine(void) {
+    obeyCalibration(Lens_Get_Command());
 }

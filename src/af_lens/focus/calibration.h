@@ -2,3 +2,7 @@
 #pragma once
 
 #include "autofocus_service.h"
+
+/// Lens_Generate_FocusLine2(), then CMD_NONE in the place of command @p seen; another command that
+/// has come meanwhile stays.
+void obeyCalibration(unsigned int seen);

@@ -7,6 +7,7 @@
 #include "af_lens/motion/home_search.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
+#include "platform/device_file.h"
 #include "platform/trace.h"
 
 #include <fcntl.h>
@@ -41,7 +42,7 @@ static CalibrationRun makeDrawingRun(const char *name, unsigned char coarseStep)
 }
 
 static int openCurveFile(const char *name, const char *path) {
-    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
+    const int fd = openAboveStandard(path, O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
     if (fd < 0) {
         TRACE_FORMAT_OF(name, "fopen %s error.\n", path);
     }
@@ -138,7 +139,7 @@ void Lens_Draw_CurveOfZoomAndFocus(void) {
 
 // ---- Second run: quarter points, the focus goes back to the peak while the zoom goes on ----
 
-// False when a point yields no peak.
+// False when a point yields no peak or there is none to go to.
 static bool drawQuarterPoints(CalibrationRun *run, int fd) {
     unsigned int previous = focusPosition();
     while (zoomPosition() <= ZM_Tele_Limit) {
@@ -158,6 +159,8 @@ static bool drawQuarterPoints(CalibrationRun *run, int fd) {
         int index2 = 0;
         Lens_Get_ZoomIndex(&index1, &index2, zoomPosition());
         const int zSteps = static_cast<int>(quarterLength(index1));
+        if (zSteps == 0)
+            return false; // before start-up: no grid to go along
         Lens_Move_NSteps(MS_Z_TELE, zSteps, back, fSteps);
         TRACE_FORMAT_OF(run->name, "ZM_Limit: %d ZM_Local: %d FM_Local: %d zSteps: %d\n\n",
                         static_cast<int>(ZM_Tele_Limit), static_cast<int>(zoomPosition()),

@@ -36,7 +36,7 @@ void beginPass(FocusSearch *search, unsigned char step) {
 // Move one group and take the record of the frame that follows; false at the end of the range.
 static bool takeSample(FocusSearch *search, AF_Statistics_Info *record, unsigned int *afv) {
     const int runRange = focusRunRange(search->fType, search->limitN, search->limitF);
-    if (runRange <= 0)
+    if (!hasWayOn(runRange, search->fStep))
         return false;
     clipFocusStep(search->fType, runRange, &search->fStep);
     MS419XX_VDF();

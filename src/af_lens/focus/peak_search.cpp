@@ -44,7 +44,7 @@ static PassState startPass(const CalibrationRun &run) {
 // Move one group, clipped to the travel, and take the frame that follows; false at the limit.
 static bool takeSample(const CalibrationRun &run, unsigned char *step, unsigned int *afv) {
     const int travel = focusRunRange(run.fType, FM_Near_Limit, FM_Far_Limit);
-    if (travel <= 0)
+    if (!hasWayOn(travel, *step))
         return false;
     clipFocusStep(run.fType, travel, step);
     MS419XX_VDF();

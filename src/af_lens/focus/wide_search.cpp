@@ -57,7 +57,7 @@ static void readFrame(WideSearch *search) {
 static bool takeSample(WideSearch *search) {
     const int runRange = focusRunRange(search->fType, static_cast<unsigned int>(search->limitN),
                                        static_cast<unsigned int>(search->limitF));
-    if (runRange <= 0)
+    if (!hasWayOn(runRange, search->fStep))
         return false;
     clipFocusStep(search->fType, runRange, &search->fStep);
     MS419XX_VDF();

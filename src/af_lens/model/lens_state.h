@@ -27,6 +27,15 @@ inline void setPosition(unsigned int zoom, unsigned int focus) {
     storeWord(&FM_Step_Local, focus);
 }
 
+/// A position moved into the travel, where the travel is known; called before start-up as it is.
+inline unsigned int keepInTravel(unsigned int position, unsigned int low, unsigned int high) {
+    if (high == 0)
+        return position;
+    if (position > high)
+        return high;
+    return position < low ? low : position;
+}
+
 inline bool isInsideLimits(unsigned int zoom, unsigned int focus) {
     const bool zoomInside = zoom >= ZM_Wide_Limit && zoom <= ZM_Tele_Limit;
     const bool focusInside = focus >= FM_Near_Limit && focus <= FM_Far_Limit;

@@ -2,7 +2,10 @@
 
 #include "platform/shared_word.h"
 
+#include <stddef.h>
+#include <stdint.h>
 #include <stdlib.h>
+#include <string.h>
 
 Lens_ShaPos_ST *g_ShaPosInfo = nullptr;
 
@@ -47,9 +50,58 @@ int lensDirectZPosition(unsigned int cmd, unsigned short zp) {
     return 0;
 }
 
-unsigned int readCommandArgument(void) {
+// Command and argument as one word of twice the size, for an exchange of both.
+typedef unsigned long long __attribute__((may_alias)) MailboxWord;
+
+static_assert(sizeof(MailboxContent) == sizeof(MailboxWord), "one word holds both");
+static_assert(offsetof(Lens_ShaPos_ST, shCommand) == 0 && offsetof(Lens_ShaPos_ST, shValue) == 4,
+              "the record begins with command and argument");
+
+static MailboxWord joinMailbox(MailboxContent content) {
+    MailboxWord word;
+    memcpy(&word, &content, sizeof word);
+    return word;
+}
+
+// The argument is read after the command: a producer has stored it before.
+MailboxContent readMailbox(void) {
     const Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
-    return record == nullptr ? 0 : loadWord(&record->shValue);
+    if (record == nullptr)
+        return {kNoRecord, 0};
+    const unsigned int command = loadWord(&record->shCommand);
+    return {command, loadWord(&record->shValue)};
+}
+
+// The oldest processors exchange no word of that size, and none does where the record of a host or
+// of a plain allocator may lie. There a command of the same code is lost if its argument arrives
+// between the two steps below.
+static bool isAligned(const Lens_ShaPos_ST *record) {
+    return reinterpret_cast<uintptr_t>(record) % sizeof(MailboxWord) == 0;
+}
+
+static void exchangeMailbox(Lens_ShaPos_ST *record, MailboxContent seen, MailboxContent left) {
+    if constexpr (__atomic_always_lock_free(sizeof(MailboxWord), nullptr)) {
+        if (isAligned(record)) {
+            exchangeWord(reinterpret_cast<MailboxWord *>(record), joinMailbox(seen),
+                         joinMailbox(left));
+            return;
+        }
+    }
+    if (loadWord(&record->shValue) == seen.value)
+        exchangeWord(&record->shCommand, seen.command, left.command);
+}
+
+void leaveFollowUpOf(MailboxContent seen, AF_CMD_em followUp) {
+    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    if (record == nullptr)
+        return;
+    exchangeMailbox(record, seen, {followUp, seen.value});
+}
+
+void leaveFollowUpOfCommand(unsigned int seen, AF_CMD_em followUp) {
+    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    if (record != nullptr)
+        exchangeWord(&record->shCommand, seen, followUp);
 }
 
 void publishZoomPosition16(unsigned short position16) {

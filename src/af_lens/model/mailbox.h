@@ -19,8 +19,19 @@ void withdrawRecord(void);
 /// Replace whatever the mailbox holds by @p followUp; the mailbox value afterwards.
 unsigned int leaveFollowUp(AF_CMD_em followUp);
 
-/// The argument of the pending command, 0 without a record.
-unsigned int readCommandArgument(void);
+/// What the mailbox holds, a command and its argument; kNoRecord and 0 without a record.
+typedef struct {
+    unsigned int command;
+    unsigned int value;
+} MailboxContent;
+
+MailboxContent readMailbox(void);
+
+/// Replace @p seen, command and argument, by @p followUp; what has been stored since then stays.
+void leaveFollowUpOf(MailboxContent seen, AF_CMD_em followUp);
+
+/// The same for a command without an argument: only another command is something new.
+void leaveFollowUpOfCommand(unsigned int seen, AF_CMD_em followUp);
 
 /// Publish a 16-bit position; nothing happens without a record.
 void publishZoomPosition16(unsigned short position16);

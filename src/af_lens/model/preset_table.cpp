@@ -4,6 +4,7 @@
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "autofocus/callbacks.h"
+#include "platform/claim.h"
 #include "platform/trace.h"
 
 #include <string.h>
@@ -19,8 +20,12 @@ bool isPresetNumber(int pst) {
     return pst >= 0 && pst < AF_PRESET_COUNT;
 }
 
-// Odd while a pair is being stored. It admits one writer at a time, for two stores, and tells a
-// reader whether a pair changed under its eyes.
+// Whoever changes the table or hands it to the host holds it until the host is done: the host is
+// never called twice at once, and what it is handed does not change under its eyes.
+static Claim table;
+static const int kMostWaitMs = 1000;
+
+// Odd while a pair is being stored: tells a reader whether the pair has changed under its eyes.
 static unsigned int tableVersion = 0;
 
 static const useconds_t kRetryUs = 100;
@@ -32,11 +37,10 @@ static unsigned int waitUntilWhole() {
     return version;
 }
 
+// Holding the table.
 static void storePreset(int pst, unsigned int zoom, unsigned int focus) {
-    unsigned int version;
-    do {
-        version = waitUntilWhole();
-    } while (!exchangeWord(&tableVersion, version, version + 1));
+    const unsigned int version = loadWord(&tableVersion);
+    storeWord(&tableVersion, version + 1);
     storeWord(&g_APGroupInfo.aZPosition[pst], zoom);
     storeWord(&g_APGroupInfo.aFPosition[pst], focus);
     storeWord(&tableVersion, version + 2);
@@ -51,11 +55,7 @@ void readPreset(int pst, unsigned int *zoom, unsigned int *focus) {
     } while (loadWord(&tableVersion) != version);
 }
 
-int Lens_Init_PresetInfo(void) {
-    if (!createRecord()) {
-        printf("__%s____Failure____\n", __func__);
-        return -1;
-    }
+static int loadPresets() {
     if (Lens_Read_PresetInfo() != 0)
         return -1;
     for (int pst = 0; pst < AF_PRESET_COUNT; ++pst) {
@@ -67,6 +67,19 @@ int Lens_Init_PresetInfo(void) {
             return -1;
     }
     return 0;
+}
+
+// With the record there are presets to set, but not before those that the host keeps are loaded.
+// Only a host that cleared one before the start and hangs in it since then is not waited for.
+int Lens_Init_PresetInfo(void) {
+    const bool isHeld = awaitClaim(&table, kMostWaitMs);
+    const bool isCreated = createRecord();
+    const int result = isCreated ? loadPresets() : -1;
+    if (isHeld)
+        giveBackClaim(&table);
+    if (!isCreated)
+        printf("__%s____Failure____\n", __func__);
+    return result;
 }
 
 int Lens_Read_PresetInfo(void) {
@@ -116,11 +129,14 @@ int Lens_Set_Preset(int pst) {
                static_cast<int>(focus));
         return -1;
     }
-    if (Lens_Map_PstPosition(static_cast<unsigned char>(pst), zoom, focus) != 0)
+    if (!awaitClaim(&table, kMostWaitMs))
         return -1;
+    Lens_Map_PstPosition(static_cast<unsigned char>(pst), zoom, focus);
     publishZoomFrom(zoom);
     publishFocusFrom(focus);
-    return Lens_Write_PresetInfo(pst, zoom, focus) != 0 ? -1 : 0;
+    const int result = Lens_Write_PresetInfo(pst, zoom, focus);
+    giveBackClaim(&table);
+    return result != 0 ? -1 : 0;
 }
 
 int Lens_Clear_Preset(int pst) {
@@ -128,9 +144,13 @@ int Lens_Clear_Preset(int pst) {
         printf("__%s__Invaled preset %d__\n", __func__, pst);
         return -1;
     }
+    if (!awaitClaim(&table, kMostWaitMs))
+        return -1;
     storeWord(&g_RPGroupInfo.rZPosition[pst], 0);
     storeWord(&g_RPGroupInfo.rFPosition[pst], 0);
-    return Lens_Write_PresetInfo(pst, 0, 0);
+    const int result = Lens_Write_PresetInfo(pst, 0, 0);
+    giveBackClaim(&table);
+    return result;
 }
 
 int findPresetAtPosition16(unsigned short rzp) {

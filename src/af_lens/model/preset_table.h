@@ -1,7 +1,8 @@
 // The preset tables: 255 pairs of positions and their 16-bit copies, kept by the host.
 //
-// The lens thread and a host thread both set presets. A pair is stored so that a reader never takes
-// half of an old one and half of a new one.
+// The lens thread and host threads set and clear presets, one at a time until the host's callback
+// returns: another one waits, a second at most. A pair is stored so that a reader never takes half
+// of an old one and half of a new one.
 #pragma once
 
 #include "autofocus_service.h"
@@ -12,6 +13,7 @@ extern "C" {
 int Lens_Read_PresetInfo(void);
 
 /// Store a pair and hand the whole table to the host; the host's result, or -1 for a bad number.
+/// Whoever calls it holds the table.
 int Lens_Write_PresetInfo(int pst, unsigned int azp, unsigned int afp);
 
 /// Store the 16-bit copies of a pair; 0, or -1 for number 255.

@@ -6,7 +6,7 @@
 #include "autofocus/osd_text.h"
 #include "platform/trace.h"
 
-#include <string.h>
+#include <unistd.h>
 
 const unsigned short gZRPosition[kMostRatios] = {
     0,     6225,  8894,  10486, 11589, 12422, 13088, 13641, 14110, 14515, 14866, 15170,
@@ -20,10 +20,13 @@ int g_Average, g_Remainder;
 unsigned short gPositionMap[kTagPoints][kQuarters];
 
 static const unsigned short kOutsideGrid = 65535;
+static const useconds_t kRetryUs = 100;
 
-static int multiplesInForce = 0; // count of the maps built last; 0 before the first build
-static int multipleOld = 0;      // ratio on the screen
-static int building = 0;         // 1 while a thread builds the maps
+static int multipleOld = 0; // ratio on the screen
+
+// Odd while the maps are being built. It admits one builder at a time, and tells a reader whether
+// they have changed under its eyes.
+static unsigned int mapsVersion = 0;
 
 static bool isValidCount(unsigned int multiple) {
     return multiple >= kFewestRatios && multiple <= kMostRatios;
@@ -47,9 +50,7 @@ static int ratioIndexAt(int point, int count) {
                                  : remainder + (point - endOfLongGaps) / average;
 }
 
-unsigned short position16OfPoint(int point, int count) {
-    if (count == 0)
-        return 0;
+static unsigned short position16OfPoint(int point, int count) {
     const int m = ratioIndexAt(point, count);
     const int past = point - quarterPointOfRatio(m, count);
     if (past == 0)
@@ -59,30 +60,111 @@ unsigned short position16OfPoint(int point, int count) {
     return static_cast<unsigned short>(gZRPosition[m] + past * rise / gap);
 }
 
+// ---- The maps: built under an odd version, read under an even one that stays ----
+
+static unsigned int waitUntilWhole() {
+    unsigned int version;
+    while (((version = loadWord(&mapsVersion)) & 1) != 0)
+        usleep(kRetryUs);
+    return version;
+}
+
+static bool haveChangedSince(unsigned int version) {
+    return loadWord(&mapsVersion) != version;
+}
+
+static void beginBuilding() {
+    unsigned int version;
+    do {
+        version = waitUntilWhole();
+    } while (!exchangeWord(&mapsVersion, version, version + 1));
+}
+
+static void endBuilding() {
+    storeWord(&mapsVersion, loadWord(&mapsVersion) + 1);
+}
+
+static void fillRatioMap(int count) {
+    storeWord(&g_Average, kTelePoint / (count - 1));
+    storeWord(&g_Remainder, kTelePoint % (count - 1));
+    for (int m = 0; m < kMostRatios; ++m) {
+        const bool isUsed = m < count;
+        const int point = isUsed ? quarterPointOfRatio(m, count) : 0;
+        storeWord(&gOSDMultipleMap[m].index1, point / kQuarters);
+        storeWord(&gOSDMultipleMap[m].index2, point % kQuarters);
+        storeWord(&gOSDMultipleMap[m].ratio, isUsed ? m + 1 : 0);
+    }
+}
+
+static void fillPositionMap(int count) {
+    for (int point = 0; point <= kTelePoint; ++point)
+        storeWord(&gPositionMap[point / kQuarters][point % kQuarters],
+                  position16OfPoint(point, count));
+}
+
+// Before the building, as a message may take its time.
+static void announceCount(int count) {
+    TRACE_FORMAT_OF("Lens_Init_OSDMULMAP", "average: %d remainder: %d\n", kTelePoint / (count - 1),
+                    kTelePoint % (count - 1));
+}
+
+static int readCount() {
+    return static_cast<int>(loadWord(&gOSDMultipleMax));
+}
+
+void Lens_Init_OSDMULMAP(void) {
+    const int count = readCount();
+    announceCount(count);
+    beginBuilding();
+    fillRatioMap(count);
+    endBuilding();
+}
+
+void Lens_Init_ZPMAP(void) {
+    beginBuilding();
+    fillPositionMap(readCount());
+    endBuilding();
+}
+
+void buildRatioMaps() {
+    unsigned int count;
+    do { // another thread may set the count meanwhile: the maps end as the count does
+        count = loadWord(&gOSDMultipleMax);
+        announceCount(static_cast<int>(count));
+        beginBuilding();
+        fillRatioMap(static_cast<int>(count));
+        fillPositionMap(static_cast<int>(count));
+        endBuilding();
+    } while (!exchangeWord(&gOSDMultipleMax, count, count));
+}
+
 unsigned short position16OfGridPoint(int index1, int index2) {
-    return position16OfPoint(index1 * kQuarters + index2, loadWord(&multiplesInForce));
+    unsigned int version;
+    unsigned short position;
+    do {
+        version = waitUntilWhole();
+        position = loadWord(&gPositionMap[index1][index2]);
+    } while (haveChangedSince(version));
+    return position;
+}
+
+static unsigned short readPoint(int point) {
+    return loadWord(&gPositionMap[point / kQuarters][point % kQuarters]);
 }
 
 int firstPointAtOrAbove(unsigned short rzp) {
-    const int count = loadWord(&multiplesInForce);
-    int point = 0;
-    while (point < kTelePoint && position16OfPoint(point, count) < rzp)
-        ++point;
+    unsigned int version;
+    int point;
+    do {
+        version = waitUntilWhole();
+        point = rzp >= readPoint(kTelePoint) ? kTelePoint : 0;
+        while (point < kTelePoint && readPoint(point) < rzp)
+            ++point;
+    } while (haveChangedSince(version));
     return point;
 }
 
-// The ratio shown at a 16-bit position; 0 when the position is above the last ratio's.
-static int ratioAt(unsigned short rzp, int count) {
-    for (int m = 0; m < count; ++m) {
-        if (rzp == gZRPosition[m])
-            return m + 1;
-        if (m + 1 < kMostRatios && rzp < gZRPosition[m + 1])
-            return m + 1;
-    }
-    return 0;
-}
-
-// ---- The maps ----
+// ---- The count ----
 
 static int refuseCount(const char *function, int line, unsigned int multiple) {
     TRACE_PREFIX_OF(function, line);
@@ -93,40 +175,8 @@ static int refuseCount(const char *function, int line, unsigned int multiple) {
 int Lens_Init_OSDMultiple(unsigned int multiple) {
     if (!isValidCount(multiple))
         return refuseCount(__func__, __LINE__, multiple);
-    storeWord(&gOSDMultipleMax, multiple);
+    replaceWord(&gOSDMultipleMax, multiple);
     return 0;
-}
-
-void Lens_Init_OSDMULMAP(void) {
-    const int count = static_cast<int>(loadWord(&gOSDMultipleMax));
-    memset(gOSDMultipleMap, 0, sizeof gOSDMultipleMap);
-    g_Average = kTelePoint / (count - 1);
-    g_Remainder = kTelePoint % (count - 1);
-    TRACE_FORMAT("average: %d remainder: %d\n", g_Average, g_Remainder);
-    for (int m = 0; m < count; ++m) {
-        const int point = quarterPointOfRatio(m, count);
-        gOSDMultipleMap[m] = {point / kQuarters, point % kQuarters, m + 1};
-    }
-}
-
-void Lens_Init_ZPMAP(void) {
-    const int count = static_cast<int>(loadWord(&gOSDMultipleMax));
-    for (int point = 0; point <= kTelePoint; ++point)
-        gPositionMap[point / kQuarters][point % kQuarters] = position16OfPoint(point, count);
-    storeWord(&multiplesInForce, count);
-}
-
-// One thread builds at a time, until the maps fit the count; a thread that finds another one
-// building leaves its count to it.
-void buildRatioMaps() {
-    while (exchangeWord(&building, 0, 1)) {
-        Lens_Init_OSDMULMAP();
-        Lens_Init_ZPMAP();
-        storeWord(&building, 0);
-        const int count = static_cast<int>(loadWord(&gOSDMultipleMax));
-        if (count == loadWord(&multiplesInForce))
-            return;
-    }
 }
 
 int Lens_Reset_OSDMULMAP(unsigned int multiple) {
@@ -134,7 +184,7 @@ int Lens_Reset_OSDMULMAP(unsigned int multiple) {
         return refuseCount(__func__, __LINE__, multiple);
     if (multiple == loadWord(&gOSDMultipleMax))
         return 0;
-    storeWord(&gOSDMultipleMax, multiple);
+    replaceWord(&gOSDMultipleMax, multiple);
     buildRatioMaps();
     if (!hasRecord())
         return 0; // nowhere to publish to, and before start-up no grid to find the position on
@@ -146,44 +196,58 @@ int Lens_Reset_OSDMULMAP(unsigned int multiple) {
 
 // ---- Publishing where the lens stands ----
 
+// Index of the ratio shown at a 16-bit position; -1 when the position is above the last ratio's.
+static int findRatio(unsigned short rzp, unsigned int count) {
+    for (int m = 0; m < kMostRatios && m < static_cast<int>(count); ++m) {
+        const bool isBelowNext = m + 1 < kMostRatios && rzp < gZRPosition[m + 1];
+        if (rzp == gZRPosition[m] || isBelowNext)
+            return m;
+    }
+    return -1;
+}
+
 unsigned short Lens_Map_ZPosition(unsigned int azp) {
     int index1, index2;
     if (Lens_Get_ZoomIndex(&index1, &index2, azp) != 0)
         return kOutsideGrid;
-    int count;
+    unsigned int version;
     unsigned short rzp;
-    do { // the host may change the count meanwhile: what it publishes by the new one must stay
-        count = loadWord(&multiplesInForce);
-        rzp = position16OfPoint(index1 * kQuarters + index2, count);
+    do { // the host may change the count meanwhile: what it publishes by the new maps must stay
+        version = waitUntilWhole();
+        rzp = readPoint(index1 * kQuarters + index2);
         if (!hasRecord())
             return rzp;
         publishZoomPosition16(rzp);
-        const int ratio = ratioAt(rzp, count);
-        if (ratio != 0)
-            Lens_Set_Multiple(ratio);
-    } while (!exchangeWord(&multiplesInForce, count, count)); // unlike a load, not before the above
+        const int m = findRatio(rzp, loadWord(&gOSDMultipleMax));
+        if (m >= 0)
+            Lens_Set_Multiple(loadWord(&gOSDMultipleMap[m].ratio));
+    } while (!exchangeWord(&mapsVersion, version, version)); // unlike a load, not before the above
     return rzp;
 }
 
 void publishZoomFrom(unsigned int published) {
-    for (unsigned int zoom; (zoom = zoomPosition()) != published; published = zoom)
-        Lens_Map_ZPosition(zoom);
+    while (!exchangeWord(&ZM_Step_Local, published, published)) {
+        published = zoomPosition();
+        Lens_Map_ZPosition(published);
+    }
 }
 
 void publishFocusFrom(unsigned int published) {
-    for (unsigned int focus; (focus = focusPosition()) != published; published = focus)
-        Lens_Map_FPosition(focus);
+    while (!exchangeWord(&FM_Step_Local, published, published)) {
+        published = focusPosition();
+        Lens_Map_FPosition(published);
+    }
 }
 
 int Lens_Set_Multiple(int value) {
     if (value == loadWord(&multipleOld))
         return 0;
-    storeWord(&multipleOld, value);
+    replaceWord(&multipleOld, value);
     int shown;
     do { // two threads may change the ratio at once: the text ends as the ratio does
         shown = loadWord(&multipleOld);
         fCallbakSetMultiple(shown);
-    } while (shown != loadWord(&multipleOld));
+    } while (!exchangeWord(&multipleOld, shown, shown));
     return 0;
 }
 

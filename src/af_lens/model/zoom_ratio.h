@@ -1,8 +1,8 @@
 // Zoom ratios and 16-bit positions: the scales of the screen and of the serial protocol.
 //
-// Everything about a ratio count follows from the count, so the readers derive what they need from
-// one word, the count in force, and never meet half-built maps while the host changes it. The
-// exported maps show the same values to service tools.
+// The maps are what everybody reads, service tools included. The host rebuilds them on its own
+// thread: a reader looks again when they have changed under its eyes, so it never takes a value of
+// half-built ones.
 #pragma once
 
 #include "autofocus_service.h"
@@ -13,20 +13,18 @@ static const int kTelePoint = 60; ///< Number of the quarter point at the tele e
 
 extern "C" {
 
-/// Fill gPositionMap and put the present count in force.
+/// Fill gPositionMap for the present count.
 void Lens_Init_ZPMAP(void);
 }
 
-/// Build both maps for the present count: Lens_Init_OSDMULMAP(), then Lens_Init_ZPMAP().
+/// Build both maps as one for the present count, as Lens_Init_OSDMULMAP() and Lens_Init_ZPMAP() do
+/// one after the other.
 void buildRatioMaps();
 
 /// Quarter point at which ratio number @p m (0 for 1x) sits when @p count ratios are spread.
 int quarterPointOfRatio(int m, int count);
 
-/// 16-bit position of quarter point @p point, 0 to 60, with @p count ratios; 0 for a count of 0.
-unsigned short position16OfPoint(int point, int count);
-
-/// 16-bit position of a grid point in the maps in force.
+/// 16-bit position of a grid point.
 unsigned short position16OfGridPoint(int index1, int index2);
 
 /// First quarter point, 0 to 60, whose 16-bit position is at least @p rzp; 60 when there is none.

@@ -66,11 +66,7 @@ static bool asksForPowerOffPosition(unsigned short rzp) {
 static void restorePowerOffPosition() {
     const unsigned int zoom = zoomPosition();
     const unsigned int focus = focusPosition();
-    unsigned int target = FM_Step_Powoff;
-    if (target < FM_Near_Limit)
-        target = FM_Near_Limit;
-    if (target > FM_Far_Limit)
-        target = FM_Far_Limit;
+    const unsigned int target = keepInTravel(FM_Step_Powoff, FM_Near_Limit, FM_Far_Limit);
     const int zSteps = stepsBetween(ZM_Step_Powoff, zoom);
     const int fSteps = stepsBetween(target, focus);
     if (zSteps > 0 || fSteps > 0)

@@ -147,6 +147,9 @@ static bool searchAxis(const SearchedAxis &axis) {
 }
 
 int Lens_Search_PI(void) {
+    const bool areStepsKnown = Step_Level_Min != 0 && Step_Level_Mid != 0;
+    if (!areStepsKnown)
+        return -1; // before start-up: no pass would come to an end
     MS419XX_Break_MotorCD(LED_ENABLE);
     MS419XX_VDFZ();
     usleep(kSettleUs);
@@ -182,4 +185,6 @@ bool checkPiTwice() {
 void parkAtWide() {
     checkPiTwice();
     Lens_To_Destination(ZM_Wide_Limit, g_FLineInfo.tagPosition[0][0]);
+    Lens_Map_ZPosition(zoomPosition());
+    Lens_Map_FPosition(focusPosition());
 }

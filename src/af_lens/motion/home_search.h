@@ -12,5 +12,6 @@ int Lens_Search_PI(void);
 /// Lens_Check_PIPosition(), and once more if it fails; false when both failed.
 bool checkPiTwice();
 
-/// Find home and go to the wide limit with the focus on the infinity line, found or not.
+/// Find home and go to the wide limit with the focus on the infinity line, found or not; both
+/// positions are stored and published.
 void parkAtWide();

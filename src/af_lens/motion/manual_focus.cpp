@@ -12,7 +12,7 @@ unsigned int lensMotorFocusCtrl(AF_CMD_em emCmd) {
     unsigned char programmed = step;
     const MS_Action_em fType = emCmd == CMD_FAR ? MS_F_FAR : MS_F_NEAR;
     int blocked = Lens_Check_AllowanceForSteps(MS_NONE, nullptr, fType, &step);
-    if (BIT(blocked, kFocusBlocked) == 0) {
+    if (BIT(blocked, kFocusBlocked) == 0 && step != 0) { // 0 before start-up
         lensMotorFocusHomeSet();
         MS419XX_Set_PSUM_ICNT_RegofFocus(fType, step);
         while (lensMotorInterrupt(emCmd) == 0) {

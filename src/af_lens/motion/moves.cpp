@@ -91,9 +91,16 @@ static void runCountedPeriods(CountedAxis *zoom, CountedAxis *focus) {
     }
 }
 
+// Before start-up there are no step levels: a period would take no step.
+static bool neverArrives(const CountedAxis &axis) {
+    return axis.step == 0 && axis.total > 0;
+}
+
 void Lens_Move_NSteps(MS_Action_em zType, int zSteps, MS_Action_em fType, int fSteps) {
     CountedAxis zoom = makeCountedAxis(zType, zSteps);
     CountedAxis focus = makeCountedAxis(fType, fSteps);
+    if (neverArrives(zoom) || neverArrives(focus))
+        return;
     programAxis(zoom);
     programAxis(focus);
     runCountedPeriods(&zoom, &focus);
@@ -105,15 +112,9 @@ void Lens_Move_NSteps(MS_Action_em zType, int zSteps, MS_Action_em fType, int fS
 
 // A curve that came from the host unchecked may ask for a focus outside the travel: the motor goes
 // no further than the limit, where storing the position would put the counter anyway.
-static unsigned int clampIntoTravel(unsigned int value, unsigned int low, unsigned int high) {
-    if (value < low)
-        return low;
-    return value > high ? high : value;
-}
-
 void Lens_To_Destination(unsigned int desZP, unsigned int desFP) {
-    const unsigned int zoom = clampIntoTravel(desZP, ZM_Wide_Limit, ZM_Tele_Limit);
-    const unsigned int focus = clampIntoTravel(desFP, FM_Near_Limit, FM_Far_Limit);
+    const unsigned int zoom = keepInTravel(desZP, ZM_Wide_Limit, ZM_Tele_Limit);
+    const unsigned int focus = keepInTravel(desFP, FM_Near_Limit, FM_Far_Limit);
     Lens_Move_NSteps(
         zoom > ZM_PI_Position ? MS_Z_TELE : MS_Z_WIDE, stepsBetween(zoom, ZM_PI_Position),
         focus > FM_PI_Position ? MS_F_FAR : MS_F_NEAR, stepsBetween(focus, FM_PI_Position));

@@ -53,11 +53,12 @@ void Lens_Get_DirAndStep2(MS_Action_em type, unsigned char *zStep, unsigned char
     *zStep = static_cast<unsigned char>(quarterLength(index1) & 0xFF);
 }
 
+// Without a grid, before start-up, a step is none, and no move would come to an end.
 bool planTrackedStep(MS_Action_em zType, TrackedStep *step) {
     Lens_Get_DirAndStep2(zType, &step->zStep, &step->fStep, &step->fType);
     const int blocked =
         Lens_Check_AllowanceForSteps(zType, &step->zStep, step->fType, &step->fStep);
-    return BIT(blocked, kZoomBlocked) == 0;
+    return BIT(blocked, kZoomBlocked) == 0 && step->zStep != 0;
 }
 
 void programTrackedStep(MS_Action_em zType, const TrackedStep &step) {

@@ -1,0 +1,12 @@
+// Opening files without getting in the way of standard input, output and error.
+#pragma once
+
+#include <sys/types.h>
+
+/**
+ * As open(), but never descriptor 0, 1 or 2: where the host has closed one of these, messages would
+ * go into the file, or what a device says would be read as input.
+ *
+ * @return the descriptor, or -1 with errno set.
+ */
+int openAboveStandard(const char *path, int flags, mode_t mode = 0);
