@@ -129,8 +129,9 @@ static size_t measure(size_t index) {
 }
 
 int main(void) {
+    int isWhole = 1;
     for (size_t index = 0; index < sizeof kCalls / sizeof kCalls[0]; index++)
-        dprintf(3, "%s %zu\n", kCalls[index].name, measure(index));
-    dprintf(3, "thread %zu\n", (size_t)(stack + sizeof stack - bodyFrame));
-    return 0;
+        isWhole &= dprintf(3, "%s %zu\n", kCalls[index].name, measure(index)) > 0;
+    isWhole &= dprintf(3, "thread %zu\n", (size_t)(stack + sizeof stack - bodyFrame)) > 0;
+    return isWhole ? 0 : 1;
 }

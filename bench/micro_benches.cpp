@@ -200,6 +200,10 @@ int main(int argc, char **argv) {
     int iterations = 0;
     if (argc > 2 && strcmp(argv[1], "--iterations") == 0) {
         iterations = atoi(argv[2]);
+        if (iterations <= 0) {
+            fprintf(stderr, "%s: '%s' is no number of iterations\n", argv[0], argv[2]);
+            return 1;
+        }
         argv[2] = argv[0];
         argc -= 2;
         argv += 2;
@@ -222,6 +226,8 @@ int main(int argc, char **argv) {
     benchmark::RunSpecifiedBenchmarks(&reporter);
     fflush(stdout);
     dup2(standardOutput, STDOUT_FILENO);
-    fputs(report.str().c_str(), stdout);
-    return 0;
+    const bool isPrinted = fputs(report.str().c_str(), stdout) >= 0 && fflush(stdout) == 0;
+    if (!isPrinted)
+        fprintf(stderr, "bench: the figures can't be printed\n");
+    return isPrinted ? 0 : 1;
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <unistd.h>
 #include <vector>
 
@@ -21,6 +22,21 @@ static constexpr int64_t kLimitUs = 60000000;
 void giveUp(const char *what) {
     fprintf(stderr, "bench: %s\n", what);
     _exit(EXIT_FAILURE);
+}
+
+void takeNoWords(int argc, char **argv, const char *what) {
+    if (argc == 1)
+        return;
+    const bool isHelp = argc == 2 && strcmp(argv[1], "--help") == 0;
+    fprintf(isHelp ? stdout : stderr, "%s takes no words: it measures %s\n", argv[0], what);
+    exit(isHelp ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
+int closeReport() {
+    if (fflush(stdout) == 0 && ferror(stdout) == 0)
+        return EXIT_SUCCESS;
+    fprintf(stderr, "bench: the figures can't be printed\n");
+    return EXIT_FAILURE;
 }
 
 static void startLibrary() {

@@ -10,6 +10,13 @@ namespace bench {
 /// Say why and leave; the process of a run ends.
 [[noreturn]] void giveUp(const char *what);
 
+/// For a main that takes no words: --help says what it does, any other is refused; both end the
+/// process.
+void takeNoWords(int argc, char **argv, const char *what);
+
+/// A main's last word: its figures are printed, or else standard error says so. The exit status.
+int closeReport();
+
 /// Power on, start the library for a host in memory, and wait until the first
 /// autofocus run is done.
 void boot(const vcam::CameraOptions &options);

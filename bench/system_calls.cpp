@@ -58,7 +58,8 @@ void measure(const char *phase, const std::function<void()> &act) {
 
 } // namespace
 
-int main() {
+int main(int argc, char **argv) {
+    bench::takeNoWords(argc, argv, "the system calls of a VD period");
     bench::boot({});
     say("System calls per VD period, of the lens-control thread\n");
     say("%-34s %8s %9s %6s %7s %6s %6s   %s\n", "", "periods", "for pins", "words", "needed",
@@ -68,6 +69,6 @@ int main() {
     measure("zoom to wide, tracked", bench::zoomToWide);
     measure("autofocus there", bench::awaitFocus);
     vcam::powerOff();
-    const bool isPrinted = fputs(report.c_str(), stdout) >= 0 && fflush(stdout) == 0;
-    _exit(isPrinted ? 0 : 1); // the library's threads never end
+    fputs(report.c_str(), stdout);
+    _exit(bench::closeReport()); // the library's threads never end
 }

@@ -124,7 +124,8 @@ void print(const char *what, const Span &span) {
 
 } // namespace
 
-int main() {
+int main(int argc, char **argv) {
+    bench::takeNoWords(argc, argv, "how many virtual seconds a real second gets");
     std::vector<Span> cold;
     std::vector<Span> warm;
     for (uint64_t seed = 1; seed <= kSeeds; ++seed) {
@@ -138,5 +139,5 @@ int main() {
     printf("%-60s %8s %9s %9s %9s %7s\n", "", "s", "ms", "per s", "", "");
     print("power-on, boot, autofocus, tele, autofocus, wide, autofocus", medianOf(cold));
     print("then 20 times: tele, autofocus, wide, autofocus", medianOf(warm));
-    return 0;
+    return bench::closeReport();
 }

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 
 #include "autofocus_service.h"
@@ -120,7 +121,7 @@ static int playSecondPowerOn(const vcam::CameraOptions &options, const std::stri
 
 static bool isWritten(bool isWhole, const std::string &path) {
     if (!isWhole)
-        complainOf(path);
+        complainOf(path, strerror(errno));
     return isWhole;
 }
 
@@ -135,8 +136,10 @@ static double zoomOfPoint(const unsigned (&grid)[16], int point) {
 static bool compareCurves(const vcam::CameraOptions &options, const std::string &out,
                           const unsigned (&grid)[16]) {
     FOCUS_POINT found;
-    if (!FileStore(out + "/store").read("MotorFocusline", &found, sizeof found))
-        return isWritten(false, out + "/store/MotorFocusline");
+    if (!FileStore(out + "/store").read("MotorFocusline", &found, sizeof found)) {
+        complainOf(out + "/store/MotorFocusline", "the record is missing");
+        return false;
+    }
     std::vector<double> builtIn;
     vcam::CameraOptions plainUnit = options;
     plainUnit.builtInCurves = true;

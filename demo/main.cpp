@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string>
 
@@ -104,6 +105,6 @@ int main(int argc, char **argv) {
         status = demo::playFirstLight(options, out);
     if (fflush(stdout) == 0 && ferror(stdout) == 0)
         return status;
-    demo::complainOf("standard output");
+    demo::complainOf("standard output", strerror(errno));
     return EXIT_FAILURE;
 }

@@ -189,14 +189,14 @@ void Stage::checkSharp(const std::string &when) {
     check(std::fabs(error) <= kSharpHalfDepths, text);
 }
 
-void complainOf(const std::string &path) {
-    fprintf(stderr, "demo: %s: can't be written: %s\n", path.c_str(), strerror(errno));
+void complainOf(const std::string &path, const char *reason) {
+    fprintf(stderr, "demo: %s: can't be written: %s\n", path.c_str(), reason);
 }
 
 void Stage::checkWritten(bool isWhole, const std::string &name) {
     if (isWhole)
         return;
-    complainOf(out + "/" + name);
+    complainOf(out + "/" + name, strerror(errno));
     check(false, name + " is written");
 }
 
@@ -212,7 +212,10 @@ int Stage::giveVerdict() {
     check(vcam::violationCount() == 0, "the hardware had nothing to complain of");
     check(vcam::lostSteps(Axis::Zoom) == 0 && vcam::lostSteps(Axis::Focus) == 0,
           "no motor was driven against its stop");
-    checkWritten(isPositionKept(store), "store/MotorPosition");
+    if (!isPositionKept(store)) {
+        complainOf(store.path() + "/MotorPosition", "the record is missing");
+        check(false, "the host keeps the lens's position");
+    }
     if (!vcam::powerOff())
         check(false, "the camera's files are written");
     if (checksFailed == 0)

@@ -86,8 +86,8 @@ private:
     int checksFailed = 0;
 };
 
-/// A line on standard error: this file is not whole, for errno's reason.
-void complainOf(const std::string &path);
+/// A line on standard error: this file is not whole.
+void complainOf(const std::string &path, const char *reason);
 
 /// Bytes as hex pairs.
 std::string spellBytes(const std::vector<uint8_t> &bytes);

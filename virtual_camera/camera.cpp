@@ -3,6 +3,7 @@
 #include "boundary/console.h"
 #include "boundary/placeholders.h"
 #include "boundary/redirect.h"
+#include "clock/next_call.h"
 #include "clock/scheduler.h"
 #include "clock/trace.h"
 #include "clock/unobserved.h"
@@ -16,6 +17,8 @@
 #include <cstring>
 
 namespace vcam {
+
+static NextCall<FILE *(const char *, const char *)> nextFopen{"fopen"};
 
 static std::string traceFile;
 static std::string vcdFile;
@@ -37,7 +40,7 @@ static void require(bool isDone, const char *what) {
 
 /// Its content comes last, but whether there can be one is known from the first.
 static bool makeVcdFile() {
-    FILE *const file = vcdFile.empty() ? nullptr : fopen(vcdFile.c_str(), "we");
+    FILE *const file = vcdFile.empty() ? nullptr : nextFopen(vcdFile.c_str(), "we");
     return vcdFile.empty() || (file != nullptr && fclose(file) == 0);
 }
 

@@ -41,8 +41,9 @@ void layGrid(int start) {
     int zoom = start;
     auto *point = unit.zoom.begin();
     for (int section = 0; section < kTagPoints - 1; ++section) {
+        const int steps = kSectionSteps[section] / kQuarters;
         for (int quarter = 0; quarter < kQuarters; ++quarter) {
-            *point++ = zoom + quarter * (kSectionSteps[section] / kQuarters);
+            *point++ = zoom + quarter * steps;
         }
         zoom += kSectionSteps[section];
     }
