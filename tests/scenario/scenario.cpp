@@ -12,6 +12,7 @@
 #include "camera.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
+#include "devices/driver_chip.h"
 #include "devices/isp.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
@@ -199,24 +200,15 @@ bool isStanding() {
     return held == CMD_FSTOP || held == CMD_MFMODE || held == CMD_AFMODE || held >= CMD_NONE;
 }
 
-void waitSettled(double limitS, const std::function<void()> &watch) {
+void waitSettled(double limitS, const std::function<void()> &watch, int64_t lookMs) {
     const int64_t quietUs = 2000000;
-    const int64_t lookMs = 20;
-    const auto zoom = [] { return vcam::truePosition(vcam::Axis::Zoom); };
-    const auto focus = [] { return vcam::truePosition(vcam::Axis::Focus); };
     const int64_t endUs = vcam::nowUs() + static_cast<int64_t>(limitS * 1e6);
-    int64_t movedUs = vcam::nowUs();
-    int lastZoom = zoom();
-    int lastFocus = focus();
-    while (vcam::nowUs() < movedUs + quietUs) {
+    int64_t busyUs = vcam::nowUs();
+    while (vcam::nowUs() < busyUs + quietUs) {
         ASSERT_LT(vcam::nowUs(), endUs) << "waiting until the lens settles";
         passMs(lookMs);
         watch();
-        if (isStanding() && zoom() == lastZoom && focus() == lastFocus)
-            continue;
-        movedUs = vcam::nowUs();
-        lastZoom = zoom();
-        lastFocus = focus();
+        busyUs = isStanding() ? std::max(busyUs, vcam::vdEndUs()) : vcam::nowUs();
     }
 }
 

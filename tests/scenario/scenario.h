@@ -70,11 +70,12 @@ void waitIdle(double limitS = 60);
 /// Whether the mailbox holds what no handler replaces, or there is none any more.
 bool isStanding();
 
-/// Until a standing state is in the mailbox and no motor has turned for two seconds, which is
+/// Until a standing state is in the mailbox and no VD period has run for two seconds, which is
 /// longer than the refocus trigger takes to fire; a failure after @p limitS. @p watch is called at
-/// every look, every 20 ms.
+/// every look, which costs two hand-overs between threads. Not by the positions: a motor that is
+/// driven into its stop, or never got its words, stands still in the middle of a move.
 void waitSettled(
-    double limitS, const std::function<void()> &watch = [] {});
+    double limitS, const std::function<void()> &watch = [] {}, int64_t lookMs = 20);
 
 void passMs(int64_t ms);
 

@@ -14,7 +14,8 @@ template <typename Record> Record *share() {
     return new (memory) Record{};
 }
 
-/// Call @p play with 0 to @p count - 1, shared out to one process a processor.
+/// Call @p play with 0 to @p count - 1, shared out to one process a processor. Where standard error
+/// is a terminal, one line there says how many are done and when the last one will be.
 void playAll(int count, const std::function<void(int index)> &play);
 
 } // namespace scenario

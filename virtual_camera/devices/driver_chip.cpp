@@ -186,6 +186,10 @@ bool isVdPeriodRunning() {
     return nowUs() < chip.periodEndUs;
 }
 
+int64_t vdEndUs() {
+    return chip.periodEndUs;
+}
+
 bool isLedLit(Axis channel) {
     return (chip.latched[channel == Axis::Zoom ? 0 : 1].word & kLedBit) != 0;
 }

@@ -25,6 +25,9 @@ void driveReset(int level);
 
 bool isVdPeriodRunning();
 
+/// When the last VD period ends or has ended.
+int64_t vdEndUs();
+
 /// Whether the LED output of the channel that turns this axis is on: by the word in force, not by
 /// the one written last.
 bool isLedLit(Axis channel);
