@@ -3,28 +3,31 @@
 #include "clock/thread_table.h"
 #include "clock/unobserved.h"
 
-#include <cstring>
 #include <utility>
 
 namespace vcam {
 
-static std::string countedThread; // empty: nobody's calls
+static bool isCounting;
+static std::string countedThread; // empty: everybody's calls
 static CallCounts counts;
 
 void countCallsOf(const char *threadName) {
     const Unobserved unobserved;
+    isCounting = true;
     countedThread = threadName;
     counts.clear();
 }
 
 CallCounts takeCallCounts() {
     const Unobserved unobserved;
-    countedThread.clear();
+    isCounting = false;
     return std::exchange(counts, {});
 }
 
 void noteCall(const char *call, const char *subject) {
-    if (countedThread.empty() || strcmp(currentThread->name, countedThread.c_str()) != 0)
+    if (!isCounting)
+        return;
+    if (!countedThread.empty() && countedThread != currentThread->name)
         return;
     const Unobserved unobserved;
     counts[*subject == '\0' ? std::string(call) : std::string(call) + " " + subject]++;

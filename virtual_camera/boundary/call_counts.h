@@ -1,5 +1,5 @@
-// How many system calls a thread makes: of the kinds that faults.h lists, by name and subject, as
-// "ioctl /dev/hi_gpio".
+// How many system calls a thread makes, or all of them: of the kinds that faults.h lists, by name
+// and subject, as "ioctl /dev/hi_gpio".
 #pragma once
 
 #include <map>
@@ -9,7 +9,7 @@ namespace vcam {
 
 using CallCounts = std::map<std::string, int>;
 
-/// Count from zero the calls of the thread of this name, and no other's.
+/// Count from zero the calls of the thread of this name and no other's; "" for everybody's.
 void countCallsOf(const char *threadName);
 
 /// Those made since; nothing is counted from here on.
