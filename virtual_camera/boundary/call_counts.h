@@ -1,5 +1,5 @@
-// How many system calls a thread makes, or all of them: of the kinds that faults.h lists, by name and subject, as
-// "ioctl /dev/hi_gpio".
+// How many system calls a thread makes, or all of them: of the kinds that faults.h lists, by name
+// and subject, as "ioctl /dev/hi_gpio".
 #pragma once
 
 #include <map>
