@@ -71,10 +71,11 @@ typedef struct {
 } FOCUS_POINT;
 
 /*
- * Callbacks. Each returns 0 for success. The library holds no lock while it calls, calls on its own
- * threads (named below), and waits for the result, so that a slow callback delays the lens. A
- * callback may call any function of this header; only a preset callback can't set a preset. The
- * library's threads block every signal but those that a fault of their own raises.
+ * Callbacks. Each returns 0 for success; it has to return. The library holds no mutex while it
+ * calls, calls on its own threads (named below), and waits for the result, so that a slow callback
+ * delays the lens. A callback may call any function of this header; a preset is neither set nor
+ * cleared while a preset callback runs. The library's threads, and the programs that a callback
+ * starts, have every signal blocked but those that a fault of their own raises.
  */
 
 /** Switch the camera to night (mode 1) or day (mode 2). Called on the serial thread. */
@@ -148,7 +149,8 @@ AUTOFOCUS_EXPORT int AF_Manager_Init_UsartFd_API(int fd);
  * done; the library never removes it.
  *
  * @return 0; -1 with a message when a thread cannot be created: what was started keeps running, and
- *         the next call creates what is missing. -1 without a message when nothing is missing.
+ *         the next call creates what is missing. -1 without a message when nothing is missing or
+ *         start-up is under way. A serial thread that has ended is not created anew.
  */
 AUTOFOCUS_EXPORT int AF_Manager_Start_API(void);
 

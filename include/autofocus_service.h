@@ -57,7 +57,7 @@ typedef enum { LED_DISABLE = 0, LED_ENABLE = 1, LED_NONE = 2 } MS_LED_em;
  */
 typedef struct {
     unsigned int shCommand; /**< Pending AF_CMD_em: a mailbox with one slot, last writer wins. */
-    unsigned int shValue;   /**< Its argument; a producer stores it before shCommand. */
+    unsigned int shValue;   /**< Its argument; a producer stores it just before shCommand. */
     unsigned short shRZPosition; /**< 16-bit zoom position; written by Lens_Map_ZPosition(). */
     unsigned short shRFPosition; /**< 16-bit focus position; written by Lens_Map_FPosition(). */
 } Lens_ShaPos_ST;
@@ -300,7 +300,8 @@ extern AUTOFOCUS_EXPORT char fMPosition[128], fMFocusline[128], fPresetinfo[128]
  */
 AUTOFOCUS_EXPORT int lensSetCfgPath(char *path);
 
-/** Clamp the counters into the limits and hand them to the host. @return the callback's result. */
+/** Clamp the counters into the limits and hand them to the host. @return the callback's result; -1
+ * before start-up, nothing handed over. */
 AUTOFOCUS_EXPORT int Lens_Save_ZFLocation(void);
 
 /** Load the counters. @return 0; -1 when there are none or they lie outside the limits. */
@@ -344,11 +345,12 @@ AUTOFOCUS_EXPORT int lensDirectZPosition(unsigned int cmd, unsigned short zp);
 extern AUTOFOCUS_EXPORT Lens_AP_ST g_APGroupInfo;
 extern AUTOFOCUS_EXPORT Lens_RP_ST g_RPGroupInfo;
 
-/** Create the shared record and load the presets. @return 0, -1. */
+/** Create the shared record and load the presets. Waits for a preset callback that still runs; -1
+ * from inside one. @return 0, -1. */
 AUTOFOCUS_EXPORT int Lens_Init_PresetInfo(void);
 /* Both wait a second at most while another change is with the host's callback, then return -1 with
  * nothing changed; at once from inside a preset callback. Any thread. */
-AUTOFOCUS_EXPORT int Lens_Set_Preset(int pst);   /**< @return 0; -1 with a message. */
+AUTOFOCUS_EXPORT int Lens_Set_Preset(int pst);   /**< @return 0; -1. */
 AUTOFOCUS_EXPORT int Lens_Clear_Preset(int pst); /**< @return the host's result; -1. */
 /** @return 0 when a move was attempted or none needed; -1 for a bad number or empty preset. */
 AUTOFOCUS_EXPORT int Lens_Goto_Preset(int pst);
@@ -415,7 +417,9 @@ extern AUTOFOCUS_EXPORT pthread_cond_t man_ready;
 AUTOFOCUS_EXPORT void manualCtrlFun(unsigned int flag, unsigned int step, unsigned int vdfz);
 AUTOFOCUS_EXPORT void manualWaitCtrlFun(void);
 
-/** Body of the manual stepping thread, which a host starts itself. */
+/** Body of the manual stepping thread, which a host starts itself, with signals as it likes.
+ * Whoever cancels it in the middle of a move asks for a reset afterwards: its last steps are not
+ * counted. */
 AUTOFOCUS_EXPORT void *manualCtrlThread(void *unused);
 
 /* ==== Motor driver: channel AB drives the zoom, CD the focus ==== */

@@ -45,7 +45,8 @@ static Next runAutofocus(AF_CMD_em alsoEndsOn) {
 }
 
 // Every handler runs with the refocus trigger disarmed.
-static Next dispatch(unsigned int command) {
+static Next dispatch(MailboxContent taken) {
+    const unsigned int command = taken.command;
     switch (command) {
     case CMD_ZSTOP:
         lensFocusMode(CMD_MFMODE);
@@ -77,7 +78,7 @@ static Next dispatch(unsigned int command) {
     case CMD_CLPST:
     case CMD_DZF:
         lensFocusMode(CMD_MFMODE);
-        obeyPresetCommand(static_cast<AF_CMD_em>(command), {command, readMailbox().value});
+        obeyPresetCommand(static_cast<AF_CMD_em>(command), taken);
         return kDone;
     case CMD_FSTOP:
         return kDone;
@@ -94,10 +95,10 @@ static Next dispatch(unsigned int command) {
 
 // Dispatch a command and whatever it asks for at once. Handlers that move nothing could ask for one
 // another for ever without sleeping: after so many the chain goes back to the poll.
-static void runChain(unsigned int command) {
+static void runChain(MailboxContent taken) {
     int withoutPeriod = 0;
     unsigned int periods = countVdPeriods();
-    for (Next next = {true, command}; next.again; command = next.command) {
+    for (Next next = {true, taken.command}; next.again;) {
         if (countVdPeriods() != periods) {
             periods = countVdPeriods();
             withoutPeriod = 0;
@@ -105,7 +106,8 @@ static void runChain(unsigned int command) {
         if (withoutPeriod == kMostWithoutPeriod)
             return;
         withoutPeriod += 1;
-        next = dispatch(command);
+        next = dispatch(taken);
+        taken = {next.command, readMailbox().value};
     }
 }
 
@@ -113,7 +115,7 @@ void *thLensCtrl(void *) {
     pthread_detach(pthread_self());
     while (loadWord(&gLensCtrl) == 0) {
         if (claimMotors()) { // else the manual stepping thread drives: the command waits
-            runChain(Lens_Get_Command());
+            runChain(readMailbox());
             releaseMotors();
         }
         usleep(kPollUs);

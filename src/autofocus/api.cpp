@@ -27,7 +27,7 @@ static const unsigned int kFilterSettleSeconds = 2;
 
 // How far the start has come; under the claim.
 static Claim starting;
-static const int kLongestStartMs = 10000;
+static const int kLongestStartMs = 10000; // another thread is at it, and creates four threads
 static bool serialRuns = false;
 static bool startUpRuns = false;
 

@@ -2,9 +2,12 @@
 
 #include "platform/shared_word.h"
 
+#include <time.h>
 #include <unistd.h>
 
 static const useconds_t kRetryUs = 1000;
+static const long long kMsPerSecond = 1000;
+static const long kNsPerMs = 1000000;
 static const pthread_t kNobody = pthread_t();
 
 // Each thread's own list of what it holds, youngest first, for the end of the thread. Where no key
@@ -36,10 +39,20 @@ bool takeClaim(Claim *claim) {
     return true;
 }
 
+bool holdsClaim(const Claim *claim) {
+    return pthread_equal(loadWord(&claim->holder), pthread_self()) != 0;
+}
+
+static long long readClockMs() {
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * kMsPerSecond + now.tv_nsec / kNsPerMs;
+}
+
 bool awaitClaim(Claim *claim, int mostMs) {
-    for (int waitedMs = 0; !takeClaim(claim); ++waitedMs) {
-        const bool isMine = pthread_equal(loadWord(&claim->holder), pthread_self()) != 0;
-        if (isMine || waitedMs == mostMs)
+    const long long endMs = readClockMs() + mostMs;
+    while (!takeClaim(claim)) {
+        if (holdsClaim(claim) || readClockMs() >= endMs)
             return false;
         usleep(kRetryUs);
     }

@@ -15,9 +15,12 @@ struct Claim {
 /// True when nobody held it, the caller included; then giveBackClaim() is due.
 bool takeClaim(Claim *claim);
 
-/// takeClaim(), tried every millisecond until it succeeds or @p mostMs have passed. At once false
-/// when the caller holds it already.
+/// takeClaim(), tried about every millisecond until it succeeds or @p mostMs have passed. At once
+/// false when the caller holds it already.
 bool awaitClaim(Claim *claim, int mostMs);
+
+/// Whether the caller holds it.
+bool holdsClaim(const Claim *claim);
 
 /// Give back what the caller has taken.
 void giveBackClaim(Claim *claim);

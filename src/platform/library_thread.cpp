@@ -5,7 +5,7 @@
 
 // A blocked signal that the thread's own fault raises would end the process without the host's
 // handler, which is there to say what happened.
-static const int kFaults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT};
+static const int kFaults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS};
 
 static sigset_t makeMask() {
     sigset_t mask;

@@ -59,26 +59,23 @@ static void processFrame(char *buffer, int length, int type) {
 }
 
 // A port that was hung up is readable for ever and has nothing: it is looked at less and less
-// often, and as before once it has given a byte.
-static void restBetweenFrames(int started, useconds_t *pauseUs) {
-    if (started > 0) {
-        *pauseUs = kQuietPortUs;
-        return;
-    }
-    usleep(*pauseUs);
-    *pauseUs = *pauseUs < kDeadPortUs / 2 ? 2 * *pauseUs : kDeadPortUs;
+// often, and every 10 ms again once a look has found a byte.
+static void restWhileDead(int found, useconds_t *pauseUs) {
+    if (found == 0)
+        usleep(*pauseUs);
+    const useconds_t longer = *pauseUs < kDeadPortUs / 2 ? 2 * *pauseUs : kDeadPortUs;
+    *pauseUs = found == 0 ? longer : kQuietPortUs;
 }
 
 static void serveFrame(int fd, useconds_t *pauseUs) {
     char buffer[kBufferSize];
     memset(buffer, 0, sizeof buffer);
     const int started = RecvVISCACmd(fd, buffer, kFrameStart);
-    if (started < kFrameStart) {
+    if (started < kFrameStart)
         PrintfVISCA(buffer, started);
-        restBetweenFrames(started, pauseUs);
+    restWhileDead(started, pauseUs);
+    if (started < kFrameStart)
         return;
-    }
-    *pauseUs = kQuietPortUs;
     int type = kViscaGeneral;
     const int due = CheckVISCACmd(buffer, kFrameStart, &type);
     if (due < 0) {

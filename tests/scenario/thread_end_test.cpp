@@ -42,6 +42,22 @@ TEST(ThreadEnd, motors_of_a_thread_that_ends_inside_a_move_are_there_for_the_nex
     });
 }
 
+static void *waitForRecord(void *) {
+    AF_Statistics_Info record;
+    afStatisticsFresh(&record);
+    return nullptr;
+}
+
+// On real threads: in virtual time nothing waits where it could be cancelled.
+TEST(ThreadEnd, thread_that_is_cancelled_while_it_waits_leaves_the_lock_free) {
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(&thread, nullptr, waitForRecord, nullptr), 0);
+    pthread_cancel(thread);
+    pthread_join(thread, nullptr);
+    EXPECT_EQ(pthread_mutex_trylock(&afv_lock), 0);
+    pthread_mutex_unlock(&afv_lock);
+}
+
 // Frames without unwind tables would end the process here; debuggers and profilers need them too.
 TEST(ThreadEnd, exception_of_a_callback_passes_through_the_library_at_a_desk) {
 #if defined(__arm__)

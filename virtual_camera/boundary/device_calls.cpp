@@ -54,8 +54,11 @@ static int answerFcntl(Device device, int descriptor, int command, long argument
     const bool isDuplicate = command == F_DUPFD || command == F_DUPFD_CLOEXEC;
     if (device == Device::None || !isDuplicate)
         return nextFcntl(descriptor, command, argument);
-    return device == Device::Closed ? fail(EBADF)
-                                    : openPlaceholder(device, static_cast<int>(argument));
+    if (device == Device::Closed)
+        return fail(EBADF);
+    if (failsNow("fcntl", nameDevice(device)))
+        return -1;
+    return openPlaceholder(device, static_cast<int>(argument));
 }
 
 static ssize_t answerRead(Device device, void *bytes, size_t size) {
@@ -122,13 +125,7 @@ int fcntl(int descriptor, int command, ...) {
     return vcam::answerFcntl(vcam::findAnswering(descriptor), descriptor, command, argument);
 }
 
-int fcntl64(int descriptor, int command, ...) {
-    va_list arguments;
-    va_start(arguments, command);
-    const long argument = va_arg(arguments, long);
-    va_end(arguments);
-    return vcam::answerFcntl(vcam::findAnswering(descriptor), descriptor, command, argument);
-}
+int fcntl64(int descriptor, int command, ...) __attribute__((alias("fcntl")));
 
 ssize_t read(int descriptor, void *bytes, size_t size) {
     const vcam::Device device = vcam::findAnswering(descriptor);

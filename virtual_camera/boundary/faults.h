@@ -1,6 +1,6 @@
 // The back door through which tests make system calls fail.
 //
-// Calls are named as in C: open (all its variants), close, ioctl, read, write, fsync, select, poll,
+// Calls are named as in C: open (all its variants), close, fcntl (to duplicate), ioctl, read, write, fsync, select, poll,
 // fopen, access, unlink, remove, rename, chmod, socket, bind, listen, connect, accept, shmget,
 // shmat, system, pthread_create, pthread_cond_timedwait, usleep, sleep, nanosleep, printf
 // (everything that prints). What they are made on is a path, a device, "/dev/hi_gpio",

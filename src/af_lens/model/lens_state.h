@@ -27,6 +27,11 @@ inline void setPosition(unsigned int zoom, unsigned int focus) {
     storeWord(&FM_Step_Local, focus);
 }
 
+/// Whether start-up has set the limits.
+inline bool areLimitsKnown() {
+    return ZM_Tele_Limit != 0 && FM_Far_Limit != 0;
+}
+
 /// A position moved into the travel, where the travel is known; called before start-up as it is.
 inline unsigned int keepInTravel(unsigned int position, unsigned int low, unsigned int high) {
     if (high == 0)

@@ -41,21 +41,24 @@ unsigned int leaveFollowUp(AF_CMD_em followUp) {
     return Lens_Get_Command();
 }
 
-int lensDirectZPosition(unsigned int cmd, unsigned short zp) {
-    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
-    if (record == nullptr)
-        return -1;
-    storeWord(&record->shValue, zp); // before the command that needs it
-    storeWord(&record->shCommand, cmd);
-    return 0;
-}
+// ---- Command and argument at once ----
+//
+// A producer of two stores can be held up between them. Where the processor has it, what comes from
+// here is one access of twice the size; the oldest processors have none, and none has it for a
+// record that a host or a plain allocator has put anywhere. There the argument goes first and is
+// read last.
 
-// Command and argument as one word of twice the size, for an exchange of both.
 typedef unsigned long long __attribute__((may_alias)) MailboxWord;
+
+static const bool kHasAccessToBoth = __atomic_always_lock_free(sizeof(MailboxWord), nullptr);
 
 static_assert(sizeof(MailboxContent) == sizeof(MailboxWord), "one word holds both");
 static_assert(offsetof(Lens_ShaPos_ST, shCommand) == 0 && offsetof(Lens_ShaPos_ST, shValue) == 4,
               "the record begins with command and argument");
+
+static bool isAligned(const Lens_ShaPos_ST *record) {
+    return reinterpret_cast<uintptr_t>(record) % sizeof(MailboxWord) == 0;
+}
 
 static MailboxWord joinMailbox(MailboxContent content) {
     MailboxWord word;
@@ -63,32 +66,60 @@ static MailboxWord joinMailbox(MailboxContent content) {
     return word;
 }
 
-// The argument is read after the command: a producer has stored it before.
-MailboxContent readMailbox(void) {
-    const Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
-    if (record == nullptr)
-        return {kNoRecord, 0};
-    const unsigned int command = loadWord(&record->shCommand);
-    return {command, loadWord(&record->shValue)};
+static void storeMailbox(Lens_ShaPos_ST *record, MailboxContent content) {
+    if constexpr (kHasAccessToBoth) {
+        if (isAligned(record)) {
+            __atomic_store_n(reinterpret_cast<MailboxWord *>(record), joinMailbox(content),
+                             __ATOMIC_RELEASE);
+            return;
+        }
+    }
+    storeWord(&record->shValue, content.value);
+    storeWord(&record->shCommand, content.command);
 }
 
-// The oldest processors exchange no word of that size, and none does where the record of a host or
-// of a plain allocator may lie. There a command of the same code is lost if its argument arrives
-// between the two steps below.
-static bool isAligned(const Lens_ShaPos_ST *record) {
-    return reinterpret_cast<uintptr_t>(record) % sizeof(MailboxWord) == 0;
+static MailboxContent loadMailbox(const Lens_ShaPos_ST *record) {
+    MailboxContent content;
+    if constexpr (kHasAccessToBoth) {
+        if (isAligned(record)) {
+            const MailboxWord word =
+                __atomic_load_n(reinterpret_cast<const MailboxWord *>(record), __ATOMIC_ACQUIRE);
+            memcpy(&content, &word, sizeof content);
+            return content;
+        }
+    }
+    content.command = loadWord(&record->shCommand);
+    content.value = loadWord(&record->shValue);
+    return content;
 }
 
 static void exchangeMailbox(Lens_ShaPos_ST *record, MailboxContent seen, MailboxContent left) {
-    if constexpr (__atomic_always_lock_free(sizeof(MailboxWord), nullptr)) {
+    if constexpr (kHasAccessToBoth) {
         if (isAligned(record)) {
-            exchangeWord(reinterpret_cast<MailboxWord *>(record), joinMailbox(seen),
-                         joinMailbox(left));
+            MailboxWord expected = joinMailbox(seen);
+            __atomic_compare_exchange_n(reinterpret_cast<MailboxWord *>(record), &expected,
+                                        joinMailbox(left), false, __ATOMIC_ACQ_REL,
+                                        __ATOMIC_ACQUIRE);
             return;
         }
     }
     if (loadWord(&record->shValue) == seen.value)
         exchangeWord(&record->shCommand, seen.command, left.command);
+}
+
+int lensDirectZPosition(unsigned int cmd, unsigned short zp) {
+    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    if (record == nullptr)
+        return -1;
+    storeMailbox(record, {cmd, zp});
+    return 0;
+}
+
+MailboxContent readMailbox(void) {
+    const Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    if (record == nullptr)
+        return {kNoRecord, 0};
+    return loadMailbox(record);
 }
 
 void leaveFollowUpOf(MailboxContent seen, AF_CMD_em followUp) {

@@ -29,15 +29,12 @@ int lensSetCfgPath(char *path) {
     return 0;
 }
 
-static unsigned int clampInto(unsigned int value, unsigned int low, unsigned int high) {
-    if (value > high)
-        return high;
-    return value < low ? low : value;
-}
-
+// Before start-up there is no position, and the one that the host keeps is not to be lost.
 int Lens_Save_ZFLocation(void) {
-    const unsigned int focus = clampInto(focusPosition(), FM_Near_Limit, FM_Far_Limit);
-    const unsigned int zoom = clampInto(zoomPosition(), ZM_Wide_Limit, ZM_Tele_Limit);
+    if (!areLimitsKnown())
+        return -1;
+    const unsigned int focus = keepInTravel(focusPosition(), FM_Near_Limit, FM_Far_Limit);
+    const unsigned int zoom = keepInTravel(zoomPosition(), ZM_Wide_Limit, ZM_Tele_Limit);
     setPosition(zoom, focus);
     return fCallbakSetZMPosition(zoom, focus);
 }

@@ -6,9 +6,9 @@
 #include "autofocus/callbacks.h"
 #include "platform/claim.h"
 #include "platform/trace.h"
+#include "platform/version.h"
 
 #include <string.h>
-#include <unistd.h>
 
 Lens_AP_ST g_APGroupInfo;
 Lens_RP_ST g_RPGroupInfo;
@@ -28,31 +28,21 @@ static const int kMostWaitMs = 1000;
 // Odd while a pair is being stored: tells a reader whether the pair has changed under its eyes.
 static unsigned int tableVersion = 0;
 
-static const useconds_t kRetryUs = 100;
-
-static unsigned int waitUntilWhole() {
-    unsigned int version;
-    while (((version = loadWord(&tableVersion)) & 1) != 0)
-        usleep(kRetryUs);
-    return version;
-}
-
 // Holding the table.
 static void storePreset(int pst, unsigned int zoom, unsigned int focus) {
-    const unsigned int version = loadWord(&tableVersion);
-    storeWord(&tableVersion, version + 1);
+    const unsigned int version = beginChange(&tableVersion);
     storeWord(&g_APGroupInfo.aZPosition[pst], zoom);
     storeWord(&g_APGroupInfo.aFPosition[pst], focus);
-    storeWord(&tableVersion, version + 2);
+    endChange(&tableVersion, version);
 }
 
 void readPreset(int pst, unsigned int *zoom, unsigned int *focus) {
     unsigned int version;
     do {
-        version = waitUntilWhole();
+        version = awaitWhole(&tableVersion);
         *zoom = loadWord(&g_APGroupInfo.aZPosition[pst]);
         *focus = loadWord(&g_APGroupInfo.aFPosition[pst]);
-    } while (loadWord(&tableVersion) != version);
+    } while (hasChanged(&tableVersion, version));
 }
 
 static int loadPresets() {
@@ -69,14 +59,16 @@ static int loadPresets() {
     return 0;
 }
 
-// With the record there are presets to set, but not before those that the host keeps are loaded.
-// Only a host that cleared one before the start and hangs in it since then is not waited for.
+// With the record there are presets to set, but not before those that the host keeps are loaded. A
+// host that clears one before the start holds the start up until its callback returns.
 int Lens_Init_PresetInfo(void) {
-    const bool isHeld = awaitClaim(&table, kMostWaitMs);
+    if (holdsClaim(&table))
+        return -1; // called from inside a preset callback
+    while (!awaitClaim(&table, kMostWaitMs)) {
+    }
     const bool isCreated = createRecord();
     const int result = isCreated ? loadPresets() : -1;
-    if (isHeld)
-        giveBackClaim(&table);
+    giveBackClaim(&table);
     if (!isCreated)
         printf("__%s____Failure____\n", __func__);
     return result;

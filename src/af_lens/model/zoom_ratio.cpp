@@ -5,8 +5,7 @@
 #include "af_lens/model/zoom_grid.h"
 #include "autofocus/osd_text.h"
 #include "platform/trace.h"
-
-#include <unistd.h>
+#include "platform/version.h"
 
 const unsigned short gZRPosition[kMostRatios] = {
     0,     6225,  8894,  10486, 11589, 12422, 13088, 13641, 14110, 14515, 14866, 15170,
@@ -20,12 +19,9 @@ int g_Average, g_Remainder;
 unsigned short gPositionMap[kTagPoints][kQuarters];
 
 static const unsigned short kOutsideGrid = 65535;
-static const useconds_t kRetryUs = 100;
 
 static int multipleOld = 0; // ratio on the screen
 
-// Odd while the maps are being built. It admits one builder at a time, and tells a reader whether
-// they have changed under its eyes.
 static unsigned int mapsVersion = 0;
 
 static bool isValidCount(unsigned int multiple) {
@@ -62,26 +58,16 @@ static unsigned short position16OfPoint(int point, int count) {
 
 // ---- The maps: built under an odd version, read under an even one that stays ----
 
-static unsigned int waitUntilWhole() {
-    unsigned int version;
-    while (((version = loadWord(&mapsVersion)) & 1) != 0)
-        usleep(kRetryUs);
-    return version;
+// A host may write the exported word; a count outside the range would lead out of the tables.
+static int readCount() {
+    const int count = static_cast<int>(loadWord(&gOSDMultipleMax));
+    return count < kFewestRatios ? kFewestRatios : count > kMostRatios ? kMostRatios : count;
 }
 
-static bool haveChangedSince(unsigned int version) {
-    return loadWord(&mapsVersion) != version;
-}
-
-static void beginBuilding() {
-    unsigned int version;
-    do {
-        version = waitUntilWhole();
-    } while (!exchangeWord(&mapsVersion, version, version + 1));
-}
-
-static void endBuilding() {
-    storeWord(&mapsVersion, loadWord(&mapsVersion) + 1);
+// Before the building, as a message may take its time.
+static void announceCount(int count) {
+    TRACE_FORMAT_OF("Lens_Init_OSDMULMAP", "average: %d remainder: %d\n", kTelePoint / (count - 1),
+                    kTelePoint % (count - 1));
 }
 
 static void fillRatioMap(int count) {
@@ -96,56 +82,37 @@ static void fillRatioMap(int count) {
     }
 }
 
-static void fillPositionMap(int count) {
+static void Lens_Init_ZPMAP(int count) {
     for (int point = 0; point <= kTelePoint; ++point)
         storeWord(&gPositionMap[point / kQuarters][point % kQuarters],
                   position16OfPoint(point, count));
 }
 
-// Before the building, as a message may take its time.
-static void announceCount(int count) {
-    TRACE_FORMAT_OF("Lens_Init_OSDMULMAP", "average: %d remainder: %d\n", kTelePoint / (count - 1),
-                    kTelePoint % (count - 1));
-}
-
-static int readCount() {
-    return static_cast<int>(loadWord(&gOSDMultipleMax));
+// Another thread may set the count meanwhile: the maps end as the count does.
+static void build(bool positionsToo) {
+    unsigned int asked;
+    do {
+        asked = loadWord(&gOSDMultipleMax);
+        const int count = readCount();
+        announceCount(count);
+        const unsigned int version = beginChange(&mapsVersion);
+        fillRatioMap(count);
+        if (positionsToo)
+            Lens_Init_ZPMAP(count);
+        endChange(&mapsVersion, version);
+    } while (!exchangeWord(&gOSDMultipleMax, asked, asked));
 }
 
 void Lens_Init_OSDMULMAP(void) {
-    const int count = readCount();
-    announceCount(count);
-    beginBuilding();
-    fillRatioMap(count);
-    endBuilding();
-}
-
-void Lens_Init_ZPMAP(void) {
-    beginBuilding();
-    fillPositionMap(readCount());
-    endBuilding();
+    build(false);
 }
 
 void buildRatioMaps() {
-    unsigned int count;
-    do { // another thread may set the count meanwhile: the maps end as the count does
-        count = loadWord(&gOSDMultipleMax);
-        announceCount(static_cast<int>(count));
-        beginBuilding();
-        fillRatioMap(static_cast<int>(count));
-        fillPositionMap(static_cast<int>(count));
-        endBuilding();
-    } while (!exchangeWord(&gOSDMultipleMax, count, count));
+    build(true);
 }
 
 unsigned short position16OfGridPoint(int index1, int index2) {
-    unsigned int version;
-    unsigned short position;
-    do {
-        version = waitUntilWhole();
-        position = loadWord(&gPositionMap[index1][index2]);
-    } while (haveChangedSince(version));
-    return position;
+    return loadWord(&gPositionMap[index1][index2]);
 }
 
 static unsigned short readPoint(int point) {
@@ -156,11 +123,11 @@ int firstPointAtOrAbove(unsigned short rzp) {
     unsigned int version;
     int point;
     do {
-        version = waitUntilWhole();
+        version = awaitWhole(&mapsVersion);
         point = rzp >= readPoint(kTelePoint) ? kTelePoint : 0;
         while (point < kTelePoint && readPoint(point) < rzp)
             ++point;
-    } while (haveChangedSince(version));
+    } while (hasChanged(&mapsVersion, version));
     return point;
 }
 
@@ -197,13 +164,22 @@ int Lens_Reset_OSDMULMAP(unsigned int multiple) {
 // ---- Publishing where the lens stands ----
 
 // Index of the ratio shown at a 16-bit position; -1 when the position is above the last ratio's.
-static int findRatio(unsigned short rzp, unsigned int count) {
-    for (int m = 0; m < kMostRatios && m < static_cast<int>(count); ++m) {
+static int findRatio(unsigned short rzp, int count) {
+    for (int m = 0; m < count; ++m) {
         const bool isBelowNext = m + 1 < kMostRatios && rzp < gZRPosition[m + 1];
         if (rzp == gZRPosition[m] || isBelowNext)
             return m;
     }
     return -1;
+}
+
+// An empty entry is one of maps that are just being built for fewer ratios.
+static void publishZoom(unsigned short rzp) {
+    publishZoomPosition16(rzp);
+    const int m = findRatio(rzp, readCount());
+    const int ratio = m < 0 ? 0 : loadWord(&gOSDMultipleMap[m].ratio);
+    if (ratio != 0)
+        Lens_Set_Multiple(ratio);
 }
 
 unsigned short Lens_Map_ZPosition(unsigned int azp) {
@@ -213,14 +189,10 @@ unsigned short Lens_Map_ZPosition(unsigned int azp) {
     unsigned int version;
     unsigned short rzp;
     do { // the host may change the count meanwhile: what it publishes by the new maps must stay
-        version = waitUntilWhole();
+        version = awaitWhole(&mapsVersion);
         rzp = readPoint(index1 * kQuarters + index2);
-        if (!hasRecord())
-            return rzp;
-        publishZoomPosition16(rzp);
-        const int m = findRatio(rzp, loadWord(&gOSDMultipleMax));
-        if (m >= 0)
-            Lens_Set_Multiple(loadWord(&gOSDMultipleMap[m].ratio));
+        if (hasRecord())
+            publishZoom(rzp);
     } while (!exchangeWord(&mapsVersion, version, version)); // unlike a load, not before the above
     return rzp;
 }
@@ -240,8 +212,8 @@ void publishFocusFrom(unsigned int published) {
 }
 
 int Lens_Set_Multiple(int value) {
-    if (value == loadWord(&multipleOld))
-        return 0;
+    if (exchangeWord(&multipleOld, value, value))
+        return 0; // asked so, since the position that it belongs to has just been stored
     replaceWord(&multipleOld, value);
     int shown;
     do { // two threads may change the ratio at once: the text ends as the ratio does

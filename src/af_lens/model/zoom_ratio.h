@@ -11,14 +11,7 @@ static const int kFewestRatios = 18;
 static const int kMostRatios = 36;
 static const int kTelePoint = 60; ///< Number of the quarter point at the tele end; 0 is wide.
 
-extern "C" {
-
-/// Fill gPositionMap for the present count.
-void Lens_Init_ZPMAP(void);
-}
-
-/// Build both maps as one for the present count, as Lens_Init_OSDMULMAP() and Lens_Init_ZPMAP() do
-/// one after the other.
+/// Build both maps as one for the present count.
 void buildRatioMaps();
 
 /// Quarter point at which ratio number @p m (0 for 1x) sits when @p count ratios are spread.
