@@ -139,7 +139,7 @@ void Lens_Draw_CurveOfZoomAndFocus(void) {
 
 // ---- Second run: quarter points, the focus goes back to the peak while the zoom goes on ----
 
-// False when a point yields no peak or there is none to go to.
+// False when a point yields no peak.
 static bool drawQuarterPoints(CalibrationRun *run, int fd) {
     unsigned int previous = focusPosition();
     while (zoomPosition() <= ZM_Tele_Limit) {
@@ -159,8 +159,6 @@ static bool drawQuarterPoints(CalibrationRun *run, int fd) {
         int index2 = 0;
         Lens_Get_ZoomIndex(&index1, &index2, zoomPosition());
         const int zSteps = static_cast<int>(quarterLength(index1));
-        if (zSteps == 0)
-            return false; // before start-up: no grid to go along
         Lens_Move_NSteps(MS_Z_TELE, zSteps, back, fSteps);
         TRACE_FORMAT_OF(run->name, "ZM_Limit: %d ZM_Local: %d FM_Local: %d zSteps: %d\n\n",
                         static_cast<int>(ZM_Tele_Limit), static_cast<int>(zoomPosition()),
