@@ -1,9 +1,10 @@
 // The back door through which tests make system calls fail.
 //
-// Calls are named as in C: open (all its variants), close, fcntl (to duplicate), ioctl, read, write, fsync, select, poll,
-// fopen, access, unlink, remove, rename, chmod, socket, bind, listen, connect, accept, shmget,
-// shmat, system, pthread_create, pthread_cond_timedwait, usleep, sleep, nanosleep, printf
-// (everything that prints). What they are made on is a path, a device, "/dev/hi_gpio",
+// Calls are named as in C: open (all its variants), close, fcntl (to duplicate), ioctl, read,
+// write, fsync, select, poll, fopen, access, unlink, remove, rename, chmod, socket, bind, listen,
+// connect, accept, shmget, shmat, system, pthread_create, pthread_cond_timedwait, usleep, sleep,
+// nanosleep, printf (everything that prints). What they are made on is a path, a device,
+// "/dev/hi_gpio",
 // "/dev/spidev1.0" or "serial", or "file" for the descriptor of a real one; for system it is the
 // command; "" is any. A sleep that fails has been interrupted in its middle; a timed wait that
 // fails does not wait. malloc and calloc fail only inside the library.
