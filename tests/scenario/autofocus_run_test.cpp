@@ -17,9 +17,7 @@ static const unsigned kWide = 10216;
 static const int kFarOfWide = 12234; // where the infinity line begins; the 2 m line at 12212
 
 /// What a frame is worth: first and second focus value.
-struct Worth {
-    double first, second;
-};
+using Worth = std::pair<double, double>;
 
 using Scene = std::function<Worth(int focus, int frame)>;
 
@@ -182,7 +180,6 @@ TEST(AutofocusRun, focus_goes_step_by_step_where_the_scene_made_up_for_it_leads)
         {0, 12518, makeFlat(5000), 6000, "65x-8 -4 4 130x8 4 -4 130x-8 -4 16 32 20x48 36 ", 20488},
     };
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.runs);
         run([&] {
             startParked();
             placeLens(row.zoom, row.from);

@@ -56,6 +56,7 @@ TEST(Calibration, every_grid_point_is_in_focus_and_the_host_gets_the_curve) {
                 for (int quarter = 0; quarter < (tag < 7 || tag == 15 ? 1 : 4); ++quarter)
                     expectInFocus(gridZoom(tag, quarter), int(line.focus[tag][quarter]));
             EXPECT_EQ(memcmp(&g_FLineInfo, &line, sizeof line), 0);
+            EXPECT_EQ(FM_Step_Run[0][0], line.focus[0][0] - line.focus[0][1]);
             const unsigned wide = line.focus[0][0];
             EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, wide));
             EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shRZPosition), 0);

@@ -63,7 +63,6 @@ TEST(DriverChip, what_hardware_would_not_forgive_is_recorded) {
          "gpio VD pulse on pin 45, which is no VD output.gpio no line group 18 bit 0."},
     };
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.violations);
         run([&] {
             MS419XX_Init();
             row.act();
@@ -109,7 +108,6 @@ TEST(DriverChip, stop_behind_either_end_holds_the_lens_and_steps_into_it_are_los
                 {LENS_B, 21040, 14880, 0x0430, 0x0530, 21064, 14904, 24, 24},
                 {LENS_A, 20272, 14384, 0x0530, 0x0430, 20296, 14408, 24, 24}};
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.zoom);
         run(startAt(row.zoom, row.focus, row.lens), [&] {
             MS419XX_Init();
             sendFrame(0x24, row.zoomWord);

@@ -30,7 +30,6 @@ TEST(HomeSearch, stuck_sensor_ends_each_of_two_searches_at_the_whole_travel_and_
                 {vcam::Axis::Focus, 0, 4880},
                 {vcam::Axis::Focus, 1, -4880}};
     for (const auto &row : rows) {
-        SCOPED_TRACE(testing::Message() << row.steps << " steps");
         const bool isZoom = row.axis == vcam::Axis::Zoom;
         run(startAt(isZoom ? 15000 : 16744, 11000), [&] {
             host().hasPosition = true; // the second search forgets it
@@ -61,7 +60,6 @@ TEST(HomeSearch, edge_lost_in_a_later_pass_fails_at_its_bound_and_the_second_sea
                 {0x0408, 1, 8, 33},
                 {0x0501, 0, -1, 129}};
     for (const auto &row : rows) {
-        SCOPED_TRACE(testing::Message() << "steps of " << row.step);
         run(startAt(16000, 11000), [&] {
             startLibrary();
             waitUntil([&] { return vcam::peekRegister(0x24) == row.pass; }, 10, "the pass");

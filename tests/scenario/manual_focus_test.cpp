@@ -62,7 +62,6 @@ TEST(ManualFocus, next_zoom_or_autofocus_run_first_goes_back_to_where_the_first_
          "24=0430 25=024b 29=0408 2a=0dc5 VD 28203\n"},
     };
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.wayBack);
         run([&] {
             startParked();
             for (const auto &[code, position] : row.held) {

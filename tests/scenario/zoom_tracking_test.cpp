@@ -65,7 +65,6 @@ TEST(ZoomTracking, command_on_the_way_ends_the_zoom_after_the_period_in_hand) {
          kFromWide + kSecondQuarter + "VD 45076\nVD 45076\n24=04c0 25=00ea 29=0422 2a=052d "},
     };
     for (const auto &row : rows) {
-        SCOPED_TRACE(testing::Message() << "command " << row.code << " after " << row.afterUs);
         run([&] {
             startParked();
             g_FLineFlag = 1; // the line followed last has no say
