@@ -37,30 +37,16 @@ TEST(Mailbox, standing_states_set_the_trigger_at_every_poll_and_move_nothing) {
         AF_Manager_SetFocusMode_API(0); // the trigger stays out of this
         const int64_t startUs = vcam::nowUs();
         for (const auto &row : rows) {
+            SCOPED_TRACE(row.code);
             for (int before : {0, 1, 0}) {
                 Lens_Set_Command(row.code);
                 storeWord(&g_AutoCheckFlag, before);
                 passMs(51); // more than one poll
-                EXPECT_EQ(loadWord(&g_AutoCheckFlag), row.armed < 0 ? before : row.armed)
-                    << row.code;
+                EXPECT_EQ(loadWord(&g_AutoCheckFlag), row.armed < 0 ? before : row.armed);
                 EXPECT_EQ(Lens_Get_Command(), row.code);
             }
         }
         EXPECT_EQ(motorText(startUs), "");
-    });
-}
-
-TEST(Mailbox, command_is_picked_up_at_the_next_poll_and_only_the_last_one_counts) {
-    run([] {
-        startParked();
-        const int64_t pollUs = nextPollUs();
-        command(CMD_TELE);
-        vcam::sleepUntilUs(pollUs - 1);
-        command(CMD_NEAR);
-        vcam::sleepUntilUs(pollUs + 1);
-        EXPECT_EQ(events("chip", "write", pollUs - kPollUs + 1).front().timeUs, pollUs);
-        EXPECT_EQ(motorText(pollUs).substr(0, 7), "29=0402");
-        EXPECT_EQ(countSaid("To Tele."), 0);
     });
 }
 
@@ -82,18 +68,18 @@ TEST(Mailbox, chain_after_an_autofocus_run_depends_on_the_command_that_started_i
     const struct {
         AF_CMD_em started;
         std::vector<unsigned> handBacks;
-        int64_t runUs; // 0: no VD period
         size_t runsInFirstPoll;
         int armed;
+        int64_t runUs = 10000; // 0: no VD period
     } rows[] = {
-        {CMD_WIDE, {CMD_FSTOP}, 10000, 1, 0}, // at the limit already
-        {CMD_ZSTOP, {CMD_FOCUS}, 10000, 1, 1},
-        {CMD_ZSTOP, {CMD_FSTOP}, 10000, 1, 0},
-        {CMD_FOCUS, {CMD_FSTOP}, 10000, 1, 1},
-        {CMD_FOCUS, {CMD_FOCUS, CMD_FOCUS, CMD_NONE}, 10000, 3, 1},
-        {CMD_FOCUS, {CMD_ZSTOP, CMD_FSTOP}, 10000, 2, 0},
-        {CMD_FOCUS, {CMD_FOCUS, CMD_FOCUS, CMD_NONE}, 0, 3, 1},
-        {CMD_FOCUS, std::vector<unsigned>(20, CMD_FOCUS), 0, 16, 0}, // then back to the poll
+        {CMD_WIDE, {CMD_FSTOP}, 1, 0}, // at the limit already
+        {CMD_ZSTOP, {CMD_FOCUS}, 1, 1},
+        {CMD_ZSTOP, {CMD_FSTOP}, 1, 0},
+        {CMD_FOCUS, {CMD_FSTOP}, 1, 1},
+        {CMD_FOCUS, {CMD_FOCUS, CMD_FOCUS, CMD_NONE}, 3, 1},
+        {CMD_FOCUS, {CMD_ZSTOP, CMD_FSTOP}, 2, 0},
+        {CMD_FOCUS, {CMD_FOCUS, CMD_FOCUS, CMD_NONE}, 3, 1, 0},
+        {CMD_FOCUS, std::vector<unsigned>(20, CMD_FOCUS), 16, 0, 0}, // then back to the poll
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.handBacks));
@@ -126,7 +112,6 @@ TEST(Mailbox, stopped_thread_drops_the_waiting_command_and_refuses_all_later_one
         unsigned short position16 = 0;
         EXPECT_EQ(lensGetZMapPosition(&position16), -1);
         EXPECT_EQ(AF_Mamager_SetPreset_API(1), -1);
-        EXPECT_EQ(countSaid("__Lens_Set_Preset__af share buffer is null__"), 1);
         AF_Manager_Reset_API();
         passMs(200);
         EXPECT_EQ(motorText(pollUs - kPollUs), "");

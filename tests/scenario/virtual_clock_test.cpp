@@ -33,12 +33,9 @@ TEST(VirtualClock, every_wait_ends_at_its_exact_instant) {
         void (*wait)();
         int64_t costUs;
     } rows[] = {
-        {[] { usleep(12345); }, 12345},
         {[] { usleep(0); }, 1},
         {[] { sched_yield(); }, 1},
-        {[] { sleep(7); }, 7000000},
         {[] { std::this_thread::sleep_for(1001ns); }, 2}, // rounded up
-        {[] { std::this_thread::sleep_until(std::chrono::system_clock::now() + 5ms); }, 5000},
         {[] { EXPECT_FALSE(held.try_lock_until(std::chrono::system_clock::now() + 3ms)); }, 3000},
         {[] { EXPECT_FALSE(held.try_lock_for(7ms)); }, 7000}, // by the steady clock
         {[] {
