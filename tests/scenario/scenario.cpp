@@ -11,9 +11,7 @@
 #include <unistd.h>
 
 #include "camera.h"
-#include "clock/trace.h"
 #include "clock/virtual_clock.h"
-#include "devices/driver_chip.h"
 #include "devices/isp.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
@@ -150,36 +148,17 @@ void passMs(int64_t ms) {
 }
 
 void waitUntil(const std::function<bool()> &isDone, double limitS, const char *what) {
-    const int64_t endUs = vcam::nowUs() + static_cast<int64_t>(limitS * 1e6);
-    while (!isDone() && vcam::nowUs() < endUs)
-        passMs(1);
-    EXPECT_TRUE(isDone()) << "waiting until " << what;
+    EXPECT_TRUE(vcam::awaitUntil(isDone, static_cast<int64_t>(limitS * 1e6), 1000))
+        << "waiting until " << what;
 }
 
 void waitIdle(double limitS) {
-    waitUntil(
-        [] {
-            return Lens_Get_Command() == CMD_NONE &&
-                   __atomic_load_n(&g_AutoCheckFlag, __ATOMIC_ACQUIRE) == 1;
-        },
-        limitS, "the lens-control thread idles");
-}
-
-bool isStanding() {
-    const unsigned held = Lens_Get_Command();
-    return held == CMD_FSTOP || held == CMD_MFMODE || held == CMD_AFMODE || held >= CMD_NONE;
+    waitUntil(vcam::isIdle, limitS, "the lens-control thread idles");
 }
 
 void waitSettled(double limitS, const std::function<void()> &watch, int64_t lookMs) {
-    const int64_t quietUs = 2000000;
-    const int64_t endUs = vcam::nowUs() + static_cast<int64_t>(limitS * 1e6);
-    int64_t busyUs = vcam::nowUs();
-    while (vcam::nowUs() < busyUs + quietUs) {
-        ASSERT_LT(vcam::nowUs(), endUs) << "waiting until the lens settles";
-        passMs(lookMs);
-        watch();
-        busyUs = isStanding() ? std::max(busyUs, vcam::vdEndUs()) : vcam::nowUs();
-    }
+    EXPECT_TRUE(vcam::awaitSettled(static_cast<int64_t>(limitS * 1e6), lookMs * 1000, watch))
+        << "waiting until the lens settles";
 }
 
 void publishUntil(const std::function<bool()> &isDone,
@@ -203,22 +182,9 @@ void send(const std::vector<uint8_t> &bytes) {
     vcam::controllerSends(bytes);
 }
 
-void command(AF_CMD_em code, unsigned value) {
-    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
-    storeWord(&record->shValue, value);
-    storeWord(&record->shCommand, static_cast<unsigned>(code));
-}
-
 void expectSound() {
-    unsigned zoom = 0;
-    unsigned focus = 0;
-    Lens_Get_Location(&zoom, &focus);
-    EXPECT_EQ(static_cast<int>(zoom), vcam::truePosition(vcam::Axis::Zoom));
-    EXPECT_EQ(static_cast<int>(focus), vcam::truePosition(vcam::Axis::Focus));
-    EXPECT_EQ(vcam::lostSteps(vcam::Axis::Zoom), 0);
-    EXPECT_EQ(vcam::lostSteps(vcam::Axis::Focus), 0);
-    for (const std::string &violation : vcam::violations())
-        ADD_FAILURE() << "violation: " << violation;
+    for (const std::string &complaint : vcam::findUnsound())
+        ADD_FAILURE() << complaint;
 }
 
 int count(const std::vector<std::string> &lines, const std::string &line) {

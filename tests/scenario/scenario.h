@@ -15,11 +15,13 @@
 
 #include "autofocus_service.h"
 #include "camera_options.h"
+#include "host/lens_watch.h"
 #include "host/memory_host.h"
 #include "waveform/trace_reader.h"
 
 namespace scenario {
 
+using vcam::command;
 using vcam::host;
 using vcam::introduceHost;
 
@@ -74,13 +76,7 @@ void waitUntil(const std::function<bool()> &isDone, double limitS, const char *w
 /// Until the mailbox holds CMD_NONE with the refocus trigger armed.
 void waitIdle(double limitS = 60);
 
-/// Whether the mailbox holds what no handler replaces, or there is none any more.
-bool isStanding();
-
-/// Until a standing state is in the mailbox and no VD period has run for two seconds, which is
-/// longer than the refocus trigger takes to fire; a failure after @p limitS. @p watch is called at
-/// every look, which costs two hand-overs between threads. Not by the positions: a motor that is
-/// driven into its stop, or never got its words, stands still in the middle of a move.
+/// vcam::awaitSettled(); a failure after @p limitS. A look costs two hand-overs between threads.
 void waitSettled(
     double limitS, const std::function<void()> &watch = [] {}, int64_t lookMs = 20);
 
@@ -92,9 +88,6 @@ void publishUntil(const std::function<bool()> &isDone,
                   const std::function<AF_Statistics_Info(int focus)> &makeRecord);
 
 void send(const std::vector<uint8_t> &bytes);
-
-/// Mailbox argument first, then the code, as a host does through the exported record.
-void command(AF_CMD_em code, unsigned value = 0);
 
 /// Counters equal the truth, no violation, no lost step.
 void expectSound();

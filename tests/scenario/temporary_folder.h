@@ -9,20 +9,21 @@ namespace scenario {
 /// A new folder, which goes with this object and all that is in it.
 class TemporaryFolder {
 public:
-    TemporaryFolder() : isMade_(mkdtemp(path_) != nullptr) {}
+    TemporaryFolder() {
+        if (mkdtemp(path_) == nullptr)
+            abort();
+    }
     ~TemporaryFolder() {
         std::error_code ignored;
         std::filesystem::remove_all(path_, ignored);
     }
     TemporaryFolder(const TemporaryFolder &) = delete;
     TemporaryFolder &operator=(const TemporaryFolder &) = delete;
-    bool isMade() const { return isMade_; }
     std::string path() const { return path_; }
     std::string file(const std::string &name) const { return path_ + ("/" + name); }
 
 private:
     char path_[32] = "/tmp/autofocus-XXXXXX";
-    bool isMade_;
 };
 
 } // namespace scenario

@@ -205,7 +205,7 @@ void runStorm(uint64_t seed) {
         pthread_join(thread, nullptr);
     scenario::waitSettled(kSettleS);
     scenario::expectSound();
-    EXPECT_TRUE(scenario::isStanding());
+    EXPECT_TRUE(vcam::isStanding());
     EXPECT_EQ(memcmp(&g_APGroupInfo, &scenario::host().presets, sizeof g_APGroupInfo), 0);
     expectAnswer();
     __atomic_add_fetch(&tally->virtualUs, vcam::nowUs(), __ATOMIC_RELAXED);
