@@ -9,9 +9,9 @@
 
 #include "autofocus_service.h"
 #include "camera.h"
-#include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
+#include "host/lens_watch.h"
 #include "host/memory_host.h"
 
 namespace bench {
@@ -48,16 +48,8 @@ static void startLibrary() {
 // ---- The story ----
 
 static void waitUntil(const std::function<bool()> &isDone, const char *what) {
-    const int64_t endUs = vcam::nowUs() + kLimitUs;
-    while (!isDone()) {
-        if (vcam::nowUs() > endUs)
-            giveUp(what);
-        vcam::sleepUs(kPollUs);
-    }
-}
-
-static bool isIdle() {
-    return Lens_Get_Command() == CMD_NONE && __atomic_load_n(&g_AutoCheckFlag, __ATOMIC_ACQUIRE);
+    if (!vcam::awaitUntil(isDone, kLimitUs, kPollUs))
+        giveUp(what);
 }
 
 static void zoomTo(const std::vector<uint8_t> &command, unsigned limit) {
@@ -75,7 +67,7 @@ void zoomToWide() {
 }
 
 void awaitFocus() {
-    waitUntil(isIdle, "the autofocus run never ends");
+    waitUntil(vcam::isIdle, "the autofocus run never ends");
 }
 
 void boot(const vcam::CameraOptions &options) {

@@ -15,6 +15,7 @@
 #include "devices/lens.h"
 #include "devices/serial_port.h"
 #include "host.h"
+#include "host/lens_watch.h"
 #include "optics/lens_curves.h"
 
 namespace demo {
@@ -119,10 +120,7 @@ bool Stage::advanceUntil(const std::string &waitingFor, double limitS,
 }
 
 bool Stage::advanceUntilIdle(const std::string &waitingFor, double limitS) {
-    return advanceUntil(waitingFor, limitS, [] {
-        return Lens_Get_Command() == CMD_NONE &&
-               __atomic_load_n(&g_AutoCheckFlag, __ATOMIC_ACQUIRE);
-    });
+    return advanceUntil(waitingFor, limitS, vcam::isIdle);
 }
 
 void Stage::send(const std::string &meaning, const std::vector<uint8_t> &bytes) {
@@ -174,12 +172,7 @@ void Stage::check(bool isGood, const std::string &what) {
 }
 
 void Stage::checkCountersTrue(const std::string &when) {
-    unsigned int zoom = 0;
-    unsigned int focus = 0;
-    Lens_Get_Location(&zoom, &focus);
-    check(static_cast<int>(zoom) == vcam::truePosition(Axis::Zoom) &&
-              static_cast<int>(focus) == vcam::truePosition(Axis::Focus),
-          when + ": the counters equal the truth");
+    check(vcam::areCountersTrue(), when + ": the counters equal the truth");
 }
 
 void Stage::checkSharp(const std::string &when) {

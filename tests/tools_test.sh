@@ -47,6 +47,8 @@ done <<END
 105|18446744073709551616 is no whole number|$bin/demo --seed 18446744073709551616
 105|is neither 0 nor a pace|$bin/demo --pace nan
 109|nonsense|$bin/demo nonsense
+2|20-1 runs backward|$bin/storm 20-1
+105|abc|$bin/storm abc
 1|/proc/none: can't be made ready: No such file|$bin/demo --out /proc/none
 1|can't make the waveform's file: No such file|$bin/demo --vcd missing/x.vcd
 END

@@ -3,7 +3,6 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <sys/resource.h>
 
 static const char kAbout[] =
     "Makes the library's system calls fail. A cell is a move, a call and which of those calls "
@@ -56,9 +55,6 @@ int main(int argc, char **argv) {
     app.add_flag("--renew", renews, "play every offset and keep the ends of today");
     CLI11_PARSE(app, argc, argv);
 
-    const rlim_t largestTrace = 1U << 28; // a loop without end fills no disk
-    const struct rlimit limit = {largestTrace, largestTrace};
-    setrlimit(RLIMIT_FSIZE, &limit);
     if (!offset.empty())
         return replay(faults::replayOffset(offset, kTrace));
     if (!middle.empty())

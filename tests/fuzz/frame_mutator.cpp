@@ -1,39 +1,21 @@
 // Half of the mutations know what a frame is: they put a whole one in, end one, or mend a checksum,
 // which chance alone seldom does.
-#include <cstddef>
-#include <cstdint>
+#include "controller_frames.h"
+
 #include <cstring>
 
 extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t room);
 
 namespace {
 
-struct Frame {
-    size_t size;
-    uint8_t bytes[16];
-};
-
-const Frame kFrames[] = {
-    {5, {0x81, 0x09, 0x04, 0x47, 0xFF}},
-    {6, {0x81, 0x09, 0x7E, 0x7E, 0x00, 0xFF}},
-    {6, {0x81, 0x01, 0x04, 0x07, 0x27, 0xFF}},
-    {6, {0x81, 0x01, 0x04, 0x74, 0x00, 0xFF}},
-    {9, {0x81, 0x01, 0x04, 0x47, 0x00, 0x01, 0x02, 0x03, 0xFF}},
-    {13, {0x81, 0x01, 0x04, 0x47, 0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0xFF}},
-    {16, {0x81, 0x01, 0x04, 0x73, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF}},
-    {7, {0xFF, 0x01, 0x00, 0x20, 0x00, 0x00, 0x21}},
-    {7, {0xFF, 0x01, 0x01, 0x00, 0x00, 0x00, 0x02}},
-    {7, {0xFF, 0x01, 0x00, 0x00, 0x00, 0x00, 0x01}},
-};
-constexpr size_t kFrameCount = sizeof kFrames / sizeof kFrames[0];
 constexpr size_t kPelcoLength = 7;
 
-size_t insertFrame(uint8_t *data, size_t size, size_t room, size_t at, const Frame &frame) {
-    if (size + frame.size > room)
+size_t insertFrame(uint8_t *data, size_t size, size_t room, size_t at, const demo::Bytes &frame) {
+    if (size + frame.size() > room)
         return size;
-    memmove(data + at + frame.size, data + at, size - at);
-    memcpy(data + at, frame.bytes, frame.size);
-    return size + frame.size;
+    memmove(data + at + frame.size(), data + at, size - at);
+    memcpy(data + at, frame.data(), frame.size());
+    return size + frame.size();
 }
 
 void mendChecksum(uint8_t *frame) {
@@ -49,7 +31,7 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t roo
     const size_t at = size == 0 ? 0 : (seed >> 8) % size;
     switch (seed % 6) {
     case 0:
-        return insertFrame(data, size, room, at, kFrames[(seed >> 4) % kFrameCount]);
+        return insertFrame(data, size, room, at, demo::kFrames[(seed >> 4) % demo::kFrames.size()]);
     case 1:
         if (size > 0)
             data[at] = 0xFF;

@@ -1,4 +1,6 @@
 // The example host, as built by anybody, on the virtual camera that the environment loads under it.
+#include "scenario/temporary_folder.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -19,10 +21,7 @@ struct Ended {
 
 class Preload : public testing::Test {
 protected:
-    void SetUp() override { ASSERT_NE(mkdtemp(folder_), nullptr); }
-    void TearDown() override { std::filesystem::remove_all(folder_); }
-
-    std::string file(const std::string &name) const { return folder_ + ("/" + name); }
+    std::string file(const std::string &name) const { return folder_.file(name); }
 
     std::string read(const std::string &name) const {
         std::ifstream stream(file(name));
@@ -36,12 +35,13 @@ protected:
         std::istringstream words(settings);
         for (std::string word; words >> word;)
             command += " VIRTUAL_CAMERA_" + word;
-        command += " " + program + " " + port + " " + folder_ + " >" + file("said") + " 2>&1";
+        command +=
+            " " + program + " " + port + " " + folder_.path() + " >" + file("said") + " 2>&1";
         const int status = system(command.c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("said")};
     }
 
-    char folder_[32] = "/tmp/preload-XXXXXX";
+    const scenario::TemporaryFolder folder_;
 };
 
 } // namespace
@@ -86,7 +86,7 @@ TEST_F(Preload, script_speaks_at_its_instants_and_answers_are_shown) {
 TEST_F(Preload, only_the_named_path_is_the_serial_port_and_only_the_librarys_program_a_host) {
     EXPECT_EQ(runHost("END_MS=1 SERIAL=/dev/ttyS9", "/dev/ttyS9").status, 0);
     EXPECT_EQ(runHost("END_MS=1 SERIAL=/dev/ttyS9").status, 1);
-    EXPECT_EQ(runHost("", "any", "/bin/echo").said, "any " + std::string(folder_) + "\n");
+    EXPECT_EQ(runHost("", "any", "/bin/echo").said, "any " + folder_.path() + "\n");
 }
 
 TEST_F(Preload, wrong_setting_is_named_before_anything_runs) {

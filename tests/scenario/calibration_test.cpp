@@ -51,6 +51,7 @@ TEST(Calibration, every_grid_point_is_in_focus_and_the_host_gets_the_curve) {
             waitUntil([] { return host().savedFocusLines == 1; }, kRunLimitS, "the run is over");
             passMs(20000);
             EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_MFMODE));
+            expectSound(); // and takes over what the other thread has stored
             const FOCUS_POINT line = host().focusLine;
             for (int tag = 0; tag < 16; ++tag)
                 for (int quarter = 0; quarter < (tag < 7 || tag == 15 ? 1 : 4); ++quarter)
@@ -60,12 +61,12 @@ TEST(Calibration, every_grid_point_is_in_focus_and_the_host_gets_the_curve) {
             const unsigned wide = line.focus[0][0];
             EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, wide));
             EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shRZPosition), 0);
-            EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shRFPosition), Lens_Map_FPosition(wide));
+            const unsigned short shown = loadWord(&loadWord(&g_ShaPosInfo)->shRFPosition);
+            EXPECT_EQ(shown, Lens_Map_FPosition(wide));
             char osd[AF_OSD_TEXT_SIZE] = "";
             AF_Manager_Get_OSDData_API(osd);
             EXPECT_STREQ(osd, "X01");
             EXPECT_NE(access(fMPosition, F_OK), 0);
-            expectSound();
         });
     }
 }

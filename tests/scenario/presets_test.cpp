@@ -147,6 +147,24 @@ static int saveSlowly(PRESET_INF *presets) {
     return 0;
 }
 
+static int loadSlowly(PRESET_INF *presets) {
+    vcam::sleepUs(300000);
+    presets->zoom[7] = 10216, presets->focus[7] = 12000;
+    return 0;
+}
+
+TEST(Presets, change_during_start_up_waits_until_the_hosts_table_is_loaded) {
+    run([] {
+        introduceHost();
+        AF_Manager_Init_PresetInfo_API([](PRESET_INF *) { return 0; }, loadSlowly);
+        AF_Manager_Start_API();
+        waitUntil([] { return loadWord(&g_ShaPosInfo) != nullptr; }, 60, "the mailbox exists");
+        EXPECT_EQ(Lens_Clear_Preset(7), 0);
+        passMs(20000);
+        EXPECT_EQ(loadWord(&g_APGroupInfo.aZPosition[7]), 0u);
+    });
+}
+
 TEST(Presets, second_change_waits_a_second_at_most_while_the_host_stores_the_first) {
     for (const int64_t takesUs : {400000, 3000000}) {
         run([&] {

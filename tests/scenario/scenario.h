@@ -15,15 +15,24 @@
 
 #include "autofocus_service.h"
 #include "camera_options.h"
+#include "host/lens_watch.h"
 #include "host/memory_host.h"
-#include "waveform/trace_line.h"
+#include "waveform/trace_reader.h"
 
 namespace scenario {
 
+using vcam::command;
 using vcam::host;
 using vcam::introduceHost;
 
-/// One line of the trace.
+// What the trace says, and one line of it.
+using vcam::consoleLines;
+using vcam::countSaid;
+using vcam::events;
+using vcam::motorRuns;
+using vcam::motorText;
+using vcam::runText;
+using vcam::whenSaid;
 using Event = vcam::TraceLine;
 
 /// Run @p body in a process of its own with a camera made of @p options powered on. Its files go
@@ -67,13 +76,7 @@ void waitUntil(const std::function<bool()> &isDone, double limitS, const char *w
 /// Until the mailbox holds CMD_NONE with the refocus trigger armed.
 void waitIdle(double limitS = 60);
 
-/// Whether the mailbox holds what no handler replaces, or there is none any more.
-bool isStanding();
-
-/// Until a standing state is in the mailbox and no VD period has run for two seconds, which is
-/// longer than the refocus trigger takes to fire; a failure after @p limitS. @p watch is called at
-/// every look, which costs two hand-overs between threads. Not by the positions: a motor that is
-/// driven into its stop, or never got its words, stands still in the middle of a move.
+/// vcam::awaitSettled(); a failure after @p limitS. A look costs two hand-overs between threads.
 void waitSettled(
     double limitS, const std::function<void()> &watch = [] {}, int64_t lookMs = 20);
 
@@ -86,38 +89,8 @@ void publishUntil(const std::function<bool()> &isDone,
 
 void send(const std::vector<uint8_t> &bytes);
 
-/// Mailbox argument first, then the code, as a host does through the exported record.
-void command(AF_CMD_em code, unsigned value = 0);
-
 /// Counters equal the truth, no violation, no lost step.
 void expectSound();
-
-/// All events so far, from the trace file.
-std::vector<Event> events();
-
-/// Those of one device (and kind, if given) from @p fromUs on.
-std::vector<Event> events(const std::string &device, const std::string &kind = "",
-                          int64_t fromUs = 0);
-
-/// The library's console lines so far, in order.
-std::vector<std::string> consoleLines(int64_t fromUs = 0);
-
-/// Register writes and VD pulses from @p fromUs on, "24=0430 25=024b VD 25000\n": a period ends a
-/// line, and "wait 500000\n" stands wherever time passed beside the periods.
-std::string motorText(int64_t fromUs = 0);
-
-/// Steps that a channel, "AB" (zoom) or "CD" (focus), ran from @p fromUs on, one entry a period in
-/// which it ran; negative toward wide and near.
-std::vector<int> motorRuns(const std::string &channel, int64_t fromUs);
-
-/// motorRuns() as text, equal ones in a row as "4x128 ".
-std::string runText(const std::string &channel, int64_t fromUs);
-
-/// How many console lines from @p fromUs on end with @p text, whatever trace prefix they have.
-int countSaid(const std::string &text, int64_t fromUs = 0);
-
-/// The instants of those lines.
-std::vector<int64_t> whenSaid(const std::string &text, int64_t fromUs = 0);
 
 /// How often @p line is among @p lines.
 int count(const std::vector<std::string> &lines, const std::string &line);

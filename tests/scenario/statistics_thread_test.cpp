@@ -19,7 +19,7 @@ using vcam::IspCall;
 
 static const int64_t kFrameUs = 40000;
 
-static int linkAtClose = 0, failedWaits = 0;
+static std::atomic<int> linkAtClose{0}, failedWaits{0}; // counted on the library's thread
 
 static void replace(const char *import, void *function) {
     vcam::replaceImport("libautofocus.so", import, function);

@@ -6,12 +6,13 @@
 #include "devices/lens.h"
 #include "platform/shared_word.h"
 
+#include <atomic>
 #include <stdexcept>
 
 using namespace scenario;
 
-static pthread_t condemned;
-static bool isOver;
+static std::atomic<pthread_t> condemned;
+static std::atomic<bool> isOver;
 
 static int endTheThread(unsigned, unsigned) {
     if (!isOver && pthread_equal(pthread_self(), condemned) != 0) {
@@ -29,7 +30,9 @@ TEST(ThreadEnd, motors_of_a_thread_that_ends_inside_a_move_are_there_for_the_nex
     run([] {
         startParked();
         passMs(1500);
-        ASSERT_EQ(pthread_create(&condemned, nullptr, manualCtrlThread, nullptr), 0);
+        pthread_t thread;
+        ASSERT_EQ(pthread_create(&thread, nullptr, manualCtrlThread, nullptr), 0);
+        condemned = thread;
         passMs(1);
         AF_Manager_Init_LensPosition_API(endTheThread, loadNothing);
         manualCtrlFun(6, 0, 0); // a reset, which stores the position before it is over

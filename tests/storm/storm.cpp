@@ -14,9 +14,8 @@
 #include "platform/shared_word.h"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
+#include <algorithm>
 #include <cinttypes>
-#include <climits>
 #include <cstdio>
 #include <cstring>
 
@@ -44,9 +43,11 @@ struct Act {
     void (*perform)(SeededRandom &random);
 };
 
+using Acts = std::vector<Act>;
+
 // ---- The host's threads
 
-const Act kHostActs[] = {
+const Acts kHostActs = {
     {1, [](SeededRandom &) { AF_Manager_Reset_API(); }},
     {2, [](SeededRandom &r) { AF_Manager_SetFocusMode_API(r.drawBetween(-1, 2)); }},
     {4,
@@ -79,33 +80,16 @@ void writeMailbox(SeededRandom &random) {
                                                         : static_cast<unsigned>(random.drawBits()));
 }
 
-const Act kMailboxActs[] = {{1, writeMailbox}};
+const Acts kMailboxActs = {{1, writeMailbox}};
 
 // ---- The controller
 
-const demo::Bytes kFrames[] = {
-    demo::kViscaTele,
-    demo::kViscaWide,
-    demo::kViscaZoomStop,
-    demo::kAskZoom,
-    demo::kAskFocus,
-    demo::kAskFocusMode,
-    demo::kPelcoTele,
-    demo::kPelcoWide,
-    demo::kPelcoStop,
-    {0x81, 0x01, 0x04, 0x08, 0x02, 0xFF},
-    {0x81, 0x01, 0x04, 0x08, 0x03, 0xFF},
-    {0x81, 0x01, 0x04, 0x08, 0x00, 0xFF},
-    {0x81, 0x01, 0x04, 0x18, 0x01, 0xFF},
-    {0x81, 0x01, 0x04, 0x01, 0x02, 0xFF},
-    {0x81, 0x01, 0x04, 0x01, 0x03, 0xFF},
-    {0xFF, 0x01, 0x01, 0x00, 0x00, 0x00, 0x02},
-    {0xFF, 0x01, 0x00, 0x80, 0x00, 0x00, 0x81},
-};
+const demo::Bytes &drawFrame(SeededRandom &random) {
+    return demo::kFrames[random.drawBetween(0, static_cast<int>(demo::kFrames.size()) - 1)];
+}
 
 void sendFrame(SeededRandom &random) {
-    const int count = static_cast<int>(sizeof kFrames / sizeof kFrames[0]);
-    scenario::send(kFrames[random.drawBetween(0, count - 1)]);
+    scenario::send(drawFrame(random));
 }
 
 void sendDirectZoom(SeededRandom &random) {
@@ -114,8 +98,7 @@ void sendDirectZoom(SeededRandom &random) {
 
 /// A frame with a byte changed or its end missing: what follows is read at the wrong place.
 void sendDamaged(SeededRandom &random) {
-    const int count = static_cast<int>(sizeof kFrames / sizeof kFrames[0]);
-    demo::Bytes frame = kFrames[random.drawBetween(0, count - 1)];
+    demo::Bytes frame = drawFrame(random);
     const auto at = static_cast<size_t>(random.drawBetween(0, static_cast<int>(frame.size()) - 1));
     if (random.drawBetween(0, 1) == 0)
         frame[at] = static_cast<uint8_t>(random.drawBits());
@@ -124,7 +107,7 @@ void sendDamaged(SeededRandom &random) {
     scenario::send(frame);
 }
 
-const Act kSerialActs[] = {{20, sendFrame}, {4, sendDirectZoom}, {1, sendDamaged}};
+const Acts kSerialActs = {{20, sendFrame}, {4, sendDirectZoom}, {1, sendDamaged}};
 
 // ---- The service tool's thread. Its zoom steps check no limit: only the careful requests.
 
@@ -135,11 +118,11 @@ void requestByHand(SeededRandom &random) {
                   static_cast<unsigned>(random.drawBetween(0, 20)));
 }
 
-const Act kServiceActs[] = {{1, requestByHand}};
+const Acts kServiceActs = {{1, requestByHand}};
 
 // ---- The scenery
 
-const Act kSceneryActs[] = {
+const Acts kSceneryActs = {
     {3, [](SeededRandom &r) { vcam::setObjectDistanceM(kNearestM + 30 * r.drawUnit()); }},
     {1, [](SeededRandom &r) { vcam::setNight(r.drawBetween(0, 1) == 1); }},
     {1,
@@ -151,19 +134,18 @@ const Act kSceneryActs[] = {
 // ---- One storm
 
 struct Actor {
-    const Act *acts;
-    size_t count;
+    const Acts &acts;
     int longestPauseMs;
     uint64_t seed;
     uint64_t purpose;
 };
 
-void performOne(const Actor &actor, SeededRandom &random) {
+void performOne(const Acts &acts, SeededRandom &random) {
     int total = 0;
-    for (size_t i = 0; i < actor.count; ++i)
-        total += actor.acts[i].weight;
+    for (const Act &act : acts)
+        total += act.weight;
     int drawn = random.drawBetween(1, total);
-    const Act *act = actor.acts;
+    const Act *act = acts.data();
     while ((drawn -= act->weight) > 0)
         ++act;
     act->perform(random);
@@ -177,7 +159,7 @@ void *actAtRandom(void *argument) {
     while (vcam::nowUs() < endUs) {
         const int64_t pauseUs = random.drawBetween(0, actor.longestPauseMs) * 1000;
         vcam::sleepUs(random.drawBetween(0, 1) == 0 ? pauseUs : pauseUs / 100);
-        performOne(actor, random);
+        performOne(actor.acts, random);
         __atomic_add_fetch(&tally->acts, 1, __ATOMIC_RELAXED);
     }
     return nullptr;
@@ -202,23 +184,19 @@ void expectAnswer() {
 
 void runStorm(uint64_t seed) {
     Actor actors[] = {
-        {kHostActs, sizeof kHostActs / sizeof(Act), 4000, seed, 100},
-        {kHostActs, sizeof kHostActs / sizeof(Act), 4000, seed, 101},
-        {kMailboxActs, 1, 6000, seed, 102},
-        {kSerialActs, sizeof kSerialActs / sizeof(Act), 3000, seed, 103},
-        {kServiceActs, 1, 40000, seed, 104},
-        {kSceneryActs, sizeof kSceneryActs / sizeof(Act), 20000, seed, 105},
+        {kHostActs, 4000, seed, 100},     {kHostActs, 4000, seed, 101},
+        {kMailboxActs, 6000, seed, 102},  {kSerialActs, 3000, seed, 103},
+        {kServiceActs, 40000, seed, 104}, {kSceneryActs, 20000, seed, 105},
     };
-    constexpr size_t kActors = sizeof actors / sizeof actors[0];
-    pthread_t threads[kActors];
+    std::vector<pthread_t> threads;
     SeededRandom random(seed, 99);
     g_LensType = static_cast<int>(seed % 2);
     scenario::startLibrary();
     scenario::passMs(random.drawBetween(0, 20000)); // now and then the storm comes first
     pthread_t manual;
     pthread_create(&manual, nullptr, manualCtrlThread, nullptr);
-    for (size_t i = 0; i < kActors; ++i)
-        ASSERT_EQ(pthread_create(&threads[i], nullptr, actAtRandom, &actors[i]), 0);
+    for (Actor &actor : actors)
+        ASSERT_EQ(pthread_create(&threads.emplace_back(), nullptr, actAtRandom, &actor), 0);
     if (random.drawBetween(1, kStopApiOneIn) == 1) {
         scenario::passMs(random.drawBetween(30000, 120000));
         AF_Manager_Stop_API();
@@ -227,65 +205,45 @@ void runStorm(uint64_t seed) {
         pthread_join(thread, nullptr);
     scenario::waitSettled(kSettleS);
     scenario::expectSound();
-    EXPECT_TRUE(scenario::isStanding());
+    EXPECT_TRUE(vcam::isStanding());
     EXPECT_EQ(memcmp(&g_APGroupInfo, &scenario::host().presets, sizeof g_APGroupInfo), 0);
     expectAnswer();
     __atomic_add_fetch(&tally->virtualUs, vcam::nowUs(), __ATOMIC_RELAXED);
 }
 
 /// A storm in one order of the threads that are due at once.
-struct Play {
-    uint64_t seed;
-    uint64_t tieSeed;
-};
-
-bool isCalm(const Play &play, const std::string &traceFile) {
+bool isCalm(uint64_t seed, uint64_t tieSeed, const std::string &traceFile) {
     vcam::CameraOptions options;
-    options.seed = play.seed;
-    options.tieSeed = play.tieSeed;
-    options.lensType = static_cast<int>(play.seed % 2);
+    options.seed = seed;
+    options.tieSeed = tieSeed;
+    options.lensType = static_cast<int>(seed % 2);
     options.traceFile = traceFile;
-    const scenario::Ending ending = scenario::runToEnd(options, [=] { runStorm(play.seed); });
+    const scenario::Ending ending = scenario::runToEnd(options, [=] { runStorm(seed); });
     if (ending.status != 0)
         printf("%sstatus %d seed %" PRIu64 " failed; replay: ./run storm %" PRIu64
                " --ties %" PRIu64 "\n",
-               ending.said.c_str(), ending.status, play.seed, play.seed, play.tieSeed);
+               ending.said.c_str(), ending.status, seed, seed, tieSeed);
     fflush(stdout);
     return ending.status == 0;
 }
 
 // ---- Many of them
 
-struct Range {
-    uint64_t first;
-    uint64_t last;
-};
-
-/// What is wrong with @p text, in the parser's manner; nothing when it gives @p range.
-std::string readRange(const std::string &text, Range &range) {
-    const char *const end = text.data() + text.size();
-    std::from_chars_result read = std::from_chars(text.data(), end, range.first);
-    range.last = range.first;
-    if (read.ec == std::errc() && read.ptr != end && *read.ptr == '-')
-        read = std::from_chars(read.ptr + 1, end, range.last);
-    const bool isRead = read.ec == std::errc() && read.ptr == end;
-    const bool isRange = isRead && range.first >= 1 && range.first <= range.last &&
-                         range.last - range.first < INT_MAX / 2;
-    return isRange ? "" : text + " is neither a seed (1 or more) nor FIRST-LAST";
-}
+constexpr int kMostSeeds = 1000000000;
 
 } // namespace
 
 int main(int argc, char **argv) {
-    Range range = {1, 500};
-    std::string seeds = "1-500";
+    std::vector<int> seeds = {1, 500};
     uint64_t tieSeed = 0;
     std::string traceFile;
     CLI::App app("Random commands from everybody at once, each seed twice: threads that are due at "
                  "the same instant go on in the order of their start, then in one drawn by lot.",
                  "storm");
     app.add_option("seeds", seeds, "SEED or FIRST-LAST, 1-500 if left out")
-        ->check([&](const std::string &text) { return readRange(text, range); });
+        ->delimiter('-')
+        ->expected(1, 2)
+        ->check(CLI::Range(1, kMostSeeds));
     const CLI::Option *ties =
         app.add_option("--ties", tieSeed,
                        "only with the lots of this seed; 0: in the order of their start")
@@ -296,11 +254,17 @@ int main(int argc, char **argv) {
 
     tally = scenario::share<Tally>();
     const int orders = *ties ? 1 : 2;
-    const int count = static_cast<int>(range.last - range.first + 1) * orders;
-    scenario::playAll(count, [=](int index) {
-        const uint64_t seed = range.first + static_cast<uint64_t>(index / orders);
+    const int first = seeds.front();
+    const int last = seeds.back();
+    if (last < first) {
+        fprintf(stderr, "storm: %d-%d runs backward\n", first, last);
+        return 2;
+    }
+    const int count = (last - first + 1) * orders;
+    scenario::playAll(count, [&](int index) {
+        const uint64_t seed = static_cast<uint64_t>(first + index / orders);
         const uint64_t drawn = orders == 1 ? tieSeed : seed;
-        if (!isCalm({seed, index % orders == orders - 1 ? drawn : 0}, traceFile))
+        if (!isCalm(seed, index % orders == orders - 1 ? drawn : 0, traceFile))
             __atomic_add_fetch(&tally->failed, 1, __ATOMIC_RELAXED);
     });
     printf("%d storms, %ld failed: %ld acts in %lld virtual s\n", count, tally->failed, tally->acts,

@@ -2,18 +2,17 @@
 #include "fixtures.h"
 
 #include "file_store.h"
+#include "scenario/temporary_folder.h"
 
 #include <csignal>
-#include <filesystem>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
 TEST(FileStore, host_killed_with_two_writers_at_work_leaves_one_whole_record) {
-    char folder[] = "/tmp/store-XXXXXX";
-    ASSERT_NE(mkdtemp(folder), nullptr);
-    const demo::FileStore store(folder);
+    const scenario::TemporaryFolder folder;
+    const demo::FileStore store(folder.path());
     const std::string odd(2040, 'o'), even(2040, 'e');
     std::string found(2040, '?');
     ASSERT_TRUE(store.write("record", odd.data(), 2040));
@@ -36,13 +35,11 @@ TEST(FileStore, host_killed_with_two_writers_at_work_leaves_one_whole_record) {
         ASSERT_TRUE(store.read("record", found.data(), 2040));
         ASSERT_TRUE(found == odd || found == even);
     }
-    std::filesystem::remove_all(folder);
 }
 
 TEST(FileStore, full_disk_leaves_the_old_record_and_one_of_another_size_is_none) {
-    char folder[] = "/tmp/store-XXXXXX";
-    ASSERT_NE(mkdtemp(folder), nullptr);
-    const demo::FileStore store(folder);
+    const scenario::TemporaryFolder folder;
+    const demo::FileStore store(folder.path());
     const std::string before(2040, 'o'), after(2040, 'n');
     std::string found(2040, '?');
     EXPECT_TRUE(store.write("record", before.data(), 2040));
@@ -61,6 +58,6 @@ TEST(FileStore, full_disk_leaves_the_old_record_and_one_of_another_size_is_none)
     EXPECT_FALSE(store.read("record", found.data(), 1));
     EXPECT_TRUE(store.write("record", "x", 1));
     EXPECT_FALSE(store.read("record", found.data(), 2040));
-    std::filesystem::remove_all(folder);
+    std::filesystem::remove_all(folder.path());
     EXPECT_FALSE(store.write("record", after.data(), 2040));
 }

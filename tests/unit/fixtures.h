@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <regex>
 #include <string>
 
 #include "scenario/scenario.h"
@@ -15,13 +16,7 @@
 
 /// A trace carries its source line, which no test should know.
 inline std::string withoutLineNumbers(const std::string &text) {
-    std::string without;
-    for (size_t at = 0, label; at < text.size(); at = text.find_first_not_of("0123456789", at)) {
-        label = std::min(text.find("Line:", at), text.size());
-        without += text.substr(at, label - at) + (label < text.size() ? "Line:#" : "");
-        at = std::min(label + 5, text.size());
-    }
-    return without;
+    return std::regex_replace(text, std::regex("Line:[0-9]+"), "Line:#");
 }
 
 /// What the library prints while @p act runs. A failure inside @p act would be swallowed with it,
@@ -30,14 +25,6 @@ template <class Act> std::string printedBy(Act act) {
     testing::internal::CaptureStdout();
     act();
     return withoutLineNumbers(testing::internal::GetCapturedStdout());
-}
-
-/// Changes with every value of a table and with its place.
-template <class Value> long sumWithPlaces(const Value *values, int count) {
-    long sum = 0;
-    for (int i = 0; i < count; ++i)
-        sum += (i + 1) * static_cast<long>(values[i]);
-    return sum;
 }
 
 /// Geometry, grid, built-in focus lines and the maps of 18 ratios; the lens stands parked.

@@ -21,21 +21,6 @@ void expectAlongside(const FLine_Tagposition_ST &a, const FLine_Tagposition_ST &
 
 } // namespace
 
-TEST_F(FocusLines, built_in_infinity_line_is_the_virtual_units) {
-    vcam::CameraOptions options;
-    options.builtInCurves = true;
-    scenario::run(options, [] {
-        for (int point = 0; point <= 60; ++point)
-            EXPECT_EQ(vcam::inFocusPositionAt(int(zoomOfPoint(point)), 0),
-                      (&g_FLineInfo.tagPosition[0][0])[point]);
-        EXPECT_EQ(vcam::inFocusPositionAt(10216, 0.5), 12212); // an object at 2 m
-        EXPECT_EQ(vcam::inFocusPositionAt(20488, 0.5), 12122);
-    });
-    const FLine_Tagposition_ST otherSensors = g_FLineInfo;
-    printedBy([] { buildLens(1); });
-    expectAlongside(g_FLineInfo, otherSensors);
-}
-
 TEST_F(FocusLines, unit_gets_the_2m_group_at_or_below_it_or_one_within_8_steps_above) {
     const unsigned rows[][3] = {
         // sensor, infinity focus at wide, 2 m focus at tele
@@ -55,13 +40,13 @@ TEST_F(FocusLines, unit_gets_the_2m_group_at_or_below_it_or_one_within_8_steps_a
     }
 }
 
-TEST_F(FocusLines, line_between_is_cut_toward_zero_and_the_search_range_to_the_travel) {
-    Lens_Set_FocusStepTmp(0.3f);
-    for (int i = 0; i < 60; ++i) {
-        const unsigned infinity = (&g_FLineInfo.tagPosition[0][0])[i];
-        const unsigned way = infinity - (&g_FLineInfo_2M.tagPosition[0][0])[i];
-        EXPECT_EQ((&g_FLineInfo_Tmp.tagPosition[0][0])[i], infinity - way * 3 / 10) << i;
-    }
+TEST_F(FocusLines, lines_of_the_other_sensor_run_alongside) {
+    const FLine_Tagposition_ST infinity = g_FLineInfo;
+    printedBy([] { buildLens(1); });
+    expectAlongside(g_FLineInfo, infinity);
+}
+
+TEST_F(FocusLines, search_range_is_cut_to_the_travel) {
     g_FLineInfo_2M.tagPosition[4][3] = 9999;
     g_FLineInfo.tagPosition[4][3] = 14869;
     unsigned nearEnd = 0, farEnd = 0;

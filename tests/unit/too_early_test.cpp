@@ -2,29 +2,40 @@
 // end with their failure result or do nothing.
 #include "fixtures.h"
 
-#include "camera.h"
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
 
 #include "af_lens/motion/home_search.h"
 #include "af_lens/motion/moves.h"
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <cstring>
+
+/// What cases before this one may have set.
+static void forgetStartUp() {
+    Step_Level_Uit = Step_Level_Min = Step_Level_Mid = Step_Level_Max = Step_Level_Rst = 0;
+    ZM_Wide_Limit = ZM_Tele_Limit = FM_Near_Limit = FM_Far_Limit = 0;
+    ZM_PI_Position = FM_PI_Position = 0;
+    memset(ZM_Step_Run, 0, sizeof ZM_Step_Run);
+    memset(&g_APGroupInfo, 0, sizeof g_APGroupInfo);
+    setPosition(0, 0);
+}
 
 TEST(TooEarly, searches_and_moves_end_and_drive_nothing) {
     onPoweredCamera([] {
         Lens_ShaPos_ST record = {CMD_TELE, 0, 0, 0};
         const int zoom = vcam::truePosition(vcam::Axis::Zoom);
         const int focus = vcam::truePosition(vcam::Axis::Focus);
+        forgetStartUp();
+        scenario::introduceHost();
         MS419XX_Init();
         g_ShaPosInfo = &record;
+        PI_Wide_Range = PI_Tele_Range = PI_Near_Range = PI_Far_Range = 5000;
         EXPECT_EQ(Lens_Search_PI(), -1);
         EXPECT_EQ(Lens_Check_PIPosition(), -1);
         Lens_Move_NSteps(MS_Z_TELE, 100, MS_F_FAR, 100);
         Lens_To_Destination(500, 300);
-        ZM_Wide_Limit = FM_Near_Limit = 10000,
+        EXPECT_TRUE(scenario::host().savedPositions.empty()); // what the host keeps is not lost
+        ZM_Wide_Limit = FM_Near_Limit = 10000;
         ZM_Tele_Limit = FM_Far_Limit = 20000; // but no step levels, and no grid
         setPosition(15000, 15000);
         EXPECT_EQ(lensMotorZoomCtrl(CMD_TELE), unsigned(CMD_ZSTOP));
@@ -55,6 +66,7 @@ TEST(TooEarly, searches_and_moves_end_and_drive_nothing) {
 // Step levels alone, as a tool would set them: the way goes from the (unset) home to the target.
 TEST(TooEarly, destination_is_clamped_only_into_limits_that_are_set) {
     onPoweredCamera([] {
+        forgetStartUp();
         MS419XX_Init();
         Step_Level_Max = 32, Step_Level_Rst = 128;
         ZM_PI_Position = FM_PI_Position = 400;
@@ -62,19 +74,4 @@ TEST(TooEarly, destination_is_clamped_only_into_limits_that_are_set) {
         Lens_To_Destination(500, 400);
         EXPECT_EQ(vcam::truePosition(vcam::Axis::Zoom), zoom + 100);
     });
-}
-
-TEST(DeviceFile, no_device_becomes_standard_output_where_the_host_has_closed_that) {
-    const pid_t child = fork();
-    if (child == 0) {
-        for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-            close(standard);
-        vcam::powerOn({});
-        const bool isOpen = SPI_Init() == 0 && Hisi_Gpio_Write(116, 1) == 1;
-        const bool isNextOneStandard = open("/dev/spidev1.0", O_RDWR) <= STDERR_FILENO;
-        _exit(isOpen && isNextOneStandard && g_SPIFd > STDERR_FILENO ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
 }

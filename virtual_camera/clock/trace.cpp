@@ -25,6 +25,7 @@ struct Half {
 
 static Half halves[2];
 static int filling;
+static std::string traceFile;
 static int traceFd = -1;
 static bool isOpen;
 static int writeError; // what kept a part of it from the file
@@ -37,10 +38,15 @@ static NextCall<int(int)> nextClose{"close"};
 bool openTrace(const std::string &path) {
     const Unobserved unobserved;
     isOpen = true;
+    traceFile = path;
     if (path.empty())
         return true;
     traceFd = nextOpen(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     return traceFd >= 0;
+}
+
+const std::string &tracePath() {
+    return traceFile;
 }
 
 static void flushHalf(Half &half) {

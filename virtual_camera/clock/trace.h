@@ -26,6 +26,9 @@ const std::vector<std::string> &violations();
 /// Start the trace; with an empty path only the tail is kept. False when the file cannot be made.
 bool openTrace(const std::string &path);
 
+/// The file's path, empty when there is none.
+const std::string &tracePath();
+
 /// Hand what is buffered to the file: before _exit, and whenever someone wants to look. False, with
 /// errno, when a part of the trace is not in it.
 bool flushTrace();

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace scenario {
+
+/// A new folder, which goes with this object and all that is in it.
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        if (mkdtemp(path_) == nullptr)
+            abort();
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder &) = delete;
+    TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+    std::string path() const { return path_; }
+    std::string file(const std::string &name) const { return path_ + ("/" + name); }
+
+private:
+    char path_[32] = "/tmp/autofocus-XXXXXX";
+};
+
+} // namespace scenario
