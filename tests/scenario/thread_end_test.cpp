@@ -36,7 +36,7 @@ TEST(ThreadEnd, motors_of_a_thread_that_ends_inside_a_move_are_there_for_the_nex
         passMs(1);
         AF_Manager_Init_LensPosition_API(endTheThread, loadNothing);
         manualCtrlFun(6, 0, 0); // a reset, which stores the position before it is over
-        waitUntil([] { return isOver; }, 60, "the thread has ended");
+        waitUntil([] { return isOver.load(); }, 60, "the thread has ended");
         EXPECT_EQ(events("clock", "end").back().get("thread"), "manualCtrlThread");
         command(CMD_TELE);
         passMs(1000);
