@@ -7,12 +7,12 @@
 // Not judged by the lens: a link to the motors that is gone for good.
 #include "faults/faults.h"
 #include "scenario/scenario.h"
-#include "scenario/workers.h"
 
 #include "boundary/faults.h"
 #include "controller_frames.h"
 #include "devices/isp.h"
 #include "devices/lens.h"
+#include "host/workers.h"
 #include "platform/shared_word.h"
 
 #include <cerrno>
@@ -267,9 +267,9 @@ int countUnknownImports() {
 } // namespace
 
 bool playCallMatrix() {
-    tally = scenario::share<Tally>();
+    tally = vcam::share<Tally>();
     const int unknown = countUnknownImports();
-    scenario::playAll(kMoveCount * kFaultCount, [](int index) {
+    vcam::playAll(kMoveCount * kFaultCount, [](int index) {
         char traceFile[] = "/tmp/fault-XXXXXX";
         close(mkstemp(traceFile));
         judgeAllTimings(index / kFaultCount, index % kFaultCount, traceFile);
@@ -290,7 +290,7 @@ bool playCallMatrix() {
 }
 
 bool replayCall(const Words &words, const std::string &traceFile) {
-    tally = scenario::share<Tally>();
+    tally = vcam::share<Tally>();
     const int move = findNamed(kMoves, kMoveCount, words[0]);
     const int fault = toNumber(words[1], kFaultCount);
     const int timing = toNumber(words[2], kTimingCount);

@@ -8,12 +8,12 @@
 // sums. The refocus trigger is off: from a wrong place it would fire for ever.
 #include "faults/faults.h"
 #include "scenario/scenario.h"
-#include "scenario/workers.h"
 
 #include "boundary/call_counts.h"
 #include "boundary/faults.h"
 #include "clock/trace.h"
 #include "devices/lens.h"
+#include "host/workers.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -206,7 +206,7 @@ bool isKept(const std::string &kept, const Row &row, Extent extent) {
 
 /// What a move without a fault calls is what can fail.
 std::vector<Row> layOutRows() {
-    scenario::playAll(kMoveCount, [](int move) {
+    vcam::playAll(kMoveCount, [](int move) {
         if (!kMoves[move].isOneMoreMiddle)
             judgeCell({move, 0, kNoFault, &shared->ends[move]}, "");
     });
@@ -228,8 +228,8 @@ void playRows(const std::vector<Row> &rows, Extent asked) {
         const std::vector<Cell> more = cellsOf(row, extentOf(row, asked));
         cells.insert(cells.begin(), more.begin(), more.end());
     }
-    scenario::playAll(static_cast<int>(cells.size()),
-                      [&](int index) { judgeCell(cells[static_cast<size_t>(index)], ""); });
+    vcam::playAll(static_cast<int>(cells.size()),
+                  [&](int index) { judgeCell(cells[static_cast<size_t>(index)], ""); });
 }
 
 bool compareTable(const std::vector<Row> &rows, Extent asked) {
@@ -265,7 +265,7 @@ bool writeTable(const std::vector<Row> &rows) {
 } // namespace
 
 bool playOffsetMatrix(Extent extent, bool renews) {
-    shared = scenario::share<Shared>();
+    shared = vcam::share<Shared>();
     const std::vector<Row> rows = layOutRows();
     playRows(rows, extent);
     Figures all = {};
@@ -280,7 +280,7 @@ bool playOffsetMatrix(Extent extent, bool renews) {
 }
 
 bool replayOffset(const Words &words, const std::string &traceFile) {
-    shared = scenario::share<Shared>();
+    shared = vcam::share<Shared>();
     End &end = shared->ends[0];
     const int move = findNamed(kMoves, kMoveCount, words[0]);
     const int call = findNamed(kCalls, kCallCount, words[1]);

@@ -3,13 +3,13 @@
 // from one seed. Afterwards the lens must settle, its counters equal the truth, a standing state be
 // in the mailbox, the hardware have nothing to complain of and the serial port still answer.
 #include "scenario/scenario.h"
-#include "scenario/workers.h"
 
 #include "clock/virtual_clock.h"
 #include "controller_frames.h"
 #include "devices/isp.h"
 #include "devices/seeded_random.h"
 #include "devices/serial_port.h"
+#include "host/workers.h"
 #include "optics/scene.h"
 #include "platform/shared_word.h"
 
@@ -252,7 +252,7 @@ int main(int argc, char **argv) {
         ->needs("--ties");
     CLI11_PARSE(app, argc, argv);
 
-    tally = scenario::share<Tally>();
+    tally = vcam::share<Tally>();
     const int orders = *ties ? 1 : 2;
     const int first = seeds.front();
     const int last = seeds.back();
@@ -261,7 +261,7 @@ int main(int argc, char **argv) {
         return 2;
     }
     const int count = (last - first + 1) * orders;
-    scenario::playAll(count, [&](int index) {
+    vcam::playAll(count, [&](int index) {
         const uint64_t seed = static_cast<uint64_t>(first + index / orders);
         const uint64_t drawn = orders == 1 ? tieSeed : seed;
         if (!isCalm(seed, index % orders == orders - 1 ? drawn : 0, traceFile))

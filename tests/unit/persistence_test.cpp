@@ -97,8 +97,8 @@ TEST_F(Persistence, half_a_registration_is_refused_and_a_missing_callback_report
 TEST_F(Persistence, preset_with_a_number_position_or_library_that_will_not_do_is_not_stored) {
     for (const std::string pst : {"-1", "255"})
         for (const auto &[use, name] :
-             {std::pair(Lens_Set_Preset, "Set"), std::pair(Lens_Clear_Preset, "Clear"),
-              std::pair(Lens_Goto_Preset, "Goto")}) {
+             {std::pair(&Lens_Set_Preset, "Set"), std::pair(&Lens_Clear_Preset, "Clear"),
+              std::pair(&Lens_Goto_Preset, "Goto")}) {
             EXPECT_EQ(resultOf([&, use = use] { return use(std::stoi(pst)); }), -1);
             EXPECT_EQ(text, "__Lens_" + (name + ("_Preset__Invaled preset " + pst)) + "__\n");
         }

@@ -5,7 +5,7 @@
 #include <new>
 #include <sys/mman.h>
 
-namespace scenario {
+namespace vcam {
 
 /// A zeroed record that the processes forked from now on have in common; never freed.
 template <typename Record> Record *share() {
@@ -18,4 +18,4 @@ template <typename Record> Record *share() {
 /// is a terminal, one line there says how many are done and when the last one will be.
 void playAll(int count, const std::function<void(int index)> &play);
 
-} // namespace scenario
+} // namespace vcam

@@ -1,4 +1,4 @@
-#include "scenario/workers.h"
+#include "host/workers.h"
 
 #include <cstdio>
 #include <ctime>
@@ -6,7 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace scenario {
+namespace vcam {
 
 namespace {
 struct Progress {
@@ -74,4 +74,4 @@ void playAll(int count, const std::function<void(int index)> &play) {
     awaitAll(*progress, count);
 }
 
-} // namespace scenario
+} // namespace vcam
