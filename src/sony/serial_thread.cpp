@@ -19,16 +19,21 @@ static const useconds_t kDeadPortUs = 1000000;
 
 enum PortState { kPortReadable, kPortQuiet, kPortFailed };
 
+// As select(), which knows no descriptor from FD_SETSIZE on.
+static int selectReadable(int fd, fd_set *readable) {
+    struct timeval timeout = {kSelectSeconds, 0};
+    FD_ZERO(readable);
+    if (fd >= FD_SETSIZE) {
+        errno = EBADF;
+        return -1;
+    }
+    FD_SET(fd, readable);
+    return select(fd + 1, readable, nullptr, nullptr, &timeout);
+}
+
 static PortState waitForPort(int fd) {
     fd_set readable;
-    struct timeval timeout = {kSelectSeconds, 0};
-    int ready = -1;
-    errno = EBADF;
-    FD_ZERO(&readable);
-    if (fd < FD_SETSIZE) {
-        FD_SET(fd, &readable);
-        ready = select(fd + 1, &readable, nullptr, nullptr, &timeout);
-    }
+    const int ready = selectReadable(fd, &readable);
     if (ready < 0) {
         perror("SonyViscaProtocol select() call");
         return kPortFailed;

@@ -85,7 +85,8 @@ const Acts kMailboxActs = {{1, writeMailbox}};
 // ---- The controller
 
 const demo::Bytes &drawFrame(SeededRandom &random) {
-    return demo::kFrames[random.drawBetween(0, static_cast<int>(demo::kFrames.size()) - 1)];
+    const int last = static_cast<int>(demo::kFrames.size()) - 1;
+    return demo::kFrames[static_cast<size_t>(random.drawBetween(0, last))];
 }
 
 void sendFrame(SeededRandom &random) {
