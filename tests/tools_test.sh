@@ -33,18 +33,12 @@ done <<END
 2|there is no 'abc'|$root/run fuzz abc
 2|'0' is no number of minutes|$root/run fuzz explore 0
 2|'help' is one word too many|$root/run bench help
-2|'x' is one word too many|$root/run check x
-2|there is no '--nonsense'|$root/run test --nonsense
-2|there is no '--renwe'|$root/scripts/traces $bin/demo --renwe
 2|takes two words|$root/run vcd README.md
 1|there is no command 'nonsense'|$root/run nonsense
 0||$root/run fuzz --help
-1|takes no words|$bin/whole_scenario 3
 1|is no number of iterations|$bin/micro_benches --iterations x
 1|README.md: line 1 is not one of a trace|$bin/trace_to_vcd $root/README.md x.vcd
-2|usage: trace_to_vcd|$bin/trace_to_vcd --chekc
 105|-1 is no whole number|$bin/demo --seed -1
-105|18446744073709551616 is no whole number|$bin/demo --seed 18446744073709551616
 105|is neither 0 nor a pace|$bin/demo --pace nan
 109|nonsense|$bin/demo nonsense
 2|20-1 runs backward|$bin/storm 20-1

@@ -22,9 +22,7 @@ static int endTheThread(unsigned, unsigned) {
     return 0;
 }
 
-static int loadNothing(unsigned *, unsigned *) {
-    return -1;
-}
+static const GetLensPosition kLoadNothing = [](unsigned *, unsigned *) { return -1; };
 
 TEST(ThreadEnd, motors_of_a_thread_that_ends_inside_a_move_are_there_for_the_next_command) {
     run([] {
@@ -34,7 +32,7 @@ TEST(ThreadEnd, motors_of_a_thread_that_ends_inside_a_move_are_there_for_the_nex
         ASSERT_EQ(pthread_create(&thread, nullptr, manualCtrlThread, nullptr), 0);
         condemned = thread;
         passMs(1);
-        AF_Manager_Init_LensPosition_API(endTheThread, loadNothing);
+        AF_Manager_Init_LensPosition_API(endTheThread, kLoadNothing);
         manualCtrlFun(6, 0, 0); // a reset, which stores the position before it is over
         waitUntil([] { return isOver.load(); }, 60, "the thread has ended");
         EXPECT_EQ(events("clock", "end").back().get("thread"), "manualCtrlThread");
@@ -69,7 +67,7 @@ TEST(ThreadEnd, exception_of_a_callback_passes_through_the_library_at_a_desk) {
     run([] {
         startParked();
         AF_Manager_Init_LensPosition_API(
-            [](unsigned, unsigned) -> int { throw std::runtime_error("full"); }, loadNothing);
+            [](unsigned, unsigned) -> int { throw std::runtime_error("full"); }, kLoadNothing);
         EXPECT_THROW(Lens_Save_ZFLocation(), std::runtime_error);
     });
 }

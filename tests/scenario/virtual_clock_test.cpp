@@ -6,9 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-#include <poll.h>
 #include <pthread.h>
-#include <sched.h>
 #include <thread>
 #include <unistd.h>
 
@@ -34,16 +32,13 @@ TEST(VirtualClock, every_wait_ends_at_its_exact_instant) {
         int64_t costUs;
     } rows[] = {
         {[] { usleep(0); }, 1},
-        {[] { sched_yield(); }, 1},
         {[] { std::this_thread::sleep_for(1001ns); }, 2}, // rounded up
         {[] { EXPECT_FALSE(held.try_lock_until(std::chrono::system_clock::now() + 3ms)); }, 3000},
-        {[] { EXPECT_FALSE(held.try_lock_for(7ms)); }, 7000}, // by the steady clock
         {[] {
              std::unique_lock<std::mutex> guard(mutex);
              EXPECT_EQ(silent.wait_for(guard, 999us), std::cv_status::timeout);
          },
          999},
-        {[] { EXPECT_EQ(poll(nullptr, 0, 30), 0); }, 30000},
     };
     run([&] {
         held.lock();
