@@ -59,9 +59,10 @@ static unsigned short position16OfPoint(int point, int count) {
 // ---- The maps: built under an odd version, read under an even one that stays ----
 
 // A host may write the exported word; a count outside the range would lead out of the tables.
-static int readCount() {
-    const int count = static_cast<int>(loadWord(&gOSDMultipleMax));
-    return count < kFewestRatios ? kFewestRatios : count > kMostRatios ? kMostRatios : count;
+static int countOf(unsigned int multiple) {
+    if (multiple > kMostRatios)
+        return kMostRatios;
+    return multiple < kFewestRatios ? kFewestRatios : static_cast<int>(multiple);
 }
 
 // Before the building, as a message may take its time.
@@ -93,7 +94,7 @@ static void build(bool positionsToo) {
     unsigned int asked;
     do {
         asked = loadWord(&gOSDMultipleMax);
-        const int count = readCount();
+        const int count = countOf(asked);
         announceCount(count);
         const unsigned int version = beginChange(&mapsVersion);
         fillRatioMap(count);
@@ -176,7 +177,7 @@ static int findRatio(unsigned short rzp, int count) {
 // An empty entry is one of maps that are just being built for fewer ratios.
 static void publishZoom(unsigned short rzp) {
     publishZoomPosition16(rzp);
-    const int m = findRatio(rzp, readCount());
+    const int m = findRatio(rzp, countOf(loadWord(&gOSDMultipleMax)));
     const int ratio = m < 0 ? 0 : loadWord(&gOSDMultipleMap[m].ratio);
     if (ratio != 0)
         Lens_Set_Multiple(ratio);
