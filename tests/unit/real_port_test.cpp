@@ -31,6 +31,8 @@ static bool isAnswered(int controller, useconds_t pauseUs) {
 }
 
 TEST(RealPort, answers_after_a_stray_byte_and_to_a_slow_sender) {
+    if (access("/dev/pts/ptmx", F_OK) != 0)
+        GTEST_SKIP() << "no terminal lines here";
     const pid_t host = fork();
     if (host == 0) {
         const int controller = posix_openpt(O_RDWR | O_NOCTTY);
