@@ -22,14 +22,6 @@ static const useconds_t kPointSettledUs = 100000;
 static const char kLineFormat[] = "%d,%d,%d\n";
 static const int kLongestLine = 40; // three signed 32-bit numbers
 
-static void traceSampleWithPosition(MS_Action_em, unsigned int afv) {
-    printf("fml: %d afv: %d\n", static_cast<int>(focusPosition()), static_cast<int>(afv));
-}
-
-static void traceSample(MS_Action_em, unsigned int afv) {
-    printf("afv: %d\n", static_cast<int>(afv));
-}
-
 static CalibrationRun makeDrawingRun(const char *name, unsigned char coarseStep) {
     CalibrationRun run = {};
     run.name = name;
@@ -130,7 +122,7 @@ void Lens_Draw_CurveOfZoomAndFocus(void) {
     }
     startDrawing(__func__);
     CalibrationRun run = makeDrawingRun(__func__, Step_Level_Mid);
-    run.traceSample = traceSampleWithPosition;
+    run.sampleTrace = kTracePosition;
     run.settleUs = kPointSettledUs;
     run.fType = MS_F_NEAR;
     const bool allPeaks = drawEqualSteps(&run, fd);
@@ -177,7 +169,7 @@ void Lens_Draw_CurveOfZoomAndFocus2(void) {
     goToStart(__func__); // draws even when the edges were not found
     startDrawing(__func__);
     CalibrationRun run = makeDrawingRun(__func__, Step_Level_Min);
-    run.traceSample = traceSample;
+    run.sampleTrace = kTraceValue;
     run.fType = MS_F_FAR;
     const bool allPeaks = drawQuarterPoints(&run, fd);
     endDrawing(__func__, fd, allPeaks);

@@ -17,6 +17,9 @@
 static const int kMostFruitlessPasses = 12;
 static const int kMostHillSamples = 3;
 static const double kHillShare = 0.98;
+
+unsigned int g_AFVDLimit = 4000;
+unsigned int g_AFVULimit = 0xFFFFFFFFu;
 static const useconds_t kTurnUs = 100000;
 
 namespace {
@@ -29,12 +32,29 @@ struct PassState {
 };
 } // namespace
 
-const char *nameFocusDirection(MS_Action_em fType) {
+static const char *nameFocusDirection(MS_Action_em fType) {
     return fType == MS_F_FAR ? "Far" : "Near";
 }
 
 static const char *nameLimit(MS_Action_em fType) {
     return fType == MS_F_FAR ? "Far Limit" : "Near Limit";
+}
+
+static void traceSample(const CalibrationRun &run, unsigned int afv) {
+    const int focus = static_cast<int>(focusPosition());
+    const int value = static_cast<int>(afv);
+    TRACE_PREFIX_OF(run.name, __LINE__);
+    switch (run.sampleTrace) {
+    case kTraceDirection:
+        printf("To %s FM: %d afv: %d\n", run.fType == MS_F_FAR ? "Far " : "Near", focus, value);
+        break;
+    case kTracePosition:
+        printf("fml: %d afv: %d\n", focus, value);
+        break;
+    case kTraceValue:
+        printf("afv: %d\n", value);
+        break;
+    }
 }
 
 static PassState startPass(const CalibrationRun &run) {
@@ -52,8 +72,7 @@ static bool takeSample(const CalibrationRun &run, unsigned char *step, unsigned 
     AF_Statistics_Info record;
     afStatisticsFresh(&record);
     *afv = record.vwV1SumHalf; // whatever the zoom position
-    TRACE_PREFIX_OF(run.name, __LINE__);
-    run.traceSample(run.fType, *afv);
+    traceSample(run, *afv);
     return true;
 }
 

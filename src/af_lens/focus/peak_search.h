@@ -5,6 +5,9 @@
 
 #include <sys/types.h>
 
+/// How a run traces a sample.
+enum SampleTrace { kTraceDirection, kTracePosition, kTraceValue };
+
 /// What tells the runs apart, and the state of the search. One run at a time.
 struct CalibrationRun {
     const char *name;          ///< Function name for the traces.
@@ -13,7 +16,7 @@ struct CalibrationRun {
     unsigned char coarseStep;
     int fallLimit;               ///< More falls than this end a coarse pass.
     const char *coarseEndFormat; ///< Message at a travel limit, with the limit's name.
-    void (*traceSample)(MS_Action_em fType, unsigned int afv);
+    SampleTrace sampleTrace;
     useconds_t settleUs; ///< Wait after the fine pass.
     int tagNumber;       ///< Second value of the peak message.
 
@@ -29,6 +32,3 @@ struct CalibrationRun {
  * @return false when no pass of a bounded number has passed a peak.
  */
 bool findCalibrationPeak(CalibrationRun *run);
-
-/// "Far" or "Near".
-const char *nameFocusDirection(MS_Action_em fType);

@@ -8,20 +8,21 @@
 
 static const unsigned char kFirstStep = 16;
 static const unsigned char kRampStep = 16;
-static const unsigned char kRampUpTo =
-    47; // 48 steps have the shortest step period the chip is given
+static const unsigned char kRampUpTo = 47; // 48 steps have the shortest step period there is
 
-static int neverInterrupted(void) {
-    return 0;
+enum Interrupts { kNoInterrupts, kCommandsInterrupt };
+
+static bool goesOn(Interrupts interrupts) {
+    return interrupts == kNoInterrupts || lensFocusInterrupt() == 0;
 }
 
 // 16, 32, 48, 48, ... steps a period, the remainder in the last one; the counter follows each
-// period. Ends early, before a period, when @p interrupted says so.
-static void runFocus(MS_Action_em fType, int fSteps, int (*interrupted)(void)) {
+// period. Ends early, before a period, on a command that interrupts.
+static void runFocus(MS_Action_em fType, int fSteps, Interrupts interrupts) {
     unsigned char step = fSteps <= kFirstStep ? static_cast<unsigned char>(fSteps) : kFirstStep;
     int done = 0;
     MS419XX_Set_PSUM_ICNT_RegofFocus(fType, step);
-    while (interrupted() == 0) {
+    while (goesOn(interrupts)) {
         MS419XX_VDF();
         Lens_Fresh_ZFLocation(fType, step);
         done += step;
@@ -47,7 +48,7 @@ int lensMotorFocusRunSteps(MS_Action_em fType, int fSteps) {
         TRACE_FORMAT("Stop and fSteps:%d.\n", fSteps);
         return 0;
     }
-    runFocus(fType, fSteps, neverInterrupted);
+    runFocus(fType, fSteps, kNoInterrupts);
     return 0;
 }
 
@@ -57,7 +58,7 @@ int lensMotorFocusRun(MS_Action_em fType, int fSteps) {
         TRACE_FORMAT("Stop and fSteps:%d.\n", fSteps);
         return interrupted;
     }
-    runFocus(fType, fSteps, lensFocusInterrupt);
+    runFocus(fType, fSteps, kCommandsInterrupt);
     return lensFocusInterrupt();
 }
 

@@ -26,33 +26,31 @@ static const unsigned char kFastRampStep = 8;
 
 namespace {
 struct SearchedAxis {
+    bool isZoom;
     unsigned int pin;
     unsigned int travel;
     MS_Action_em whenSet;   // direction toward the edge where the sensor reads non-zero
     MS_Action_em whenClear; // and where it reads zero
-    void (*brake)(MS_LED_em);
-    bool lastAxis; // its final brake also puts out the LED that lights it
 };
 } // namespace
 
 static SearchedAxis describeZoom() {
     const bool lensA = g_LensType == LENS_A;
-    return {kPinZoomPi,
-            PI_Wide_Range + PI_Tele_Range,
-            lensA ? MS_Z_WIDE : MS_Z_TELE,
-            lensA ? MS_Z_TELE : MS_Z_WIDE,
-            MS419XX_Break_MotorAB,
-            false};
+    return {true, kPinZoomPi, PI_Wide_Range + PI_Tele_Range, lensA ? MS_Z_WIDE : MS_Z_TELE,
+            lensA ? MS_Z_TELE : MS_Z_WIDE};
 }
 
 static SearchedAxis describeFocus() {
     const bool lensA = g_LensType == LENS_A;
-    return {kPinFocusPi,
-            PI_Near_Range + PI_Far_Range,
-            lensA ? MS_F_FAR : MS_F_NEAR,
-            lensA ? MS_F_NEAR : MS_F_FAR,
-            MS419XX_Break_MotorCD,
-            true};
+    return {false, kPinFocusPi, PI_Near_Range + PI_Far_Range, lensA ? MS_F_FAR : MS_F_NEAR,
+            lensA ? MS_F_NEAR : MS_F_FAR};
+}
+
+static void brake(const SearchedAxis &axis) {
+    if (axis.isZoom)
+        MS419XX_Break_MotorAB(LED_DISABLE);
+    else
+        MS419XX_Break_MotorCD(LED_DISABLE);
 }
 
 static int readSensor(const SearchedAxis &axis) {
@@ -85,7 +83,7 @@ static bool runFastPass(const SearchedAxis &axis, MS_Action_em direction, int *l
         const int now = readSensor(axis);
         if (now != *level) {
             *level = now;
-            axis.brake(LED_DISABLE);
+            brake(axis);
             MS419XX_VDFZ();
             usleep(kSettleUs);
             return true;
@@ -118,8 +116,8 @@ static bool runSlowPass(const SearchedAxis &axis, MS_Action_em direction, unsign
         const int now = readSensor(axis);
         if (now != *level) {
             *level = now;
-            axis.brake(LED_DISABLE);
-            if (finalPass && axis.lastAxis)
+            brake(axis);
+            if (finalPass && !axis.isZoom) // the last axis: its light, channel AB's LED, goes out
                 MS419XX_Break_MotorAB(LED_DISABLE);
             MS419XX_VDFZ();
             return true;
