@@ -5,6 +5,7 @@
 #include "af_ms419xx/registers.h"
 #include "af_ms419xx/vd_timing.h"
 #include "autofocus/settings.h"
+#include "platform/arithmetic.h"
 #include "platform/shared_word.h"
 
 #include <stdio.h>
@@ -43,10 +44,6 @@ static bool isZoom(MS_Action_em type) {
 
 static bool isFocus(MS_Action_em type) {
     return type == MS_F_NEAR || type == MS_F_FAR;
-}
-
-static unsigned char maxOf(unsigned char a, unsigned char b) {
-    return a > b ? a : b;
 }
 
 void MS419XX_Init(void) {

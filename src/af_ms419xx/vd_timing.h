@@ -4,13 +4,17 @@
 
 #include "autofocus_service.h"
 
+// Columns of the table.
+static const int kFirstPeriodColumn = 0; ///< First period of a soft start.
+static const int kRunningColumn = 1;
+
 extern "C" {
 
-/// Period total for @p step steps from column @p flag (0 first period of a soft start, 1 running).
+/// Period total for @p step steps from column @p flag.
 int PSUMXICNTGet(int flag, unsigned char step);
 }
 
 /// Whether the table has a column @p flag.
 inline bool isTimingColumn(int flag) {
-    return flag == 0 || flag == 1;
+    return flag == kFirstPeriodColumn || flag == kRunningColumn;
 }

@@ -6,3 +6,5 @@
 
 static const int kIcutNight = 1; ///< Value of g_ICUTState with the IR-cut filter removed.
 static const int kIcutDay = 0;
+
+static const int kSensorSingledOut = 1; ///< Value of g_SensType with tables of its own.

@@ -1,8 +1,5 @@
 #include "sony/framing.h"
 
-static const unsigned char kViscaHeader = 0x81;
-static const unsigned char kViscaCommand = 0x01;
-static const unsigned char kViscaInquiry = 0x09;
 static const unsigned char kBlockInquiry = 0x7E;
 static const unsigned char kPelcoSync = 0xFF;
 static const unsigned char kPelcoAddress = 0x01;

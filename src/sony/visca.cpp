@@ -11,9 +11,6 @@
 #include <string.h>
 #include <unistd.h>
 
-static const unsigned char kHeader = 0x81;
-static const unsigned char kKindCommand = 0x01;
-static const unsigned char kKindInquiry = 0x09;
 static const unsigned char kCategoryCamera = 0x04;
 
 enum ViscaCommand : unsigned char {
@@ -221,16 +218,16 @@ static void obeyCommand(const unsigned char *buf, int len) {
 // ---- A whole frame ----
 
 int SonyViscaProcess(unsigned char *buf, int len) {
-    const bool wellFormed = len > 0 && buf[0] == kHeader && buf[len - 1] == kTerminator;
+    const bool wellFormed = len > 0 && buf[0] == kViscaHeader && buf[len - 1] == kTerminator;
     if (!wellFormed) {
         PrintfVISCA(reinterpret_cast<char *>(buf), len);
         return -1;
     }
     Reply reply = {};
     const bool forCamera = len >= kShortestFrame && buf[2] == kCategoryCamera;
-    if (forCamera && buf[1] == kKindInquiry)
+    if (forCamera && buf[1] == kViscaInquiry)
         answerInquiry(buf[3], &reply);
-    else if (forCamera && buf[1] == kKindCommand)
+    else if (forCamera && buf[1] == kViscaCommand)
         obeyCommand(buf, len);
     if (reply.length == 0)
         return 0;

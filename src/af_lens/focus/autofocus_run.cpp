@@ -14,6 +14,8 @@
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/settings.h"
+#include "platform/arithmetic.h"
+#include "platform/shared_word.h"
 #include "platform/trace.h"
 
 #include <string.h>
@@ -64,14 +66,6 @@ static unsigned int returnToPeak(AF_CMD_em emCmd, const FocusSearch &search) {
 }
 
 // ---- Range and entry ----
-
-static unsigned int maxOf(unsigned int a, unsigned int b) {
-    return a > b ? a : b;
-}
-
-static unsigned int minOf(unsigned int a, unsigned int b) {
-    return a < b ? a : b;
-}
 
 // Both ends inside the travel. Only a curve that the host gave unchecked needs it; the search then
 // finds nothing, but drives nothing beyond a limit either.
@@ -198,13 +192,11 @@ unsigned int lensFocusCtrl(AF_CMD_em emCmd) {
     if (lensFocusInterrupt() != 0)
         return Lens_Get_Command();
     TRACE_TEXT("______Start______");
-    if (lensMotorFocusHoming() != 0)
-        return finish(emCmd);
+    lensMotorFocusHoming();
     int index2 = 0;
     if (Lens_Get_ZoomIndex(&search.index1, &index2, zoomPosition()) != 0)
         return finish(emCmd);
-    if (Lens_Get_SearchRange(search.index1, index2, &search.limitN, &search.limitF) != 0)
-        return finish(emCmd);
+    Lens_Get_SearchRange(search.index1, index2, &search.limitN, &search.limitF);
     keepInsideTravel(&search);
     search.stepMax = Lens_Get_StepMax(search.limitN, search.limitF);
 

@@ -15,21 +15,12 @@
 #include <string.h>
 #include <unistd.h>
 
-// Sections 0 to 6 are nearly straight: one measurement each, the quarters interpolated. Sections 7
-// to 14 are measured at all four quarter points, the tele end once.
-static const int kFirstQuarteredSection = 7;
+// Sections 0 to 6 get one measurement each and their quarters follow; sections 7 to 14 are measured
+// at all four quarter points, the tele end once.
 static const useconds_t kStartUs = 500000;
 static const useconds_t kNextPointUs = 100000;
 static const useconds_t kPointSettledUs = 200000;
 static const int kFallLimit = 2;
-
-unsigned int g_AFVDLimit = 4000;
-unsigned int g_AFVULimit = 0xFFFFFFFFu;
-
-static void traceSample(MS_Action_em fType, unsigned int afv) {
-    printf("To %s FM: %d afv: %d\n", fType == MS_F_FAR ? "Far " : "Near",
-           static_cast<int>(focusPosition()), static_cast<int>(afv));
-}
 
 static CalibrationRun makeMeasuringRun() {
     CalibrationRun run = {};
@@ -39,7 +30,7 @@ static CalibrationRun makeMeasuringRun() {
     run.coarseStep = Step_Level_Min;
     run.fallLimit = kFallLimit;
     run.coarseEndFormat = "To %s.\n";
-    run.traceSample = traceSample;
+    run.sampleTrace = kTraceDirection;
     run.settleUs = kPointSettledUs;
     run.fType = MS_F_NEAR;
     return run;
@@ -56,7 +47,7 @@ static int storePoint(int index1, int index2, unsigned int tagPosition) {
         g_FLineInfo.tagPosition[kTeleTag][0] = tagPosition;
         return 0;
     }
-    const bool quartered = index1 >= kFirstQuarteredSection;
+    const bool quartered = index1 >= kFirstFullRow;
     g_FLineInfo.tagPosition[index1][quartered ? index2 : 0] = tagPosition;
     return static_cast<int>(quartered ? quarterLength(index1) : sectionLength(index1));
 }
@@ -89,28 +80,11 @@ static bool measurePoints() {
 }
 
 static void printCurve() {
-    for (int i = 0; i < kFirstQuarteredSection; ++i)
+    for (int i = 0; i < kFirstFullRow; ++i)
         printf("%d\n", static_cast<int>(g_FLineInfo.tagPosition[i][0]));
-    for (int i = kFirstQuarteredSection; i < kTagPoints; ++i)
+    for (int i = kFirstFullRow; i < kTagPoints; ++i)
         for (int j = 0; j < kQuarters; ++j)
             printf("%d\n", static_cast<int>(g_FLineInfo.tagPosition[i][j]));
-}
-
-// The measured line may rise as well as fall, unlike the built-in ones.
-static void interpolateQuarters() {
-    for (int i = 0; i < kFirstQuarteredSection; ++i) {
-        unsigned int *row = g_FLineInfo.tagPosition[i];
-        const unsigned int next = g_FLineInfo.tagPosition[i + 1][0];
-        const bool rising = next > row[0];
-        const unsigned int difference = rising ? next - row[0] : row[0] - next;
-        const unsigned int quarter = difference >> 2;
-        const unsigned int remainder = difference & 3;
-        for (int j = 0; j < kQuarters - 1; ++j) {
-            const bool takesRemainder = j == kQuarters - 2 && remainder != 0;
-            const unsigned int step = quarter + (takesRemainder ? 1 : 0);
-            row[j + 1] = rising ? row[j] + step : row[j] - step;
-        }
-    }
 }
 
 // The tables still belong to the former curve, so putting it back is enough.
@@ -138,7 +112,7 @@ void Lens_Generate_FocusLine2(void) {
         return;
     }
     printCurve();
-    interpolateQuarters();
+    fillQuarters(&g_FLineInfo);
     Lens_Init_2MFocusLine();
     Lens_Init_Interpolation();
     Lens_Set_FocusStep();

@@ -7,6 +7,8 @@
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/settings.h"
+#include "platform/arithmetic.h"
+#include "platform/shared_word.h"
 
 // A low focus value says that the peak is far away. The range is enlarged; up to three wide passes,
 // each against the direction of the one before, run over it in large steps that grow while nothing
@@ -153,10 +155,8 @@ static void enterFineRange(WideSearch *search) {
     const bool ranFar = search->fType == MS_F_FAR;
     const int focusF = ranFar ? focus : peak + Step_Level_Max;
     const int focusN = ranFar ? peak - Step_Level_Max : focus;
-    if (focusF < search->limitF)
-        search->limitF = focusF;
-    if (focusN > search->limitN)
-        search->limitN = focusN;
+    search->limitF = minOf(focusF, search->limitF);
+    search->limitN = maxOf(focusN, search->limitN);
 }
 
 static void beginFinePass(WideSearch *search) {
@@ -190,12 +190,8 @@ static void runFinePassBack(WideSearch *search) {
 
 static void enlargeRange(WideSearch *search, int limitN, int limitF) {
     const int margin = 4 * Step_Level_Max * (search->icutState + 1);
-    const int nearLimit = static_cast<int>(FM_Near_Limit);
-    const int farLimit = static_cast<int>(FM_Far_Limit);
-    const int extendN = limitN - margin;
-    const int extendF = limitF + margin;
-    search->limitN = extendN > nearLimit ? extendN : nearLimit;
-    search->limitF = extendF < farLimit ? extendF : farLimit;
+    search->limitN = maxOf(limitN - margin, static_cast<int>(FM_Near_Limit));
+    search->limitF = minOf(limitF + margin, static_cast<int>(FM_Far_Limit));
 }
 
 // Drive into the range that was not enlarged; false when interrupted.

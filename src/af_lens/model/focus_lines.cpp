@@ -3,6 +3,8 @@
 #include "af_lens/model/focus_line_tables.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/zoom_grid.h"
+#include "autofocus/settings.h"
+#include "platform/arithmetic.h"
 #include "platform/trace.h"
 
 #include <string.h>
@@ -16,20 +18,24 @@ unsigned int FM_Step_Run_2M[kTagPoints][kQuarters];
 unsigned int FM_Step_Run_Tmp[kTagPoints][kQuarters];
 int g_FLineFlag = kLineInfinity;
 
-static const int kSensorSingledOut = 1;
-static const int kFirstFullRow = kAnchorRows - 1;
+static_assert(kFirstFullRow == kAnchorRows - 1, "the tables give the same rows in full");
+
 static const int kReferenceTolerance = 8; // a unit this close below a group belongs to it
 
-// Fill columns 1 to 3 of the rows whose column 0 alone is known. The line falls from row to row
-// here. Of a remainder one step goes to the third quarter, the rest is left to the last.
-static void fillQuarters(FLine_Tagposition_ST *line) {
+// Built-in lines fall from row to row here; a measured one may rise as well.
+void fillQuarters(FLine_Tagposition_ST *line) {
     for (int i = 0; i < kFirstFullRow; ++i) {
         unsigned int *row = line->tagPosition[i];
-        const unsigned int fall = row[0] - line->tagPosition[i + 1][0];
-        const unsigned int quarter = fall >> 2;
-        row[1] = row[0] - quarter;
-        row[2] = row[1] - quarter;
-        row[3] = row[2] - quarter - ((fall & 3) != 0 ? 1 : 0);
+        const unsigned int next = line->tagPosition[i + 1][0];
+        const bool rising = next > row[0];
+        const unsigned int difference = rising ? next - row[0] : row[0] - next;
+        const unsigned int quarter = difference >> 2;
+        const bool hasRemainder = (difference & 3) != 0;
+        for (int j = 0; j < kQuarters - 1; ++j) {
+            const bool takesRemainder = j == kQuarters - 2 && hasRemainder;
+            const unsigned int step = quarter + (takesRemainder ? 1 : 0);
+            row[j + 1] = rising ? row[j] + step : row[j] - step;
+        }
     }
 }
 
@@ -156,11 +162,21 @@ int Lens_Get_FLTagPosition(void) {
 }
 
 int Lens_Get_SearchRange(int index1, int index2, unsigned int *nP, unsigned int *fP) {
-    const unsigned int near2M = g_FLineInfo_2M.tagPosition[index1][index2];
-    const unsigned int farInfinity = g_FLineInfo.tagPosition[index1][index2];
-    *nP = near2M > FM_Near_Limit ? near2M : FM_Near_Limit;
-    *fP = farInfinity < FM_Far_Limit ? farInfinity : FM_Far_Limit;
+    *nP = maxOf(g_FLineInfo_2M.tagPosition[index1][index2], FM_Near_Limit);
+    *fP = minOf(g_FLineInfo.tagPosition[index1][index2], FM_Far_Limit);
     return 0;
+}
+
+bool chooseLineToward(MS_Action_em zType) {
+    if (zType == MS_Z_TELE) {
+        g_FLineFlag = kLineInfinity;
+        return true;
+    }
+    int index1, index2;
+    if (Lens_Get_ZoomIndex(&index1, &index2, zoomPosition()) != 0)
+        return false;
+    Lens_FCurve_Choise(index1, index2);
+    return true;
 }
 
 void Lens_FCurve_Choise(int index1, int index2) {

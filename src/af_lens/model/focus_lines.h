@@ -8,3 +8,14 @@
 
 /// Values of g_FLineFlag; any other selects the infinity line with quarter steps of 0.
 enum FocusLineFlag { kLineInfinity = 0, kLine2M = 1, kLineBetween = 2 };
+
+/// Rows above it are nearly straight: a line gives their column 0 and the quarters follow.
+static const int kFirstFullRow = 7;
+
+/// Fill columns 1 to 3 of those rows. Of a remainder one step goes to the third quarter, the rest
+/// is left to the last.
+void fillQuarters(FLine_Tagposition_ST *line);
+
+/// Choose the line that a zoom toward @p zType follows: toward tele infinity, toward wide the one
+/// on which the focus stands; false, and no choice, outside the grid.
+bool chooseLineToward(MS_Action_em zType);

@@ -1,5 +1,6 @@
 #include "af_lens/model/lens_state.h"
 
+#include "autofocus/settings.h"
 #include "platform/trace.h"
 
 unsigned int ZM_Step_Start, FM_Step_Start;
@@ -23,7 +24,6 @@ unsigned int ZM_Step_Total, FM_Step_Total, ZM_Step_Average;
 unsigned int ZM_Return_Bad, FM_Return_Bad;
 
 static const unsigned int kOrigin = 10000; // leaves room below, so that no counter passes 0
-static const int kSensorSingledOut = 1;
 
 static void setRangesOfLensA(void) {
     PI_Wide_Range = 5552;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "autofocus_service.h"
+#include "platform/arithmetic.h"
 #include "platform/shared_word.h"
 
 extern "C" {
@@ -34,11 +35,7 @@ inline bool areLimitsKnown() {
 
 /// A position moved into the travel, where the travel is known; called before start-up as it is.
 inline unsigned int keepInTravel(unsigned int position, unsigned int low, unsigned int high) {
-    if (high == 0)
-        return position;
-    if (position > high)
-        return high;
-    return position < low ? low : position;
+    return high == 0 ? position : clampBetween(low, position, high);
 }
 
 inline bool isInsideLimits(unsigned int zoom, unsigned int focus) {

@@ -4,6 +4,7 @@
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/zoom_grid.h"
 #include "autofocus/osd_text.h"
+#include "platform/arithmetic.h"
 #include "platform/trace.h"
 #include "platform/version.h"
 
@@ -60,9 +61,7 @@ static unsigned short position16OfPoint(int point, int count) {
 
 // A host may write the exported word; a count outside the range would lead out of the tables.
 static int countOf(unsigned int multiple) {
-    if (multiple > kMostRatios)
-        return kMostRatios;
-    return multiple < kFewestRatios ? kFewestRatios : static_cast<int>(multiple);
+    return static_cast<int>(clampBetween<unsigned int>(kFewestRatios, multiple, kMostRatios));
 }
 
 // Before the building, as a message may take its time.

@@ -23,17 +23,6 @@ static unsigned int targetOfPosition16(unsigned short rzp) {
     return ZM_Step_Run[index1] + ((index2 * sectionLength(index1)) >> 2);
 }
 
-static void chooseLineToward(MS_Action_em zType) {
-    if (zType == MS_Z_TELE) {
-        g_FLineFlag = kLineInfinity;
-        return;
-    }
-    int index1 = 0;
-    int index2 = 0;
-    Lens_Get_ZoomIndex(&index1, &index2, zoomPosition());
-    Lens_FCurve_Choise(index1, index2);
-}
-
 int Lens_Direct_ZPosition(unsigned short rzp) {
     unsigned short present = 0;
     if (lensGetZMapPosition(&present) == 0 && rzp == present) {
@@ -50,7 +39,8 @@ int Lens_Direct_ZPosition(unsigned short rzp) {
     }
     const MS_Action_em zType = target > zoom ? MS_Z_TELE : MS_Z_WIDE;
     g_ZoomDir = zType;
-    chooseLineToward(zType);
+    if (!chooseLineToward(zType))
+        Lens_FCurve_Choise(0, 0);
     zoomToTarget(zType, target, __func__);
     return 0;
 }

@@ -4,6 +4,8 @@
 #include "af_lens/model/persistence.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_ms419xx/ms419xx.h"
+#include "af_ms419xx/vd_timing.h"
+#include "platform/shared_word.h"
 #include "platform/trace.h"
 
 static const unsigned char kRampStep = 16;
@@ -27,6 +29,7 @@ void brakeFocus() {
 
 namespace {
 struct CountedAxis {
+    bool isZoom;
     MS_Action_em type;
     int total;
     int done;
@@ -35,22 +38,30 @@ struct CountedAxis {
 };
 } // namespace
 
-static CountedAxis makeCountedAxis(MS_Action_em type, int total) {
-    const bool short_ = total <= Step_Level_Max;
-    return {type, total, 0, short_ ? static_cast<unsigned char>(total) : Step_Level_Max, false};
+static CountedAxis makeCountedAxis(bool isZoom, MS_Action_em type, int total) {
+    const bool isShort = total <= Step_Level_Max;
+    const unsigned char step = isShort ? static_cast<unsigned char>(total) : Step_Level_Max;
+    return {isZoom, type, total, 0, step, false};
 }
 
 static void programAxis(const CountedAxis &axis) {
     MS419XX_Set_PSUM_ICNT_Register(axis.type, axis.step, LED_DISABLE);
 }
 
-static void countPeriod(CountedAxis *axis, void (*brake)(MS_LED_em)) {
+static void brakeAxis(const CountedAxis &axis) {
+    if (axis.isZoom)
+        MS419XX_Break_MotorAB(LED_DISABLE);
+    else
+        MS419XX_Break_MotorCD(LED_DISABLE);
+}
+
+static void countPeriod(CountedAxis *axis) {
     if (axis->stopped)
         return;
     axis->done += axis->step;
     if (axis->done == axis->total) {
         axis->stopped = true;
-        brake(LED_DISABLE);
+        brakeAxis(*axis);
     }
 }
 
@@ -75,8 +86,8 @@ static void rampAxis(CountedAxis *axis) {
 static void runCountedPeriods(CountedAxis *zoom, CountedAxis *focus) {
     for (;;) {
         MS419XX_VDFZ();
-        countPeriod(zoom, MS419XX_Break_MotorAB);
-        countPeriod(focus, MS419XX_Break_MotorCD);
+        countPeriod(zoom);
+        countPeriod(focus);
         const bool overshot = zoom->done > zoom->total || focus->done > focus->total;
         if (overshot) {
             brakeBothChannels();
@@ -97,8 +108,8 @@ static bool neverArrives(const CountedAxis &axis) {
 }
 
 void Lens_Move_NSteps(MS_Action_em zType, int zSteps, MS_Action_em fType, int fSteps) {
-    CountedAxis zoom = makeCountedAxis(zType, zSteps);
-    CountedAxis focus = makeCountedAxis(fType, fSteps);
+    CountedAxis zoom = makeCountedAxis(true, zType, zSteps);
+    CountedAxis focus = makeCountedAxis(false, fType, fSteps);
     if (neverArrives(zoom) || neverArrives(focus))
         return;
     programAxis(zoom);
@@ -130,13 +141,13 @@ void Lens_Starting(MS_Action_em zType, unsigned char zStep, MS_Action_em fType,
 
     const unsigned char z1 = zStep >> 2;
     const unsigned char f1 = fStep >> 2;
-    MS419XX_Set_PSUM_ICNT_RegSync(0, zType, z1, fType, f1, LED_DISABLE);
-    MS419XX_VDZ(0, z1, f1);
+    MS419XX_Set_PSUM_ICNT_RegSync(kFirstPeriodColumn, zType, z1, fType, f1, LED_DISABLE);
+    MS419XX_VDZ(kFirstPeriodColumn, z1, f1);
 
     const unsigned char z2 = static_cast<unsigned char>(zStep - z1);
     const unsigned char f2 = static_cast<unsigned char>(fStep - f1);
-    MS419XX_Set_PSUM_ICNT_RegSync(1, zType, z2, fType, f2, LED_DISABLE);
-    MS419XX_VDZ(1, z2, f2);
+    MS419XX_Set_PSUM_ICNT_RegSync(kRunningColumn, zType, z2, fType, f2, LED_DISABLE);
+    MS419XX_VDZ(kRunningColumn, z2, f2);
 }
 
 // True when there is room; then *step is at most the room. A counter beyond the limit has negative
@@ -152,18 +163,35 @@ static bool clipToRoom(unsigned int ahead, unsigned int behind, unsigned char *s
     return true;
 }
 
+// Toward anything but its own two ends an axis stands, for which there is always room.
+static bool clipZoom(MS_Action_em type, unsigned char *step) {
+    switch (type) {
+    case MS_Z_TELE:
+        return clipToRoom(ZM_Tele_Limit, zoomPosition(), step);
+    case MS_Z_WIDE:
+        return clipToRoom(zoomPosition(), ZM_Wide_Limit, step);
+    default:
+        return true;
+    }
+}
+
+static bool clipFocus(MS_Action_em type, unsigned char *step) {
+    switch (type) {
+    case MS_F_FAR:
+        return clipToRoom(FM_Far_Limit, focusPosition(), step);
+    case MS_F_NEAR:
+        return clipToRoom(focusPosition(), FM_Near_Limit, step);
+    default:
+        return true;
+    }
+}
+
 int Lens_Check_AllowanceForSteps(MS_Action_em zType, unsigned char *zStep, MS_Action_em fType,
                                  unsigned char *fStep) {
     int blocked = 0;
-    const bool zoomRoom = zType == MS_Z_TELE   ? clipToRoom(ZM_Tele_Limit, zoomPosition(), zStep)
-                          : zType == MS_Z_WIDE ? clipToRoom(zoomPosition(), ZM_Wide_Limit, zStep)
-                                               : true;
-    const bool focusRoom = fType == MS_F_FAR    ? clipToRoom(FM_Far_Limit, focusPosition(), fStep)
-                           : fType == MS_F_NEAR ? clipToRoom(focusPosition(), FM_Near_Limit, fStep)
-                                                : true;
-    if (!zoomRoom)
+    if (!clipZoom(zType, zStep))
         blocked |= 1 << kZoomBlocked;
-    if (!focusRoom)
+    if (!clipFocus(fType, fStep))
         blocked |= 1 << kFocusBlocked;
     return blocked;
 }

@@ -4,9 +4,8 @@
 #include "af_lens/motion/moves.h"
 #include "af_lens/motion/zoom_tracking.h"
 #include "af_ms419xx/ms419xx.h"
+#include "af_ms419xx/vd_timing.h"
 #include "platform/trace.h"
-
-static const int kRunningColumn = 1; // of the VD timing table
 
 // On the target itself nothing is clipped: the step planned there is the one beyond it.
 static bool planStepToTarget(MS_Action_em zType, unsigned int target, TrackedStep *step) {

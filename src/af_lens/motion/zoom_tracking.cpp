@@ -8,10 +8,10 @@
 #include "af_lens/motion/focus_runs.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
+#include "af_ms419xx/vd_timing.h"
 #include "platform/trace.h"
 
 static const unsigned char kEndOfGridStep = 16;
-static const int kRunningColumn = 1; // of the VD timing table
 
 static MS_Action_em focusDirection(unsigned int from, unsigned int to) {
     if (from == to)
@@ -70,19 +70,6 @@ bool isSameStep(const TrackedStep &a, const TrackedStep &b) {
     return a.zStep == b.zStep && a.fStep == b.fStep && a.fType == b.fType;
 }
 
-// Toward tele the infinity line is followed; toward wide the line on which the focus stands.
-static bool chooseLine(MS_Action_em zType) {
-    if (zType == MS_Z_TELE) {
-        g_FLineFlag = kLineInfinity;
-        return true;
-    }
-    int index1, index2;
-    if (Lens_Get_ZoomIndex(&index1, &index2, zoomPosition()) != 0)
-        return false;
-    Lens_FCurve_Choise(index1, index2);
-    return true;
-}
-
 // Periods until another command arrives or the zoom reaches its limit. The counters take each step
 // before it is driven, so that planning sees the position at the end of the pending period.
 static void trackUntilInterrupted(AF_CMD_em emCmd, MS_Action_em zType) {
@@ -110,7 +97,7 @@ unsigned int lensMotorZoomCtrl(AF_CMD_em emCmd) {
     const MS_Action_em zType = emCmd == CMD_WIDE ? MS_Z_WIDE : MS_Z_TELE;
     TRACE_FORMAT("To %s.\n", zType == MS_Z_WIDE ? "Wide" : "Tele");
     g_ZoomDir = zType;
-    if (!chooseLine(zType))
+    if (!chooseLineToward(zType))
         return CMD_NONE;
 
     TrackedStep first;
