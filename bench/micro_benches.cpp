@@ -14,7 +14,7 @@
 
 #include "autofocus_service.h"
 
-#include "af_interface/zone_reduction.h"
+#include "af_interface/statistics/zone_reduction.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"

@@ -5,9 +5,9 @@
 
 #include "autofocus_service.h"
 #include "controller_frames.h"
-#include "devices/isp.h"
 #include "devices/lens.h"
 #include "file_store.h"
+#include "isp/isp.h"
 #include "power_cycle.h"
 #include "stage.h"
 

@@ -11,11 +11,11 @@
 #include "camera.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
-#include "devices/isp.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
 #include "host.h"
 #include "host/lens_watch.h"
+#include "isp/isp.h"
 #include "optics/lens_curves.h"
 
 namespace demo {

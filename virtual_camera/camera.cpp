@@ -7,8 +7,8 @@
 #include "clock/scheduler.h"
 #include "clock/trace.h"
 #include "clock/unobserved.h"
-#include "devices/power_on.h"
 #include "devices/serial_port.h"
+#include "power_on.h"
 #include "waveform/waveform.h"
 
 #include <cerrno>

@@ -1,10 +1,10 @@
 #include "af_ms419xx/ms419xx.h"
 
-#include "af_common/gpio_setup.h"
-#include "af_common/spi.h"
+#include "af_common/link/gpio_setup.h"
+#include "af_common/link/spi.h"
 #include "af_ms419xx/registers.h"
 #include "af_ms419xx/vd_timing.h"
-#include "autofocus/settings.h"
+#include "autofocus/host/settings.h"
 #include "platform/arithmetic.h"
 #include "platform/shared_word.h"
 

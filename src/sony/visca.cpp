@@ -1,8 +1,8 @@
 #include "sony/visca.h"
 
 #include "af_lens/model/mailbox.h"
-#include "autofocus/callbacks.h"
-#include "autofocus/settings.h"
+#include "autofocus/host/callbacks.h"
+#include "autofocus/host/settings.h"
 #include "platform/shared_word.h"
 #include "sony/framing.h"
 #include "sony/serial_port.h"

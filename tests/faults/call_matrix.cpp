@@ -10,9 +10,9 @@
 
 #include "boundary/faults.h"
 #include "controller_frames.h"
-#include "devices/isp.h"
 #include "devices/lens.h"
 #include "host/workers.h"
+#include "isp/isp.h"
 #include "platform/shared_word.h"
 
 #include <cerrno>

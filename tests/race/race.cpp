@@ -7,7 +7,7 @@
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "clock/next_call.h"
-#include "devices/seeded_random.h"
+#include "clock/seeded_random.h"
 #include "platform/isp_interface.h"
 
 #include <CLI/CLI.hpp>

@@ -15,9 +15,9 @@
 
 #include "camera.h"
 #include "clock/virtual_clock.h"
-#include "devices/isp.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
+#include "isp/isp.h"
 #include "platform/shared_word.h"
 
 namespace scenario {

@@ -4,8 +4,8 @@
 #include "boundary/library_imports.h"
 #include "boundary/redirect.h"
 #include "clock/virtual_clock.h"
-#include "devices/isp.h"
 #include "devices/lens.h"
+#include "isp/isp.h"
 #include "optics/scene.h"
 #include "platform/shared_word.h"
 

@@ -4,12 +4,12 @@
 // in the mailbox, the hardware have nothing to complain of and the serial port still answer.
 #include "scenario/scenario.h"
 
+#include "clock/seeded_random.h"
 #include "clock/virtual_clock.h"
 #include "controller_frames.h"
-#include "devices/isp.h"
-#include "devices/seeded_random.h"
 #include "devices/serial_port.h"
 #include "host/workers.h"
+#include "isp/isp.h"
 #include "optics/scene.h"
 #include "platform/shared_word.h"
 

@@ -1,8 +1,8 @@
 // From the ISP's zones to one focus record, and what the ISP is told to measure.
 #include "fixtures.h"
 
-#include "af_interface/statistics.h"
-#include "af_interface/zone_reduction.h"
+#include "af_interface/statistics/statistics.h"
+#include "af_interface/statistics/zone_reduction.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 #include "clock/thread_table.h"
 
-#include "devices/seeded_random.h"
+#include "clock/seeded_random.h"
 
 #include <cerrno>
 #include <climits>

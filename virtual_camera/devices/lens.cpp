@@ -7,9 +7,9 @@
 #include <array>
 #include <cmath>
 
+#include "clock/seeded_random.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
-#include "devices/seeded_random.h"
 
 namespace vcam {
 namespace {

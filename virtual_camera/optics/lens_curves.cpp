@@ -6,8 +6,8 @@
 #include <array>
 #include <cmath>
 
+#include "clock/seeded_random.h"
 #include "devices/lens.h"
-#include "devices/seeded_random.h"
 #include "optics/curve_table.h"
 #include "optics/optical_model.h"
 #include "optics/scene.h"

@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdint>
 
-#include "devices/seeded_random.h"
+#include "clock/seeded_random.h"
 
 namespace vcam {
 namespace {

@@ -7,7 +7,7 @@
 #include <cmath>
 #include <memory>
 
-#include "devices/seeded_random.h"
+#include "clock/seeded_random.h"
 #include "optics/key_spectra.h"
 #include "optics/lens_curves.h"
 #include "optics/optical_model.h"

@@ -1,6 +1,6 @@
 #include "af_lens/focus/autofocus_run.h"
 
-#include "af_interface/refocus_trigger.h"
+#include "af_interface/statistics/refocus_trigger.h"
 #include "af_lens/focus/focus_pass.h"
 #include "af_lens/focus/step_choice.h"
 #include "af_lens/focus/wide_search.h"
@@ -13,7 +13,7 @@
 #include "af_lens/motion/focus_runs.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
-#include "autofocus/settings.h"
+#include "autofocus/host/settings.h"
 #include "platform/arithmetic.h"
 #include "platform/shared_word.h"
 #include "platform/trace.h"

@@ -1,6 +1,6 @@
 #include "af_lens/focus/peak_search.h"
 
-#include "af_interface/statistics.h"
+#include "af_interface/statistics/statistics.h"
 #include "af_lens/focus/focus_pass.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/motion/moves.h"

@@ -3,7 +3,7 @@
 #include "af_lens/model/focus_line_tables.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/zoom_grid.h"
-#include "autofocus/settings.h"
+#include "autofocus/host/settings.h"
 #include "platform/arithmetic.h"
 #include "platform/trace.h"
 

@@ -1,6 +1,6 @@
 #include "af_lens/model/lens_state.h"
 
-#include "autofocus/settings.h"
+#include "autofocus/host/settings.h"
 #include "platform/trace.h"
 
 unsigned int ZM_Step_Start, FM_Step_Start;

@@ -2,7 +2,7 @@
 
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/zoom_grid.h"
-#include "autofocus/callbacks.h"
+#include "autofocus/host/callbacks.h"
 #include "platform/trace.h"
 
 #include <string.h>

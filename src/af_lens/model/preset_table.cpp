@@ -3,7 +3,7 @@
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/zoom_ratio.h"
-#include "autofocus/callbacks.h"
+#include "autofocus/host/callbacks.h"
 #include "platform/claim.h"
 #include "platform/trace.h"
 #include "platform/version.h"

@@ -3,7 +3,7 @@
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/zoom_grid.h"
-#include "autofocus/osd_text.h"
+#include "autofocus/host/osd_text.h"
 #include "platform/arithmetic.h"
 #include "platform/trace.h"
 #include "platform/version.h"

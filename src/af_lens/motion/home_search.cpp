@@ -1,6 +1,6 @@
 #include "af_lens/motion/home_search.h"
 
-#include "af_common/gpio_setup.h"
+#include "af_common/link/gpio_setup.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"

@@ -1,6 +1,6 @@
 // Frames are not events: whoever asks is told which frame ended last, and its zones are worked out
 // then, from where the lens was at that instant. Each call runs on the thread that makes it.
-#include "devices/isp.h"
+#include "isp/isp.h"
 
 #include <algorithm>
 #include <cinttypes>

@@ -1,4 +1,4 @@
-#include "af_common/af_log.h"
+#include "af_common/utilities/af_log.h"
 
 #include "platform/device_file.h"
 

@@ -1,4 +1,4 @@
-#include "autofocus/callbacks.h"
+#include "autofocus/host/callbacks.h"
 
 #include "platform/shared_word.h"
 

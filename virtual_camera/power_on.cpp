@@ -1,11 +1,11 @@
 // The order matters only in that the curves and the zones need the scene, which needs nothing.
-#include "devices/power_on.h"
+#include "power_on.h"
 
 #include "devices/driver_chip.h"
 #include "devices/gpio.h"
-#include "devices/isp.h"
 #include "devices/lens.h"
 #include "devices/spidev.h"
+#include "isp/isp.h"
 #include "optics/lens_curves.h"
 #include "optics/scene.h"
 #include "optics/scene_view.h"

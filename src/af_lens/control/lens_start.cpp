@@ -1,6 +1,6 @@
-#include "af_lens/lens_start.h"
+#include "af_lens/control/lens_start.h"
 
-#include "af_common/af_log.h"
+#include "af_common/utilities/af_log.h"
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"

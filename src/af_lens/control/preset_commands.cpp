@@ -1,6 +1,6 @@
-#include "af_lens/preset_commands.h"
+#include "af_lens/control/preset_commands.h"
 
-#include "af_interface/refocus_trigger.h"
+#include "af_interface/statistics/refocus_trigger.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/motion/direct_zoom.h"
 #include "af_lens/motion/presets.h"

@@ -1,4 +1,4 @@
-#include "autofocus/settings.h"
+#include "autofocus/host/settings.h"
 
 int icr_control_mode = TYPE_OUTCONTROL;
 int g_ICUTState = kIcutDay;

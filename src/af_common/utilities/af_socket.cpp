@@ -1,4 +1,4 @@
-#include "af_common/af_socket.h"
+#include "af_common/utilities/af_socket.h"
 
 #include <errno.h>
 #include <stddef.h>

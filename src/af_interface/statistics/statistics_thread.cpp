@@ -1,11 +1,11 @@
-#include "af_interface/statistics_thread.h"
+#include "af_interface/statistics/statistics_thread.h"
 
-#include "af_common/spi.h"
-#include "af_interface/focus_filters.h"
-#include "af_interface/refocus_trigger.h"
-#include "af_interface/statistics.h"
-#include "af_interface/zone_reduction.h"
-#include "autofocus/settings.h"
+#include "af_common/link/spi.h"
+#include "af_interface/statistics/focus_filters.h"
+#include "af_interface/statistics/refocus_trigger.h"
+#include "af_interface/statistics/statistics.h"
+#include "af_interface/statistics/zone_reduction.h"
+#include "autofocus/host/settings.h"
 #include "platform/isp.h"
 #include "platform/shared_word.h"
 

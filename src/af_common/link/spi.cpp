@@ -1,4 +1,4 @@
-#include "af_common/spi.h"
+#include "af_common/link/spi.h"
 #include "platform/device_file.h"
 #include "platform/shared_word.h"
 

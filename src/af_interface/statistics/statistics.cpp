@@ -1,4 +1,4 @@
-#include "af_interface/statistics.h"
+#include "af_interface/statistics/statistics.h"
 
 #include "platform/timed_wait.h"
 

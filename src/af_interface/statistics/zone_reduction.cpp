@@ -1,6 +1,6 @@
-#include "af_interface/zone_reduction.h"
+#include "af_interface/statistics/zone_reduction.h"
 
-#include "autofocus/settings.h"
+#include "autofocus/host/settings.h"
 #include "platform/shared_word.h"
 
 const int Weight[kZoneRows][kZoneColumns] = {

@@ -1,4 +1,4 @@
-#include "autofocus/osd_text.h"
+#include "autofocus/host/osd_text.h"
 
 #include "platform/shared_word.h"
 

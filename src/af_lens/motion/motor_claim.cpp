@@ -1,4 +1,4 @@
-#include "af_lens/motor_claim.h"
+#include "af_lens/motion/motor_claim.h"
 
 #include "platform/claim.h"
 

@@ -1,6 +1,6 @@
-#include "af_interface/focus_filters.h"
+#include "af_interface/statistics/focus_filters.h"
 
-#include "af_interface/zone_reduction.h"
+#include "af_interface/statistics/zone_reduction.h"
 
 #include <string.h>
 

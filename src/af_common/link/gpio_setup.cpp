@@ -1,4 +1,4 @@
-#include "af_common/gpio_setup.h"
+#include "af_common/link/gpio_setup.h"
 
 #include <stdlib.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
-#include "af_interface/refocus_trigger.h"
+#include "af_interface/statistics/refocus_trigger.h"
 
-#include "af_interface/statistics.h"
+#include "af_interface/statistics/statistics.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/zoom_grid.h"
