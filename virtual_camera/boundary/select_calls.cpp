@@ -7,6 +7,7 @@
 #include "clock/next_call.h"
 #include "clock/thread_table.h"
 #include "clock/unobserved.h"
+#include "clock/virtual_clock.h"
 #include "devices/serial_port.h"
 
 #include <algorithm>
@@ -17,7 +18,6 @@
 namespace vcam {
 
 constexpr int64_t kUsPerMs = 1000;
-constexpr int64_t kLookAgainUs = 10 * kUsPerMs;
 
 static NextCall<int(int, fd_set *, fd_set *, fd_set *, struct timeval *)> nextSelect{"select"};
 static NextCall<int(struct pollfd *, nfds_t, int)> nextPoll{"poll"};

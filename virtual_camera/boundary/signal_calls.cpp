@@ -5,6 +5,7 @@
 #include "boundary/calendar.h"
 #include "clock/next_call.h"
 #include "clock/thread_table.h"
+#include "clock/virtual_clock.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,8 +13,6 @@
 #include <unistd.h>
 
 namespace vcam {
-
-constexpr int64_t kLookAgainUs = 10000;
 
 static WaitQueue hosts{"signal"};
 static int hostsWaiting; // for SIGTERM

@@ -16,8 +16,6 @@
 
 namespace vcam {
 
-constexpr int64_t kLookAgainUs = 10000;
-
 using AddressCall = int(int, const struct sockaddr *, socklen_t);
 
 static NextCall<int(int, int, int)> nextSocket{"socket"};

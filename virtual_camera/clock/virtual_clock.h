@@ -12,6 +12,9 @@ namespace vcam {
 /// A deadline that never comes.
 constexpr int64_t kForeverUs = INT64_MAX;
 
+/// How soon to look again for what no virtual thread tells of: a real descriptor or signal.
+constexpr int64_t kLookAgainUs = 10000;
+
 /// Threads that wait for something, longest first; the name is for whoever reads a stopped
 /// camera's thread table. Its address is what threads wait on: it holds no list of its own.
 struct WaitQueue {

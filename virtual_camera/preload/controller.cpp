@@ -13,7 +13,7 @@
 namespace vcam {
 
 constexpr double kUsPerS = 1e6;
-constexpr int64_t kLookAgainUs = 50000;
+constexpr int64_t kReadAgainUs = 50000;
 constexpr int64_t kGraceUs = 10000000; // for a host that has been asked to end
 
 static RunSettings run;
@@ -36,7 +36,7 @@ static void report(const char *what, const std::vector<uint8_t> &bytes) {
 /// Let time pass and show what the camera answers.
 static void listenUntil(int64_t deadlineUs) {
     while (isEndAsked == 0 && nowUs() < deadlineUs) {
-        if (waitCameraSent(std::min(deadlineUs, nowUs() + kLookAgainUs)))
+        if (waitCameraSent(std::min(deadlineUs, nowUs() + kReadAgainUs)))
             report("camera answers   ", cameraSent());
     }
 }

@@ -11,6 +11,7 @@
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/focus_runs.h"
+#include "af_lens/motion/focus_steps.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/host/settings.h"

@@ -1,6 +1,5 @@
 #include "af_lens/focus/calibration.h"
 
-#include "af_lens/focus/focus_pass.h"
 #include "af_lens/focus/peak_search.h"
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
@@ -8,6 +7,7 @@
 #include "af_lens/model/persistence.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
+#include "af_lens/motion/focus_steps.h"
 #include "af_lens/motion/home_search.h"
 #include "af_lens/motion/moves.h"
 #include "platform/trace.h"

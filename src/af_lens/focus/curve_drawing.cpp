@@ -4,6 +4,7 @@
 #include "af_lens/focus/peak_search.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/zoom_grid.h"
+#include "af_lens/motion/focus_steps.h"
 #include "af_lens/motion/home_search.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"

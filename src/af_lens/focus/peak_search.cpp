@@ -3,6 +3,7 @@
 #include "af_interface/statistics/statistics.h"
 #include "af_lens/focus/focus_pass.h"
 #include "af_lens/model/lens_state.h"
+#include "af_lens/motion/focus_steps.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
 #include "platform/trace.h"

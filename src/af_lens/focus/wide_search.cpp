@@ -1,9 +1,9 @@
 #include "af_lens/focus/wide_search.h"
 
 #include "af_interface/statistics/statistics.h"
-#include "af_lens/focus/focus_pass.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
+#include "af_lens/motion/focus_steps.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/host/settings.h"
