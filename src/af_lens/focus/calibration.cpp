@@ -112,7 +112,7 @@ void Lens_Generate_FocusLine2(void) {
         return;
     }
     printCurve();
-    fillQuarters(&g_FLineInfo);
+    fillQuarters(&g_FLineInfo, kMayRise);
     Lens_Init_2MFocusLine();
     Lens_Init_Interpolation();
     Lens_Set_FocusStep();

@@ -22,12 +22,11 @@ static_assert(kFirstFullRow == kAnchorRows - 1, "the tables give the same rows i
 
 static const int kReferenceTolerance = 8; // a unit this close below a group belongs to it
 
-// Built-in lines fall from row to row here; a measured one may rise as well.
-void fillQuarters(FLine_Tagposition_ST *line) {
+void fillQuarters(FLine_Tagposition_ST *line, LineCourse course) {
     for (int i = 0; i < kFirstFullRow; ++i) {
         unsigned int *row = line->tagPosition[i];
         const unsigned int next = line->tagPosition[i + 1][0];
-        const bool rising = next > row[0];
+        const bool rising = course == kMayRise && next > row[0];
         const unsigned int difference = rising ? next - row[0] : row[0] - next;
         const unsigned int quarter = difference >> 2;
         const bool hasRemainder = (difference & 3) != 0;
@@ -44,7 +43,7 @@ void Lens_Init_FLineInfo(void) {
         g_SensType == kSensorSingledOut ? kInfinitySensor1 : kInfinityOtherSensors;
     for (int i = 0; i < kAnchorRows; ++i)
         g_FLineInfo.tagPosition[i][0] = anchors.firstColumn[i];
-    fillQuarters(&g_FLineInfo);
+    fillQuarters(&g_FLineInfo, kFalls);
     for (int k = 0; k < kFullRowsEntries; ++k) {
         const int point = kFirstFullRow * kQuarters + 1 + k;
         g_FLineInfo.tagPosition[point / kQuarters][point % kQuarters] = anchors.fullRows[k];
@@ -73,7 +72,7 @@ static void expandGroup(const unsigned int *values, FLine_Tagposition_ST *line) 
         for (int j = 0; j < kQuarters; ++j)
             line->tagPosition[i][j] = *values++;
     line->tagPosition[kTeleTag][0] = *values;
-    fillQuarters(line);
+    fillQuarters(line, kFalls);
 }
 
 void Lens_Init_2MFocusLine(void) {

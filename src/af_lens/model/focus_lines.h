@@ -12,9 +12,12 @@ enum FocusLineFlag { kLineInfinity = 0, kLine2M = 1, kLineBetween = 2 };
 /// Rows above it are nearly straight: a line gives their column 0 and the quarters follow.
 static const int kFirstFullRow = 7;
 
+/// How a line runs from row to row there: built-in ones fall, a measured one may rise as well.
+enum LineCourse { kFalls, kMayRise };
+
 /// Fill columns 1 to 3 of those rows. Of a remainder one step goes to the third quarter, the rest
 /// is left to the last.
-void fillQuarters(FLine_Tagposition_ST *line);
+void fillQuarters(FLine_Tagposition_ST *line, LineCourse course);
 
 /// Choose the line that a zoom toward @p zType follows: toward tele infinity, toward wide the one
 /// on which the focus stands; false, and no choice, outside the grid.

@@ -5,6 +5,7 @@
 #include "af_lens/model/zoom_grid.h"
 #include "autofocus/host/osd_text.h"
 #include "platform/arithmetic.h"
+#include "platform/shared_word.h"
 #include "platform/trace.h"
 #include "platform/version.h"
 
