@@ -10,7 +10,8 @@
  * counted from 10000 at the wide end (zoom) and at the near end (focus). Messages go to standard
  * output.
  *
- * This header and autofocus_service.h are valid C99 and later, C++11 and later.
+ * All public headers are valid C99 and later, C++11 and later. What service and test tools need
+ * beside this one lies in autofocus/, a header a subject; autofocus_service.h includes them all.
  */
 #ifndef AUTOFOCUS_H
 #define AUTOFOCUS_H

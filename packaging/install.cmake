@@ -9,7 +9,7 @@ set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(TARGETS autofocus EXPORT autofocus
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     COMPONENT runtime NAMELINK_COMPONENT development)
-install(FILES include/autofocus.h include/autofocus_service.h
+install(DIRECTORY include/
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(EXPORT autofocus NAMESPACE autofocus:: FILE autofocusTargets.cmake
   DESTINATION ${package_dir} COMPONENT development)

@@ -1,8 +1,7 @@
 #!/bin/sh
 # The shape of the library that ships: what it offers, and what it needs of a camera's system.
-# Usage: check_library.sh NM READELF LIBRARY LIST HEADER...
-nm=$1 readelf=$2 library=$3 list=$4
-shift 4
+# Usage: check_library.sh NM READELF LIBRARY LIST HEADERS
+nm=$1 readelf=$2 library=$3 list=$4 headers=$5
 export LC_ALL=C
 failed=0
 
@@ -13,7 +12,7 @@ if ! printf '%s\n' "$names" | diff "$list" -; then
 fi
 
 for name in $names; do
-    if ! grep -qw "$name" "$@"; then
+    if ! grep -qrw "$name" "$headers"; then
         echo "exported but in no header: $name"
         failed=1
     fi
