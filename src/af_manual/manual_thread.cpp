@@ -1,24 +1,25 @@
-#include "af_manual/manual_thread.h"
-
-#include "af_interface/statistics/refocus_trigger.h"
+// A service and test facility that drives the lens step by step, past the command mailbox. The host
+// starts the thread and posts requests; the library does neither. A request waits while a lens
+// command runs, and a lens command waits while a request does.
 #include "af_interface/statistics/statistics.h"
-#include "af_lens/control/lens_start.h"
 #include "af_lens/focus/calibration.h"
-#include "af_lens/focus/curve_drawing.h"
-#include "af_lens/focus/step_choice.h"
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
-#include "af_lens/model/persistence.h"
-#include "af_lens/model/zoom_grid.h"
 #include "af_lens/motion/focus_steps.h"
-#include "af_lens/motion/home_search.h"
 #include "af_lens/motion/motor_claim.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus/autofocus_run.h"
+#include "autofocus/lens_control.h"
+#include "autofocus/manual_stepping.h"
+#include "autofocus/moves.h"
+#include "autofocus/persistence.h"
+#include "autofocus/types.h"
 #include "platform/shared_word.h"
 #include "platform/timed_wait.h"
 #include "platform/trace.h"
 
+#include <pthread.h>
 #include <string.h>
 #include <unistd.h>
 

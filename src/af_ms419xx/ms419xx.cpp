@@ -1,10 +1,12 @@
 #include "af_ms419xx/ms419xx.h"
 
 #include "af_common/link/gpio_setup.h"
-#include "af_common/link/spi.h"
 #include "af_ms419xx/registers.h"
 #include "af_ms419xx/vd_timing.h"
+#include "autofocus/gpio.h"
 #include "autofocus/host/settings.h"
+#include "autofocus/spi.h"
+#include "autofocus/types.h"
 #include "platform/arithmetic.h"
 #include "platform/shared_word.h"
 

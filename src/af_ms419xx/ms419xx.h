@@ -3,7 +3,7 @@
 // focus. Runs on the thread that drives the motors; nothing here takes a lock.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/motor_driver.h" // IWYU pragma: export
 
 extern "C" {
 

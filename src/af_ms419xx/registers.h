@@ -2,7 +2,8 @@
 // the step word. A step word stays in force at every VD pulse until it is rewritten.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus.h"
+#include "autofocus/types.h"
 
 enum DriverRegister : unsigned char {
     kRegChip = 0x20,

@@ -1,5 +1,7 @@
 #include "af_ms419xx/vd_timing.h"
 
+#include "autofocus/motor_driver.h"
+
 // Columns: most steps in the first period of a soft start, most steps in a running period, period
 // total in the chip's timing units (and VD period in us). Limits of 0 end the table.
 const MS_VDTime_ST g_VDTAndStep[7] = {

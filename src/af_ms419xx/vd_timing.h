@@ -2,8 +2,6 @@
 // step period and the VD pulse's length.
 #pragma once
 
-#include "autofocus_service.h"
-
 // Columns of the table.
 static const int kFirstPeriodColumn = 0; ///< First period of a soft start.
 static const int kRunningColumn = 1;

@@ -2,7 +2,7 @@
 // again, so nothing is held between calls. Pins count from 1.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/gpio.h" // IWYU pragma: export
 
 extern "C" {
 

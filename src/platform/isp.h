@@ -2,7 +2,7 @@
 #pragma once
 
 #ifdef AUTOFOCUS_ISP_HEADER
-#include AUTOFOCUS_ISP_HEADER
+#include AUTOFOCUS_ISP_HEADER // IWYU pragma: export
 #else
-#include "platform/isp_interface.h"
+#include "platform/isp_interface.h" // IWYU pragma: export
 #endif

@@ -5,7 +5,7 @@
  * AUTOFOCUS_ISP_HEADER); the library uses the members by name and never relies on their layout.
  * The library leaves the calls undefined: the program that loads it provides them.
  */
-#pragma once
+#pragma once // IWYU pragma: private, include "platform/isp.h"
 
 #include <stdint.h>
 

@@ -1,6 +1,7 @@
 #include "platform/timed_wait.h"
 
 #include <sys/time.h>
+#include <time.h>
 
 static const long kNanosecondsPerMicrosecond = 1000;
 

@@ -4,7 +4,7 @@
 // with a name serve helpers of a function that the text names, and numbers that it fixes.
 #pragma once
 
-#include <stdio.h>
+#include <stdio.h> // IWYU pragma: export
 
 #define TRACE_PREFIX_OF(function, line) printf("_Fun:%s Line:%d ", (function), (line))
 

@@ -1,4 +1,5 @@
-#include "sh_mem/sh_mem.h"
+// A System V shared-memory segment for the host's own tools. Nothing inside the library uses it.
+#include "autofocus/shared_memory.h"
 
 #include <stdio.h>
 #include <sys/ipc.h>

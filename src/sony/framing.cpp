@@ -1,5 +1,7 @@
 #include "sony/framing.h"
 
+#include "autofocus/serial_protocol.h"
+
 static const unsigned char kBlockInquiry = 0x7E;
 static const unsigned char kPelcoSync = 0xFF;
 static const unsigned char kPelcoAddress = 0x01;

@@ -2,8 +2,6 @@
 // terminators and checksums are the command sets' business.
 #pragma once
 
-#include "autofocus_service.h"
-
 /// Frame types that CheckVISCACmd() tells apart.
 enum FrameType { kViscaGeneral = 0, kPelcoD = 1, kViscaExtended = 2, kViscaDirect = 3 };
 

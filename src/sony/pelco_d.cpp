@@ -1,7 +1,8 @@
-#include "sony/pelco_d.h"
-
+// The Pelco-D command set: zoom, focus and stop for address 1. It never replies. Runs on the serial
+// thread.
 #include "af_lens/model/mailbox.h"
-#include "sony/serial_port.h"
+#include "autofocus/serial_protocol.h"
+#include "autofocus/types.h"
 
 static const int kFrameLength = 7;
 static const unsigned char kFocusNear = 0x01; // command 1

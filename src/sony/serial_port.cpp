@@ -1,5 +1,5 @@
-#include "sony/serial_port.h"
-
+// The host's serial port: reading what is there and dumping what is refused.
+#include "autofocus/serial_protocol.h"
 #include "platform/shared_word.h"
 
 #include <stdio.h>

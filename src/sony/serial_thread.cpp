@@ -1,12 +1,11 @@
-#include "sony/serial_thread.h"
-
+// The serial thread: cuts the host's port into frames and hands each to its command set. It runs
+// until select fails.
+#include "autofocus/serial_protocol.h"
 #include "platform/shared_word.h"
 #include "sony/framing.h"
-#include "sony/pelco_d.h"
-#include "sony/serial_port.h"
-#include "sony/visca.h"
 
 #include <errno.h>
+#include <pthread.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/select.h>

@@ -1,11 +1,13 @@
-#include "sony/visca.h"
-
+// The VISCA command set: camera 1, category 4. Commands get no acknowledge and no completion; only
+// the three inquiries are answered. Runs on the serial thread.
 #include "af_lens/model/mailbox.h"
-#include "autofocus/host/callbacks.h"
+#include "autofocus.h"
+#include "autofocus/callbacks.h"
 #include "autofocus/host/settings.h"
+#include "autofocus/serial_protocol.h"
+#include "autofocus/types.h"
 #include "platform/shared_word.h"
 #include "sony/framing.h"
-#include "sony/serial_port.h"
 
 #include <stdio.h>
 #include <string.h>

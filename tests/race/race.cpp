@@ -6,6 +6,7 @@
 #include "af_lens/model/preset_table.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
+#include "autofocus_service.h"
 #include "clock/next_call.h"
 #include "clock/seeded_random.h"
 #include "platform/isp_interface.h"

@@ -1,5 +1,8 @@
 #include "af_common/link/gpio_setup.h"
 
+#include "autofocus/gpio.h"
+#include "autofocus/spi.h"
+
 #include <stdlib.h>
 #include <unistd.h>
 

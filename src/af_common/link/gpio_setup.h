@@ -1,8 +1,6 @@
 // The GPIO lines between the SoC, the motor driver and the lens.
 #pragma once
 
-#include "autofocus_service.h"
-
 static const unsigned int kPinZoomPi = 3;     ///< Zoom photo-interrupter, input.
 static const unsigned int kPinFocusPi = 4;    ///< Focus photo-interrupter, input.
 static const unsigned int kPinVdSecond = 41;  ///< Second VD line, output.

@@ -1,4 +1,6 @@
-#include "af_common/link/spi.h"
+// The SPI link to the motor driver: 24-bit register frames over spidev, low bit first.
+// One thread at a time uses it, the one that drives the motors.
+#include "autofocus/spi.h"
 #include "platform/device_file.h"
 #include "platform/shared_word.h"
 

@@ -1,5 +1,5 @@
-#include "af_common/utilities/af_log.h"
-
+// The one persistent log, /tmp/aflog: for events that must survive the console.
+#include "autofocus/utilities.h"
 #include "platform/device_file.h"
 
 #include <fcntl.h>

@@ -1,4 +1,5 @@
-#include "af_common/utilities/af_socket.h"
+// A local stream socket for the host's own tools. Nothing inside the library uses it.
+#include "autofocus/utilities.h"
 
 #include <errno.h>
 #include <stddef.h>

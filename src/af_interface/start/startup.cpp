@@ -1,17 +1,18 @@
 #include "af_interface/start/startup.h"
 
-#include "af_interface/statistics/statistics_thread.h"
-#include "af_lens/control/control_thread.h"
-#include "af_lens/control/lens_start.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/motor_claim.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus/lens_control.h"
+#include "autofocus/startup.h"
+#include "autofocus/statistics.h"
 #include "platform/device_file.h"
 #include "platform/library_thread.h"
 #include "platform/shared_word.h"
 #include "platform/trace.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <unistd.h>
 
 static const char kMarker[] = "/tmp/afstartok";

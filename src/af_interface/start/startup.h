@@ -1,8 +1,6 @@
 // The start-up thread: driver, lens, then the two threads that run a camera.
 #pragma once
 
-#include "autofocus_service.h"
-
 /// Whether start-up has come to its end without one of them.
 bool lacksLensThreads();
 

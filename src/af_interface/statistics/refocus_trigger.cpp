@@ -1,9 +1,11 @@
-#include "af_interface/statistics/refocus_trigger.h"
-
+// Continuous autofocus: a picture that stays clearly different from the last peak for 26 frames
+// asks for a new run. Judged once a frame on the statistics thread; armed and disarmed by the
+// lens-control thread, which keeps it disarmed while it drives the lens.
 #include "af_interface/statistics/statistics.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
-#include "af_lens/model/zoom_grid.h"
+#include "autofocus/focus_lines.h"
+#include "autofocus/types.h"
 #include "platform/shared_word.h"
 
 int g_AutoCheckEnable = 1;

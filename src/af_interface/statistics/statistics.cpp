@@ -2,6 +2,8 @@
 
 #include "platform/timed_wait.h"
 
+#include <pthread.h>
+
 AF_Statistics_Info g_AFStatistics;
 pthread_mutex_t afv_lock = PTHREAD_MUTEX_INITIALIZER;
 pthread_cond_t afv_ready = PTHREAD_COND_INITIALIZER;

@@ -4,7 +4,7 @@
 // afv_lock guards the record and is held for nothing else.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/statistics.h" // IWYU pragma: export
 
 /// Publish @p record and wake one waiter. Statistics thread.
 void publishStatistics(const AF_Statistics_Info &record);

@@ -1,14 +1,14 @@
-#include "af_interface/statistics/statistics_thread.h"
-
-#include "af_common/link/spi.h"
+// The statistics thread: one focus record a frame from the ISP's zone metrics, then the refocus
+// trigger. It runs for the life of the process, or until the ISP fails.
 #include "af_interface/statistics/focus_filters.h"
-#include "af_interface/statistics/refocus_trigger.h"
 #include "af_interface/statistics/statistics.h"
 #include "af_interface/statistics/zone_reduction.h"
 #include "autofocus/host/settings.h"
+#include "autofocus/spi.h"
 #include "platform/isp.h"
 #include "platform/shared_word.h"
 
+#include <pthread.h>
 #include <stdio.h>
 #include <unistd.h>
 

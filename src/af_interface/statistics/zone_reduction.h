@@ -1,7 +1,7 @@
 // From the 8 x 8 zone metrics to the sums of one focus record: plain arithmetic, no state.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/statistics.h"
 #include "platform/isp.h"
 
 static const int kZoneRows = 8;

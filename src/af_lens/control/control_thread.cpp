@@ -1,17 +1,18 @@
-#include "af_lens/control/control_thread.h"
-
-#include "af_interface/statistics/refocus_trigger.h"
-#include "af_lens/control/lens_start.h"
+// The lens-control thread: polls the mailbox every 50 ms and runs the handler of what it finds. All
+// lens work of a running camera happens here.
 #include "af_lens/control/preset_commands.h"
-#include "af_lens/focus/autofocus_run.h"
 #include "af_lens/focus/calibration.h"
 #include "af_lens/model/mailbox.h"
-#include "af_lens/motion/manual_focus.h"
 #include "af_lens/motion/motor_claim.h"
-#include "af_lens/motion/zoom_tracking.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus/autofocus_run.h"
+#include "autofocus/lens_control.h"
+#include "autofocus/moves.h"
+#include "autofocus/statistics.h"
+#include "autofocus/types.h"
 #include "platform/shared_word.h"
 
+#include <pthread.h>
 #include <stdio.h>
 #include <unistd.h>
 

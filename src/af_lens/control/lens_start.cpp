@@ -1,15 +1,15 @@
-#include "af_lens/control/lens_start.h"
-
-#include "af_common/utilities/af_log.h"
+// Start-up of the lens and its re-homing: tables, home search, park at the wide end.
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
-#include "af_lens/model/persistence.h"
 #include "af_lens/model/preset_table.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
-#include "af_lens/motion/home_search.h"
-#include "af_lens/motion/moves.h"
+#include "autofocus/lens_control.h"
+#include "autofocus/moves.h"
+#include "autofocus/persistence.h"
+#include "autofocus/types.h"
+#include "autofocus/utilities.h"
 #include "platform/trace.h"
 
 static unsigned int infinityFocusAtWide() {

@@ -1,9 +1,10 @@
 #include "af_lens/control/preset_commands.h"
 
-#include "af_interface/statistics/refocus_trigger.h"
 #include "af_lens/model/mailbox.h"
-#include "af_lens/motion/direct_zoom.h"
-#include "af_lens/motion/presets.h"
+#include "autofocus/lens_control.h"
+#include "autofocus/moves.h"
+#include "autofocus/preset_table.h"
+#include "autofocus/statistics.h"
 #include "platform/shared_word.h"
 #include "platform/trace.h"
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "af_lens/model/mailbox.h"
-#include "autofocus_service.h"
+#include "autofocus/types.h"
 
 /// Act on the argument of @p seen and leave the follow-up code in its place; a command that has
 /// come meanwhile stays.

@@ -4,12 +4,14 @@
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
-#include "af_lens/model/persistence.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/focus_steps.h"
 #include "af_lens/motion/home_search.h"
 #include "af_lens/motion/moves.h"
+#include "autofocus/moves.h"
+#include "autofocus/persistence.h"
+#include "autofocus/types.h"
 #include "platform/trace.h"
 
 #include <string.h>

@@ -1,7 +1,7 @@
 // The measurement of the unit's infinity line in front of a distant, detailed target.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/calibration.h" // IWYU pragma: export
 
 /// Lens_Generate_FocusLine2(), then CMD_NONE in the place of command @p seen; another command that
 /// has come meanwhile stays.

@@ -1,5 +1,4 @@
-#include "af_lens/focus/curve_drawing.h"
-
+// Two service runs that write measured pairs of zoom and in-focus position to text files.
 #include "af_lens/focus/focus_pass.h"
 #include "af_lens/focus/peak_search.h"
 #include "af_lens/model/lens_state.h"
@@ -8,6 +7,10 @@
 #include "af_lens/motion/home_search.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus/calibration.h"
+#include "autofocus/focus_lines.h"
+#include "autofocus/moves.h"
+#include "autofocus/types.h"
 #include "platform/device_file.h"
 #include "platform/trace.h"
 

@@ -5,6 +5,8 @@
 #include "af_lens/model/mailbox.h"
 #include "af_lens/motion/focus_steps.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus/autofocus_run.h"
+#include "autofocus/moves.h"
 
 static const double kFineHillShare = 0.98;
 

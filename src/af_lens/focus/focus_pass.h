@@ -2,7 +2,8 @@
 // while three counters tell what the focus value does.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/statistics.h"
+#include "autofocus/types.h"
 
 /// How patient a search is, by the IR-cut state at its start.
 struct SearchTuning {

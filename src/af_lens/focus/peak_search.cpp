@@ -6,6 +6,7 @@
 #include "af_lens/motion/focus_steps.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus/moves.h"
 #include "platform/trace.h"
 
 #include <unistd.h>

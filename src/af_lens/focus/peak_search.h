@@ -1,7 +1,7 @@
 // The peak search at one zoom position that the three calibration runs share.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/types.h"
 
 #include <sys/types.h>
 

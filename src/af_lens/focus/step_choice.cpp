@@ -1,8 +1,10 @@
 #include "af_lens/focus/step_choice.h"
 
 #include "af_lens/model/lens_state.h"
+#include "autofocus/autofocus_run.h"
+#include "autofocus/statistics.h"
 
-#include <math.h>
+#include <cmath>
 
 static const unsigned int kWideRange = 480;
 static const unsigned int kMiddleRange = 120;

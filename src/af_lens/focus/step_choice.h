@@ -1,8 +1,6 @@
 // How far the focus goes before the next sample of a coarse pass.
 #pragma once
 
-#include "autofocus_service.h"
-
 extern "C" {
 
 /// Step ceiling for a search range: the wider the range, the longer the steps.

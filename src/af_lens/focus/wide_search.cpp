@@ -6,7 +6,10 @@
 #include "af_lens/motion/focus_steps.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus/autofocus_run.h"
 #include "autofocus/host/settings.h"
+#include "autofocus/moves.h"
+#include "autofocus/types.h"
 #include "platform/arithmetic.h"
 #include "platform/shared_word.h"
 

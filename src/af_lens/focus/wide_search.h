@@ -1,8 +1,6 @@
 // The search for a picture that is far out of focus.
 #pragma once
 
-#include "autofocus_service.h"
-
 /// Results of GreatlyOutOfFocus().
 enum WideSearchResult {
     kWideGaveUp = -1,

@@ -3,8 +3,6 @@
 // Only the anchors are kept; columns 1 to 3 of rows 0 to 6 follow from them by the quarter rule.
 #pragma once
 
-#include "autofocus_service.h"
-
 static const int kAnchorRows = 8;       ///< Rows whose column 0 the line gives first.
 static const int kFullRowsEntries = 32; ///< From [7][1] to [15][0], in row order.
 static const int kGroups = 5;

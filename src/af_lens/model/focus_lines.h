@@ -4,7 +4,8 @@
 // line that g_FLineFlag selects.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/focus_lines.h" // IWYU pragma: export
+#include "autofocus/types.h"
 
 /// Values of g_FLineFlag; any other selects the infinity line with quarter steps of 0.
 enum FocusLineFlag { kLineInfinity = 0, kLine2M = 1, kLineBetween = 2 };

@@ -1,6 +1,8 @@
 #include "af_lens/model/lens_state.h"
 
+#include "autofocus.h"
 #include "autofocus/host/settings.h"
+#include "autofocus/types.h"
 #include "platform/trace.h"
 
 unsigned int ZM_Step_Start, FM_Step_Start;

@@ -5,7 +5,7 @@
 // thread and a host that sets a preset read them, hence the accessors.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/lens_state.h" // IWYU pragma: export
 #include "platform/arithmetic.h"
 #include "platform/shared_word.h"
 

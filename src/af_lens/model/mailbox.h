@@ -4,7 +4,8 @@
 // only the pointer goes, so that a producer that has just read it still writes into live memory.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/mailbox.h" // IWYU pragma: export
+#include "autofocus/types.h"
 
 extern "C" {
 

@@ -1,8 +1,10 @@
-#include "af_lens/model/persistence.h"
-
+// What survives a restart: lens position and infinity line, handed to the host's callbacks and
+// read back through them at start-up. Runs on the thread that drives the motors.
+#include "autofocus/persistence.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/zoom_grid.h"
-#include "autofocus/host/callbacks.h"
+#include "autofocus/callbacks.h"
+#include "autofocus/focus_lines.h"
 #include "platform/trace.h"
 
 #include <string.h>

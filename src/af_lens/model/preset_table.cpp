@@ -3,8 +3,10 @@
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/zoom_ratio.h"
-#include "autofocus/host/callbacks.h"
+#include "autofocus.h"
+#include "autofocus/callbacks.h"
 #include "platform/claim.h"
+#include "platform/shared_word.h"
 #include "platform/trace.h"
 #include "platform/version.h"
 

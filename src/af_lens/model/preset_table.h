@@ -5,7 +5,7 @@
 // of an old one and half of a new one.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/preset_table.h" // IWYU pragma: export
 
 extern "C" {
 

@@ -1,7 +1,7 @@
 // The zoom grid: 16 tag points, and four quarters in each section between them.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/focus_lines.h"
 
 static const int kTagPoints = 16;
 static const int kQuarters = 4;

@@ -5,7 +5,7 @@
 // half-built ones.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/zoom_ratio.h" // IWYU pragma: export
 
 static const int kFewestRatios = 18;
 static const int kMostRatios = 36;

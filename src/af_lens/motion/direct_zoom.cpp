@@ -1,5 +1,5 @@
-#include "af_lens/motion/direct_zoom.h"
-
+// Positioning by 16-bit zoom position: restore the position before power-off, recall a preset that
+// stands there, or zoom directly.
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
@@ -7,8 +7,9 @@
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/moves.h"
-#include "af_lens/motion/presets.h"
 #include "af_lens/motion/zoom_to_target.h"
+#include "autofocus/moves.h"
+#include "autofocus/types.h"
 #include "platform/trace.h"
 
 static int first_dzpos = 1; // spent by the first combined move, whether it matches or not

@@ -4,6 +4,8 @@
 #include "af_lens/model/mailbox.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus/moves.h"
+#include "autofocus/types.h"
 #include "platform/trace.h"
 
 static const unsigned char kFirstStep = 16;

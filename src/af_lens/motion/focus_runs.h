@@ -1,8 +1,6 @@
 // Focus-only moves at the 10 ms VD rate, and the point to which focus moved by hand returns.
 #pragma once
 
-#include "autofocus_service.h"
-
 extern "C" {
 
 /// Keep the present focus as the return point, unless one is kept already.

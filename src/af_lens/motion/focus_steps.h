@@ -1,7 +1,7 @@
 // Single focus steps between two samples: which way, how far there is to go, and no further.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/types.h"
 
 MS_Action_em reverseFocus(MS_Action_em fType);
 

@@ -4,6 +4,12 @@
 #include "af_lens/model/lens_state.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus.h"
+#include "autofocus/focus_lines.h"
+#include "autofocus/moves.h"
+#include "autofocus/settings.h"
+#include "autofocus/types.h"
+#include "autofocus/zoom_ratio.h"
 #include "hisi_gpio/hisi_gpio.h"
 #include "platform/trace.h"
 

@@ -1,11 +1,13 @@
-#include "af_lens/motion/manual_focus.h"
-
+// Focus by hand: two steps a 10 ms period for as long as the command stays in the mailbox, ending
+// exactly on the limit. The next zoom or autofocus run returns to where the first one began.
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
-#include "af_lens/model/persistence.h"
 #include "af_lens/motion/focus_runs.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus/moves.h"
+#include "autofocus/persistence.h"
+#include "autofocus/types.h"
 
 unsigned int lensMotorFocusCtrl(AF_CMD_em emCmd) {
     unsigned char step = Step_Level_Uit >> 1;

@@ -1,10 +1,11 @@
 #include "af_lens/motion/moves.h"
 
 #include "af_lens/model/lens_state.h"
-#include "af_lens/model/persistence.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_ms419xx/ms419xx.h"
 #include "af_ms419xx/vd_timing.h"
+#include "autofocus/moves.h"
+#include "autofocus/persistence.h"
 #include "platform/shared_word.h"
 #include "platform/trace.h"
 

@@ -3,7 +3,7 @@
 // that drives the motors.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/types.h"
 
 extern "C" {
 

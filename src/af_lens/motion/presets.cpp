@@ -1,9 +1,10 @@
-#include "af_lens/motion/presets.h"
-
+// Driving the lens to a preset. Runs on the lens-control thread; no command interrupts the move.
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/preset_table.h"
 #include "af_lens/motion/moves.h"
 #include "af_lens/motion/zoom_to_target.h"
+#include "autofocus/moves.h"
+#include "autofocus/types.h"
 #include "platform/trace.h"
 
 int Lens_Goto_Preset(int pst) {

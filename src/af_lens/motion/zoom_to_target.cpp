@@ -5,6 +5,7 @@
 #include "af_lens/motion/zoom_tracking.h"
 #include "af_ms419xx/ms419xx.h"
 #include "af_ms419xx/vd_timing.h"
+#include "autofocus/moves.h"
 #include "platform/trace.h"
 
 // On the target itself nothing is clipped: the step planned there is the one beyond it.

@@ -1,7 +1,7 @@
 // A tracked zoom to a known position, for direct zoom and presets. No command interrupts it.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/types.h"
 
 /**
  * Zoom toward @p zType until the counter equals @p target, the focus following the line that

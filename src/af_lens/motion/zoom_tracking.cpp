@@ -3,12 +3,13 @@
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
-#include "af_lens/model/persistence.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/motion/focus_runs.h"
 #include "af_lens/motion/moves.h"
 #include "af_ms419xx/ms419xx.h"
 #include "af_ms419xx/vd_timing.h"
+#include "autofocus/moves.h"
+#include "autofocus/persistence.h"
 #include "platform/trace.h"
 
 static const unsigned char kEndOfGridStep = 16;

@@ -1,7 +1,7 @@
 // Zoom with the focus following a focus line, one quarter of a zoom section a period.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/types.h"
 
 /// One tracking period: zoom steps, focus steps and focus direction.
 struct TrackedStep {

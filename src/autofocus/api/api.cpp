@@ -1,19 +1,20 @@
 // The face of the library to the host: settings, commands, start and stop. Runs on the host's
 // threads; no lens movement happens here.
-#include "autofocus.h"
-
 #include "af_interface/start/startup.h"
-#include "af_interface/statistics/refocus_trigger.h"
-#include "af_lens/control/control_thread.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/preset_table.h"
 #include "af_lens/model/zoom_ratio.h"
+#include "autofocus.h"
 #include "autofocus/host/osd_text.h"
 #include "autofocus/host/settings.h"
+#include "autofocus/lens_control.h"
+#include "autofocus/serial_protocol.h"
+#include "autofocus/startup.h"
+#include "autofocus/statistics.h"
+#include "autofocus/types.h"
 #include "platform/claim.h"
 #include "platform/library_thread.h"
 #include "platform/shared_word.h"
-#include "sony/serial_thread.h"
 
 #include <stdio.h>
 #include <unistd.h>

@@ -1,5 +1,7 @@
-#include "autofocus/host/callbacks.h"
-
+// The host's callbacks and the adapters through which the library calls them. An adapter turns a
+// missing registration into an error, so that lens code never calls through a null pointer.
+#include "autofocus/callbacks.h"
+#include "autofocus.h"
 #include "platform/shared_word.h"
 
 #include <stdio.h>

@@ -1,5 +1,7 @@
 #include "autofocus/host/osd_text.h"
 
+#include "autofocus.h"
+#include "autofocus/callbacks.h"
 #include "platform/shared_word.h"
 
 #include <limits.h>

@@ -3,8 +3,6 @@
 // The text is made from one word when it is asked for, so that a reader never sees it half written.
 #pragma once
 
-#include "autofocus_service.h"
-
 extern "C" {
 
 /// Write the text with its NUL into @p text, which has room for AF_OSD_TEXT_SIZE bytes.

@@ -2,7 +2,7 @@
 // rule spans two of them.
 #pragma once
 
-#include "autofocus_service.h"
+#include "autofocus/settings.h" // IWYU pragma: export
 
 static const int kIcutNight = 1; ///< Value of g_ICUTState with the IR-cut filter removed.
 static const int kIcutDay = 0;

@@ -1,4 +1,0 @@
-// A System V shared-memory segment for the host's own tools. Nothing inside the library uses it.
-#pragma once
-
-#include "autofocus_service.h"
