@@ -2,7 +2,7 @@
 // the step word. A step word stays in force at every VD pulse until it is rewritten.
 #pragma once
 
-#include "autofocus.h"
+#include "af_lens/model/lens_models.h"
 #include "autofocus/types.h"
 
 enum DriverRegister : unsigned char {
@@ -28,10 +28,9 @@ static const unsigned int kStepLed = 0x0800;
 static const unsigned int kBrakeWord = kStepEnable | kStepBrake;
 static const unsigned int kStopWord = kStepEnable | kStepDirection;
 
-/// Direction bit of @p type: LENS_A has one polarity, every other lens the other.
 inline unsigned int encodeDirection(MS_Action_em type, int lensType) {
-    const bool setOnLensA = type == MS_Z_TELE || type == MS_F_NEAR;
-    return setOnLensA == (lensType == LENS_A) ? kStepDirection : 0;
+    const LensModel &model = lensModelOf(lensType);
+    return type == model.zoom.setBitMoves || type == model.focus.setBitMoves ? kStepDirection : 0;
 }
 
 inline unsigned int encodeLed(MS_LED_em led) {

@@ -6,7 +6,9 @@
 #include "devices/lens.h"
 
 #include "af_lens/motion/home_search.h"
-#include "af_lens/motion/moves.h"
+#include "af_lens/motion/counted_move.h"
+#include "af_lens/motion/motors.h"
+#include "af_lens/motion/steps.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 #include "af_interface/start/startup.h"
 
 #include "af_lens/model/zoom_ratio.h"
-#include "af_lens/motion/motor_claim.h"
+#include "af_lens/motion/motors.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/lens_control.h"
 #include "autofocus/startup.h"

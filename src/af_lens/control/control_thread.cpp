@@ -3,7 +3,7 @@
 #include "af_lens/control/preset_commands.h"
 #include "af_lens/focus/calibration.h"
 #include "af_lens/model/mailbox.h"
-#include "af_lens/motion/motor_claim.h"
+#include "af_lens/motion/motors.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/autofocus_run.h"
 #include "autofocus/lens_control.h"

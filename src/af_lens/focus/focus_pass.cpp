@@ -3,7 +3,7 @@
 #include "af_interface/statistics/statistics.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
-#include "af_lens/motion/focus_steps.h"
+#include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/autofocus_run.h"
 #include "autofocus/moves.h"

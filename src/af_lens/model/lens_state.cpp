@@ -1,6 +1,6 @@
 #include "af_lens/model/lens_state.h"
 
-#include "autofocus.h"
+#include "af_lens/model/lens_models.h"
 #include "autofocus/host/settings.h"
 #include "autofocus/types.h"
 #include "platform/trace.h"
@@ -27,26 +27,15 @@ unsigned int ZM_Return_Bad, FM_Return_Bad;
 
 static const unsigned int kOrigin = 10000; // leaves room below, so that no counter passes 0
 
-static void setRangesOfLensA(void) {
-    PI_Wide_Range = 5552;
-    PI_Tele_Range = 4720;
-    PI_Near_Range = 2192;
-    PI_Far_Range = 2192;
-    ZM_Step_Correct = 0;
-    ZM_Step_Surplus = 192;
-    FM_Step_Correct = 0;
-    FM_Step_Surplus = 568;
-}
-
-static void setRangesOfLensB(void) {
-    PI_Wide_Range = 6744;
-    PI_Tele_Range = 4296;
-    PI_Near_Range = 1360;
-    PI_Far_Range = 3520;
-    ZM_Step_Correct = 216;
-    ZM_Step_Surplus = 552;
-    FM_Step_Correct = 0;
-    FM_Step_Surplus = 12;
+static void setRanges(const LensModel &model) {
+    PI_Wide_Range = model.zoom.rangeBelowEdge;
+    PI_Tele_Range = model.zoom.rangeAboveEdge;
+    PI_Near_Range = model.focus.rangeBelowEdge;
+    PI_Far_Range = model.focus.rangeAboveEdge;
+    ZM_Step_Correct = model.zoom.marginBelow;
+    ZM_Step_Surplus = model.zoom.marginAbove;
+    FM_Step_Correct = model.focus.marginBelow;
+    FM_Step_Surplus = model.focus.marginAbove;
 }
 
 static void deriveLimits(void) {
@@ -72,10 +61,7 @@ static void deriveStepLevels(void) {
 void Lens_Init_GlobalVariable(void) {
     ZM_Step_Start = kOrigin;
     FM_Step_Start = kOrigin;
-    if (g_LensType == LENS_A)
-        setRangesOfLensA();
-    else
-        setRangesOfLensB();
+    setRanges(lensModelOf(g_LensType));
     deriveLimits();
     deriveStepLevels();
     FM_Focus_Flag = 0;

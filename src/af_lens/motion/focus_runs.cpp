@@ -2,7 +2,8 @@
 
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
-#include "af_lens/motion/moves.h"
+#include "af_lens/motion/motors.h"
+#include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/moves.h"
 #include "autofocus/types.h"

@@ -1,10 +1,10 @@
 #include "af_lens/motion/home_search.h"
 
 #include "af_common/link/gpio_setup.h"
+#include "af_lens/model/lens_models.h"
 #include "af_lens/model/lens_state.h"
-#include "af_lens/motion/moves.h"
+#include "af_lens/motion/motors.h"
 #include "af_ms419xx/ms419xx.h"
-#include "autofocus.h"
 #include "autofocus/focus_lines.h"
 #include "autofocus/moves.h"
 #include "autofocus/settings.h"
@@ -35,21 +35,18 @@ struct SearchedAxis {
     bool isZoom;
     unsigned int pin;
     unsigned int travel;
-    MS_Action_em whenSet;   // direction toward the edge where the sensor reads non-zero
-    MS_Action_em whenClear; // and where it reads zero
+    MS_Action_em edgeWhenSet; // direction toward the edge where the sensor reads non-zero
 };
 } // namespace
 
 static SearchedAxis describeZoom() {
-    const bool lensA = g_LensType == LENS_A;
-    return {true, kPinZoomPi, PI_Wide_Range + PI_Tele_Range, lensA ? MS_Z_WIDE : MS_Z_TELE,
-            lensA ? MS_Z_TELE : MS_Z_WIDE};
+    return {true, kPinZoomPi, PI_Wide_Range + PI_Tele_Range,
+            lensModelOf(g_LensType).zoom.edgeWhenSet};
 }
 
 static SearchedAxis describeFocus() {
-    const bool lensA = g_LensType == LENS_A;
-    return {false, kPinFocusPi, PI_Near_Range + PI_Far_Range, lensA ? MS_F_FAR : MS_F_NEAR,
-            lensA ? MS_F_NEAR : MS_F_FAR};
+    return {false, kPinFocusPi, PI_Near_Range + PI_Far_Range,
+            lensModelOf(g_LensType).focus.edgeWhenSet};
 }
 
 static void brake(const SearchedAxis &axis) {
@@ -63,10 +60,6 @@ static int readSensor(const SearchedAxis &axis) {
     return Hisi_Gpio_Read(axis.pin);
 }
 
-static MS_Action_em towardEdge(const SearchedAxis &axis, int level) {
-    return level != 0 ? axis.whenSet : axis.whenClear;
-}
-
 static MS_Action_em opposite(MS_Action_em direction) {
     switch (direction) {
     case MS_Z_WIDE:
@@ -78,6 +71,10 @@ static MS_Action_em opposite(MS_Action_em direction) {
     default:
         return MS_F_NEAR;
     }
+}
+
+static MS_Action_em towardEdge(const SearchedAxis &axis, int level) {
+    return level != 0 ? axis.edgeWhenSet : opposite(axis.edgeWhenSet);
 }
 
 static bool runFastPass(const SearchedAxis &axis, MS_Action_em direction, int *level,

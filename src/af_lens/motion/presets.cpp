@@ -1,7 +1,7 @@
 // Driving the lens to a preset. Runs on the lens-control thread; no command interrupts the move.
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/preset_table.h"
-#include "af_lens/motion/moves.h"
+#include "af_lens/motion/steps.h"
 #include "af_lens/motion/zoom_to_target.h"
 #include "autofocus/moves.h"
 #include "autofocus/types.h"

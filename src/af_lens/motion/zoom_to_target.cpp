@@ -1,7 +1,8 @@
 #include "af_lens/motion/zoom_to_target.h"
 
 #include "af_lens/model/lens_state.h"
-#include "af_lens/motion/moves.h"
+#include "af_lens/motion/motors.h"
+#include "af_lens/motion/steps.h"
 #include "af_lens/motion/zoom_tracking.h"
 #include "af_ms419xx/ms419xx.h"
 #include "af_ms419xx/vd_timing.h"

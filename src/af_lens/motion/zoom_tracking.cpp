@@ -5,7 +5,8 @@
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/motion/focus_runs.h"
-#include "af_lens/motion/moves.h"
+#include "af_lens/motion/motors.h"
+#include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
 #include "af_ms419xx/vd_timing.h"
 #include "autofocus/moves.h"
@@ -69,6 +70,22 @@ void programTrackedStep(MS_Action_em zType, const TrackedStep &step) {
 
 bool isSameStep(const TrackedStep &a, const TrackedStep &b) {
     return a.zStep == b.zStep && a.fStep == b.fStep && a.fType == b.fType;
+}
+
+void Lens_Starting(MS_Action_em zType, unsigned char zStep, MS_Action_em fType,
+                   unsigned char fStep) {
+    Lens_Fresh_ZFLocation(zType, zStep);
+    Lens_Fresh_ZFLocation(fType, fStep);
+
+    const unsigned char z1 = zStep >> 2;
+    const unsigned char f1 = fStep >> 2;
+    MS419XX_Set_PSUM_ICNT_RegSync(kFirstPeriodColumn, zType, z1, fType, f1, LED_DISABLE);
+    MS419XX_VDZ(kFirstPeriodColumn, z1, f1);
+
+    const unsigned char z2 = static_cast<unsigned char>(zStep - z1);
+    const unsigned char f2 = static_cast<unsigned char>(fStep - f1);
+    MS419XX_Set_PSUM_ICNT_RegSync(kRunningColumn, zType, z2, fType, f2, LED_DISABLE);
+    MS419XX_VDZ(kRunningColumn, z2, f2);
 }
 
 // Periods until another command arrives or the zoom reaches its limit. The counters take each step

@@ -1,7 +1,24 @@
-// Single focus steps between two samples: which way, how far there is to go, and no further.
+// The arithmetic of single steps: how far apart two positions are, how much room there is, what the
+// counters make of a step.
 #pragma once
 
 #include "autofocus/types.h"
+
+extern "C" {
+
+/// Bit @p n of the result of the limit check.
+inline int BIT(int res, int n) {
+    return (res >> n) & 1;
+}
+}
+
+static const int kZoomBlocked = 0;  ///< Bit of the limit check's result.
+static const int kFocusBlocked = 1; ///< Bit of the limit check's result.
+
+/// Unsigned distance of two positions as a count of steps.
+inline int stepsBetween(unsigned int a, unsigned int b) {
+    return static_cast<int>(a > b ? a - b : b - a);
+}
 
 MS_Action_em reverseFocus(MS_Action_em fType);
 

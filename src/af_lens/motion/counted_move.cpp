@@ -1,32 +1,18 @@
-#include "af_lens/motion/moves.h"
+#include "af_lens/motion/counted_move.h"
 
 #include "af_lens/model/lens_state.h"
-#include "af_lens/model/zoom_ratio.h"
+#include "af_lens/motion/motors.h"
+#include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
-#include "af_ms419xx/vd_timing.h"
 #include "autofocus/moves.h"
 #include "autofocus/persistence.h"
-#include "platform/shared_word.h"
-#include "platform/trace.h"
+#include "autofocus/types.h"
 
-static const unsigned char kRampStep = 16;
-
-void brakeBothChannels() {
-    MS419XX_Break_MotorAB(LED_DISABLE);
-    MS419XX_Break_MotorCD(LED_DISABLE);
-    MS419XX_VDFZ();
-}
-
-void brakeFocus() {
-    MS419XX_Break_MotorCD(LED_DISABLE);
-    MS419XX_VDF();
-}
-
-// ---- Counted two-axis move ----
-//
 // Each axis runs 32, 48, 64, ... 128 steps a period and carries the remainder in its last one;
 // there is no ramp down. An axis that has done its total is braked and holds while the other goes
 // on. Both stopped, one closing period lets the brakes take effect.
+
+static const unsigned char kRampStep = 16;
 
 namespace {
 struct CountedAxis {
@@ -131,92 +117,4 @@ void Lens_To_Destination(unsigned int desZP, unsigned int desFP) {
         zoom > ZM_PI_Position ? MS_Z_TELE : MS_Z_WIDE, stepsBetween(zoom, ZM_PI_Position),
         focus > FM_PI_Position ? MS_F_FAR : MS_F_NEAR, stepsBetween(focus, FM_PI_Position));
     Lens_Save_ZFLocation();
-}
-
-// ---- Soft start, limit check, bookkeeping ----
-
-void Lens_Starting(MS_Action_em zType, unsigned char zStep, MS_Action_em fType,
-                   unsigned char fStep) {
-    Lens_Fresh_ZFLocation(zType, zStep);
-    Lens_Fresh_ZFLocation(fType, fStep);
-
-    const unsigned char z1 = zStep >> 2;
-    const unsigned char f1 = fStep >> 2;
-    MS419XX_Set_PSUM_ICNT_RegSync(kFirstPeriodColumn, zType, z1, fType, f1, LED_DISABLE);
-    MS419XX_VDZ(kFirstPeriodColumn, z1, f1);
-
-    const unsigned char z2 = static_cast<unsigned char>(zStep - z1);
-    const unsigned char f2 = static_cast<unsigned char>(fStep - f1);
-    MS419XX_Set_PSUM_ICNT_RegSync(kRunningColumn, zType, z2, fType, f2, LED_DISABLE);
-    MS419XX_VDZ(kRunningColumn, z2, f2);
-}
-
-// True when there is room; then *step is at most the room. A counter beyond the limit has negative
-// room, hence the signed difference.
-static bool clipToRoom(unsigned int ahead, unsigned int behind, unsigned char *step) {
-    const int room = static_cast<int>(ahead - behind);
-    if (room <= 0) {
-        *step = 0;
-        return false;
-    }
-    if (*step > room)
-        *step = static_cast<unsigned char>(room);
-    return true;
-}
-
-// Toward anything but its own two ends an axis stands, for which there is always room.
-static bool clipZoom(MS_Action_em type, unsigned char *step) {
-    switch (type) {
-    case MS_Z_TELE:
-        return clipToRoom(ZM_Tele_Limit, zoomPosition(), step);
-    case MS_Z_WIDE:
-        return clipToRoom(zoomPosition(), ZM_Wide_Limit, step);
-    default:
-        return true;
-    }
-}
-
-static bool clipFocus(MS_Action_em type, unsigned char *step) {
-    switch (type) {
-    case MS_F_FAR:
-        return clipToRoom(FM_Far_Limit, focusPosition(), step);
-    case MS_F_NEAR:
-        return clipToRoom(focusPosition(), FM_Near_Limit, step);
-    default:
-        return true;
-    }
-}
-
-int Lens_Check_AllowanceForSteps(MS_Action_em zType, unsigned char *zStep, MS_Action_em fType,
-                                 unsigned char *fStep) {
-    int blocked = 0;
-    if (!clipZoom(zType, zStep))
-        blocked |= 1 << kZoomBlocked;
-    if (!clipFocus(fType, fStep))
-        blocked |= 1 << kFocusBlocked;
-    return blocked;
-}
-
-void Lens_Fresh_ZFLocation(MS_Action_em type, unsigned char nStep) {
-    switch (type) {
-    case MS_Z_WIDE:
-        storeWord(&ZM_Step_Local, zoomPosition() - nStep);
-        Lens_Map_ZPosition(zoomPosition());
-        break;
-    case MS_Z_TELE:
-        storeWord(&ZM_Step_Local, zoomPosition() + nStep);
-        Lens_Map_ZPosition(zoomPosition());
-        break;
-    case MS_F_NEAR:
-        storeWord(&FM_Step_Local, focusPosition() - nStep);
-        Lens_Map_FPosition(focusPosition());
-        break;
-    case MS_F_FAR:
-        storeWord(&FM_Step_Local, focusPosition() + nStep);
-        Lens_Map_FPosition(focusPosition());
-        break;
-    default: // a flat stretch of the focus line while zooming
-        TRACE_FORMAT("Invaled type: %d\n", static_cast<int>(type));
-        break;
-    }
 }
