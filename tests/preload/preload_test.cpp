@@ -49,7 +49,7 @@ protected:
 TEST_F(Preload, host_keeps_the_true_position_and_the_seed_alone_decides_the_trace) {
     std::string traces[3];
     const char *const settings[] = {"SEED=4", "SEED=4", "SEED=5"};
-    for (int i = 0; i < 3; i++) {
+    for (int i = 0; i < 3; ++i) {
         std::filesystem::remove(file("position"));
         const Ended ended =
             runHost("END_MS=20000 LENS=A TRACE=" + file("trace") + " " + std::string(settings[i]));

@@ -19,8 +19,8 @@
 
 namespace vcam {
 
-constexpr double kUsPerS = 1e6;
-constexpr int kViolationStatus = 87; // beside the 86 of a camera that stopped
+static constexpr double kUsPerS = 1e6;
+static constexpr int kViolationStatus = 87; // beside the 86 of a camera that stopped
 
 static void sayHowItWent() {
     fflush(stdout);

@@ -9,9 +9,9 @@
 
 namespace vcam {
 
-constexpr int64_t kUsPerMs = 1000;
-constexpr int64_t kAfterScriptUs = 30000 * kUsPerMs;
-constexpr int kDecimal = 10;
+static constexpr int64_t kUsPerMs = 1000;
+static constexpr int64_t kAfterScriptUs = 30000 * kUsPerMs;
+static constexpr int kDecimal = 10;
 static const char kPrefix[] = "VIRTUAL_CAMERA";
 
 static bool parseNumber(const std::string &text, int64_t &number) {
@@ -96,7 +96,7 @@ static int64_t chooseEnd(const RunSettings &settings) {
 
 bool readSettings(RunSettings &settings, std::string &error) {
     settings.camera.consoleFile = "-";
-    for (char **entry = environ; *entry != nullptr; entry++) {
+    for (char **entry = environ; *entry != nullptr; ++entry) {
         const char *equals = strchr(*entry, '=');
         if (strncmp(*entry, kPrefix, strlen(kPrefix)) != 0 || equals == nullptr)
             continue;
