@@ -8,6 +8,7 @@
 
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
+#include "lens_models.h"
 
 namespace vcam {
 
@@ -37,13 +38,12 @@ struct Channel {
     const char *name;
     unsigned stepRegister;
     unsigned periodRegister;
-    int directionWhenSet[2]; // lens type 0, other: sign of the position change when bit 8 is set
 };
 } // namespace
 
 static constexpr Channel kChannels[] = {
-    {Axis::Zoom, "AB", 0x24, 0x25, {+1, -1}},
-    {Axis::Focus, "CD", 0x29, 0x2A, {-1, +1}},
+    {Axis::Zoom, "AB", 0x24, 0x25},
+    {Axis::Focus, "CD", 0x29, 0x2A},
 };
 
 namespace {
@@ -58,11 +58,11 @@ struct Chip {
     Latched latched[2];
     bool inReset = true;
     int64_t periodEndUs = 0;
-    int wiring = 1;
 };
 } // namespace
 
 static Chip chip;
+static const LensModel *wiring;
 
 static bool isKnown(unsigned address) {
     return std::find(std::begin(kRegisters), std::end(kRegisters), address) != std::end(kRegisters);
@@ -128,7 +128,8 @@ static void latchChannel(const Channel &channel, Latched &latched, int64_t perio
                         channel.name, steps, latched.stepUnits, periodUs);
     }
     const bool isBitSet = (latched.word & kDirectionBit) != 0;
-    const int sign = channel.directionWhenSet[chip.wiring] * (isBitSet ? 1 : -1);
+    const AxisModel &wired = wiring->axes[channel.axis == Axis::Zoom ? 0 : 1];
+    const int sign = wired.directionWhenSet * (isBitSet ? 1 : -1);
     const double stepUs = static_cast<double>(latched.stepUnits * kClockUs) / kClockUnits;
     runMotor(channel.axis, sign, steps, stepUs);
     trace("chip", "run", "channel=%s steps=%d units=%u", channel.name, sign * steps,
@@ -168,9 +169,7 @@ void driveReset(int level) {
         return;
     trace("chip", "reset", "level=%d", level);
     if (resets) {
-        const int wiring = chip.wiring;
         chip = Chip{};
-        chip.wiring = wiring;
         stopMotor(Axis::Zoom);
         stopMotor(Axis::Focus);
     }
@@ -200,7 +199,7 @@ void pokeRegister(unsigned address, uint16_t value) {
 
 void powerOnDriverChip(const CameraOptions &options) {
     chip = Chip{};
-    chip.wiring = options.lensType == 0 ? 0 : 1;
+    wiring = &lensModelOf(options.lensType);
 }
 
 } // namespace vcam

@@ -10,29 +10,13 @@
 #include "clock/seeded_random.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
+#include "lens_models.h"
 
 namespace vcam {
 
-static constexpr int kTravelStart = 10000;
 static constexpr int kStopMargin = 24; // steps between the end of the travel and the hard stop
 static constexpr size_t kRunsKept = 8;
 static constexpr uint64_t kStartPurpose = 1;
-
-namespace {
-/// Travel and photo-interrupter edge of one axis, in steps from kTravelStart.
-struct Mechanics {
-    int travel;
-    int edge;           // lowest position on the edge's upper side
-    int levelAboveEdge; // what the sensor reads there
-};
-} // namespace
-
-// [lens type 0 or other][axis]. The zoom sensor of LENS_B still reads 1 at its very edge 6744 when
-// it comes from the wide side, so its upper side begins one step later; likewise LENS_A's focus.
-static constexpr Mechanics kMechanics[2][2] = {
-    {{5552 + 4720, 5552, 1}, {2192 + 2192, 2193, 0}},
-    {{6744 + 4296, 6745, 0}, {1360 + 3520, 1360, 1}},
-};
 
 namespace {
 struct Run {
@@ -48,7 +32,7 @@ struct AxisState {
     size_t newest = 0;
     long lost = 0; // by runs that are over
     int stuckLevel = -1;
-    Mechanics mechanics = kMechanics[1][0];
+    AxisModel model{};
 };
 } // namespace
 
@@ -71,7 +55,7 @@ static int countSteps(const Run &run, int64_t timeUs) {
 
 static int limitToStops(const AxisState &state, int position) {
     return std::clamp(position, kTravelStart - kStopMargin,
-                      kTravelStart + state.mechanics.travel + kStopMargin);
+                      kTravelStart + state.model.travel + kStopMargin);
 }
 
 static int positionInRun(const AxisState &state, const Run &run, int64_t timeUs) {
@@ -127,7 +111,7 @@ long lostSteps(Axis axis) {
 }
 
 int travelEnd(Axis axis) {
-    return kTravelStart + stateOf(axis).mechanics.travel;
+    return kTravelStart + stateOf(axis).model.travel;
 }
 
 void runMotor(Axis axis, int direction, int steps, double stepUs) {
@@ -151,8 +135,8 @@ int readPhotoInterrupter(Axis axis) {
     const AxisState &state = stateOf(axis);
     if (state.stuckLevel >= 0)
         return state.stuckLevel;
-    const bool isAbove = truePosition(axis) >= kTravelStart + state.mechanics.edge;
-    return isAbove ? state.mechanics.levelAboveEdge : 1 - state.mechanics.levelAboveEdge;
+    const bool isAbove = truePosition(axis) >= kTravelStart + state.model.edge;
+    return isAbove ? state.model.levelAboveEdge : 1 - state.model.levelAboveEdge;
 }
 
 void stickPhotoInterrupter(Axis axis, int level) {
@@ -167,7 +151,7 @@ void powerOnLens(const CameraOptions &options) {
         AxisState &state = stateOf(axis);
         const int index = axis == Axis::Zoom ? 0 : 1;
         state = AxisState{};
-        state.mechanics = kMechanics[options.lensType == 0 ? 0 : 1][index];
+        state.model = lensModelOf(options.lensType).axes[index];
         const int drawn = random.drawBetween(kTravelStart, travelEnd(axis));
         const int start = limitToStops(state, asked[index] >= 0 ? asked[index] : drawn);
         for (Run &run : state.runs)

@@ -8,6 +8,7 @@
 
 #include "clock/seeded_random.h"
 #include "devices/lens.h"
+#include "lens_models.h"
 #include "optics/curve_table.h"
 #include "optics/optical_model.h"
 #include "optics/scene.h"
@@ -147,9 +148,10 @@ double focusErrorHalfDepths() {
 }
 
 void powerOnLensCurves(const CameraOptions &options) {
-    layGrid(kGridStart[options.lensType == 0 ? 0 : 1]);
-    unit.infinity = expand(kInfinityCurve);
-    unit.twoMetres = expand(kTwoMetreCurve);
+    const LensModel &lens = lensModelOf(options.lensType);
+    layGrid(lens.gridStart);
+    unit.infinity = expand(*lens.infinity);
+    unit.twoMetres = expand(*lens.twoMetres);
     if (!options.builtInCurves)
         bendUnit(options.seed);
 }

@@ -7,6 +7,7 @@
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
+#include "lens_models.h"
 #include "optics/lens_curves.h"
 #include "preload/controller.h"
 #include "preload/settings.h"
@@ -74,7 +75,7 @@ static void tellLensModel(int lensType) {
 
 static void greet(const CameraOptions &camera) {
     fprintf(stderr, "virtual camera: seed %llu, lens %s, serial port %s",
-            static_cast<unsigned long long>(camera.seed), camera.lensType == 0 ? "A" : "B",
+            static_cast<unsigned long long>(camera.seed), lensModelOf(camera.lensType).name,
             camera.serialPath.c_str());
     if (!ptyName().empty())
         fprintf(stderr, ", controller programs on %s", ptyName().c_str());
