@@ -1,4 +1,5 @@
-// What a virtual camera is made of: chosen once, before its clock starts.
+// What a virtual camera is made of: chosen once, before its clock starts. option_table.h names each
+// for people.
 #pragma once
 
 #include <cmath>
@@ -19,6 +20,7 @@ struct CameraOptions {
     std::string vcdFile;   ///< Where the trace is drawn as a waveform at power-off; empty: nowhere.
     std::string consoleFile; ///< Where what is printed goes; empty: nowhere, "-": standard output.
     double objectDistanceM = HUGE_VAL; ///< HUGE_VAL: at infinity.
+    bool night = false;                ///< The scene is dark from the start.
     double frameRateHz = 25;
     bool gaussianBlur = false; ///< Gaussian instead of the disc, whose side lobes make false peaks.
     double noise = 1;          ///< Factor on the zones' noise; 0: none.

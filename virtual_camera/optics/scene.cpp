@@ -33,7 +33,7 @@ int exposureGain() {
 
 void powerOnScene(const CameraOptions &options) {
     distanceNowM = options.objectDistanceM;
-    isNightNow = false;
+    isNightNow = options.night;
 }
 
 } // namespace vcam

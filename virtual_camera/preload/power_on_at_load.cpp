@@ -68,9 +68,9 @@ static void handleSignals() {
 }
 
 /// A configuration, not a command: a word of the library's that is set before it starts.
-static void tellLensModel(int lensType) {
-    if (int *word = static_cast<int *>(dlsym(RTLD_DEFAULT, "g_LensType")))
-        *word = lensType;
+static void tellLibrary(const char *name, int value) {
+    if (int *word = static_cast<int *>(dlsym(RTLD_DEFAULT, name)))
+        *word = value;
 }
 
 static void greet(const CameraOptions &camera) {
@@ -92,7 +92,8 @@ __attribute__((constructor)) static void powerOnAtLoad() {
         fprintf(stderr, "virtual camera: %s\n", error.c_str());
         _exit(EXIT_FAILURE);
     }
-    tellLensModel(settings.camera.lensType);
+    tellLibrary("g_LensType", settings.camera.lensType);
+    tellLibrary("g_ICUTState", settings.camera.night ? 1 : 0);
     handleSignals();
     powerOn(settings.camera);
     atexit(closeRun);
