@@ -12,7 +12,7 @@
 #include "calibrate.h"
 #include "camera_options.h"
 #include "first_light.h"
-#include "lens_models.h"
+#include "lens_models/lens_model.h"
 #include "option_table.h"
 #include "presets.h"
 #include "stage.h"

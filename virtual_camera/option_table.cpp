@@ -1,6 +1,6 @@
 #include "option_table.h"
 
-#include "lens_models.h"
+#include "lens_models/lens_model.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -8,7 +8,7 @@
 
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
-#include "lens_models.h"
+#include "lens_models/lens_model.h"
 
 namespace vcam {
 

@@ -10,7 +10,7 @@
 #include "clock/seeded_random.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
-#include "lens_models.h"
+#include "lens_models/lens_model.h"
 
 namespace vcam {
 

@@ -8,8 +8,8 @@
 
 #include "clock/seeded_random.h"
 #include "devices/lens.h"
-#include "lens_models.h"
-#include "optics/curve_table.h"
+#include "lens_models/curve_table.h"
+#include "lens_models/lens_model.h"
 #include "optics/optical_model.h"
 #include "optics/scene.h"
 

@@ -7,7 +7,7 @@
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
-#include "lens_models.h"
+#include "lens_models/lens_model.h"
 #include "optics/lens_curves.h"
 #include "preload/controller.h"
 #include "preload/settings.h"

@@ -1,6 +1,6 @@
-#include "lens_models.h"
+#include "lens_models/lens_model.h"
 
-#include "optics/curve_table.h"
+#include "lens_models/curve_table.h"
 
 namespace vcam {
 
