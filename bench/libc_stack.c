@@ -124,13 +124,13 @@ static size_t measure(size_t index) {
     pthread_create(&thread, &attributes, makeCall, (void *)(uintptr_t)index);
     pthread_join(thread, NULL);
     while (untouched < bodyFrame && *untouched == kPaint)
-        untouched++;
+        ++untouched;
     return (size_t)(bodyFrame - untouched);
 }
 
 int main(void) {
     int isWhole = 1;
-    for (size_t index = 0; index < sizeof kCalls / sizeof kCalls[0]; index++)
+    for (size_t index = 0; index < sizeof kCalls / sizeof kCalls[0]; ++index)
         isWhole &= dprintf(3, "%s %zu\n", kCalls[index].name, measure(index)) > 0;
     isWhole &= dprintf(3, "thread %zu\n", (size_t)(stack + sizeof stack - bodyFrame)) > 0;
     return isWhole ? 0 : 1;

@@ -53,9 +53,18 @@ static void photograph(Stage &stage, const char *name) {
     stage.checkWritten(vcam::writeScenePng((stage.folder() + "/" + name).c_str()), name);
 }
 
-static RunSpan bringObjectNear(Stage &stage) {
-    vcam::setObjectDistanceM(kNearObjectM);
-    stage.report("the object moves from far to 3 m");
+static std::string spellDistance(double metres) {
+    char text[32];
+    snprintf(text, sizeof text, "%g m", metres);
+    return std::isfinite(metres) ? text : "far";
+}
+
+/// Near, or far away from where it is near already: a move that can't be overlooked.
+static RunSpan moveObject(Stage &stage) {
+    const double fromM = vcam::objectDistanceM();
+    const double toM = fromM > 2 * kNearObjectM ? kNearObjectM : HUGE_VAL;
+    vcam::setObjectDistanceM(toM);
+    stage.report("the object moves from " + spellDistance(fromM) + " to " + spellDistance(toM));
     const int64_t frames = vcam::frameCount();
     stage.advanceUntil("refocus trigger", kRunLimitS, isTriggerFired);
     stage.report("the refocus trigger fires by itself, " +
@@ -98,14 +107,16 @@ static void plotRun(Stage &stage, const RunSpan &span) {
         series.points.push_back({static_cast<double>(sample.focus), sample.focusValue});
     }
     PlotPanel panel = {"focus value (weighted, centre)", {series}, {}, {}};
-    panel.notesAt.push_back(
-        {vcam::inFocusPositionAt(stage.samples()[span.lastSample - 1].zoom, 1 / kNearObjectM), 0});
+    panel.notesAt.push_back({vcam::inFocusPositionAt(stage.samples()[span.lastSample - 1].zoom,
+                                                     1 / vcam::objectDistanceM()),
+                             0});
     panel.notes.push_back("true best focus");
     const char *const name = "focus_value_over_position.svg";
-    stage.checkWritten(writePlot(stage.folder() + "/" + name,
-                                 "Refocus after the object has moved to 3 m",
-                                 "focus position (motor steps)", {panel}),
-                       name);
+    stage.checkWritten(
+        writePlot(stage.folder() + "/" + name,
+                  "Refocus after the object has moved to " + spellDistance(vcam::objectDistanceM()),
+                  "focus position (motor steps)", {panel}),
+        name);
 }
 
 template <typename Pick>
@@ -136,7 +147,7 @@ int playFirstLight(const vcam::CameraOptions &options, const std::string &outFol
     Stage stage(options, outFolder);
     stage.boot();
     zoomToTele(stage);
-    const RunSpan refocus = bringObjectNear(stage);
+    const RunSpan refocus = moveObject(stage);
     zoomToWide(stage);
     askInquiries(stage);
     plotRun(stage, refocus);

@@ -53,9 +53,10 @@ Stage::Stage(vcam::CameraOptions options, const std::string &outFolder, const st
     if (!options.vcdFile.empty())
         options.vcdFile.insert(findExtension(options.vcdFile), part);
     fflush(stdout);
-    // A configuration, not a command: the lens model is a word of the library's that is set before
-    // it starts.
+    // A configuration, not commands: lens model and IR-cut filter are words of the library's that
+    // are set before it starts.
     g_LensType = options.lensType;
+    g_ICUTState = options.night ? 1 : 0;
     vcam::powerOn(options);
     fprintf(stdout, "%9s  %-46s %13s %13s  %-4s %8s\n", "time s", "", "true", "believed", "OSD",
             "error");

@@ -40,6 +40,8 @@ done <<END
 1|README.md: line 1 is not one of a trace|$bin/trace_to_vcd $root/README.md x.vcd
 105|-1 is no whole number|$bin/demo --seed -1
 105|is neither 0 nor a pace|$bin/demo --pace nan
+105|1 is neither inf nor a distance|$bin/demo --distance 1
+0||$bin/demo --night --distance 2 --out night
 109|nonsense|$bin/demo nonsense
 2|20-1 runs backward|$bin/storm 20-1
 105|abc|$bin/storm abc

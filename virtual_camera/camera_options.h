@@ -1,4 +1,5 @@
-// What a virtual camera is made of: chosen once, before its clock starts.
+// What a virtual camera is made of: chosen once, before its clock starts. option_table.h names each
+// for people.
 #pragma once
 
 #include <cmath>
@@ -9,7 +10,7 @@ namespace vcam {
 
 struct CameraOptions {
     uint64_t seed = 1;
-    int lensType = 1;     ///< 0: LENS_A wiring and travel, else LENS_B.
+    int lensType = 1;     ///< Row of lens_models/lens_model.cpp: 0 is LENS_A, 1 is LENS_B.
     uint64_t tieSeed = 0; ///< Says who goes on first of those due at once; 0: the first registered.
     double pace = 0;      ///< Virtual seconds a real second; 0: unlimited.
     std::string picture;  ///< PNG or JPEG; empty: the generated scene.
@@ -19,6 +20,7 @@ struct CameraOptions {
     std::string vcdFile;   ///< Where the trace is drawn as a waveform at power-off; empty: nowhere.
     std::string consoleFile; ///< Where what is printed goes; empty: nowhere, "-": standard output.
     double objectDistanceM = HUGE_VAL; ///< HUGE_VAL: at infinity.
+    bool night = false;                ///< The scene is dark from the start.
     double frameRateHz = 25;
     bool gaussianBlur = false; ///< Gaussian instead of the disc, whose side lobes make false peaks.
     double noise = 1;          ///< Factor on the zones' noise; 0: none.

@@ -15,9 +15,8 @@ namespace vcam {
 
 bool powerOnDevices(const CameraOptions &options) {
     powerOnScene(options);
-    if (!chooseScene(options.picture)) {
+    if (!chooseScene(options.picture))
         return false;
-    }
     powerOnLens(options);
     powerOnLensCurves(options);
     powerOnZoneValues(options);

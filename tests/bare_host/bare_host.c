@@ -89,7 +89,7 @@ static int isAnswered(int port, const unsigned char *inquiry, size_t size,
 }
 
 static int becomesPositive(const int *count) {
-    for (int ms = 0; ms < kPatienceMs && __atomic_load_n(count, __ATOMIC_RELAXED) == 0; ms++)
+    for (int ms = 0; ms < kPatienceMs && __atomic_load_n(count, __ATOMIC_RELAXED) == 0; ++ms)
         usleep(1000);
     return __atomic_load_n(count, __ATOMIC_RELAXED) > 0;
 }

@@ -49,7 +49,7 @@ protected:
 TEST_F(Preload, host_keeps_the_true_position_and_the_seed_alone_decides_the_trace) {
     std::string traces[3];
     const char *const settings[] = {"SEED=4", "SEED=4", "SEED=5"};
-    for (int i = 0; i < 3; i++) {
+    for (int i = 0; i < 3; ++i) {
         std::filesystem::remove(file("position"));
         const Ended ended =
             runHost("END_MS=20000 LENS=A TRACE=" + file("trace") + " " + std::string(settings[i]));
@@ -89,11 +89,21 @@ TEST_F(Preload, only_the_named_path_is_the_serial_port_and_only_the_librarys_pro
     EXPECT_EQ(runHost("", "any", "/bin/echo").said, "any " + folder_.path() + "\n");
 }
 
+TEST_F(Preload, camera_begins_as_the_settings_say) {
+    const Ended ended = runHost("END_MS=1 BUILT_IN_CURVES=on DISTANCE=2 ZOOM_START=10216 "
+                                "FOCUS_START=12212");
+    EXPECT_NE(ended.said.find("zoom 10216 focus 12212, +0.00 half depths"), std::string::npos)
+        << ended.said;
+}
+
 TEST_F(Preload, wrong_setting_is_named_before_anything_runs) {
     std::ofstream(file("late")) << "2000 81\n1000 81\n";
     std::ofstream(file("odd")) << "1000 8\n";
     const std::pair<std::string, std::string> rows[] = {
-        {"LENS=C", "VIRTUAL_CAMERA_LENS=C: not a value that it can have"},
+        {"LENS=C", "VIRTUAL_CAMERA_LENS: C is no lens model: A or B"},
+        {"FRAME_RATE=nan", "VIRTUAL_CAMERA_FRAME_RATE: nan is no frame rate from 5 to 120 Hz"},
+        {"NIGHT=1", "VIRTUAL_CAMERA_NIGHT: 1 is neither on nor off"},
+        {"END_MS=-1", "VIRTUAL_CAMERA_END_MS: -1 is no whole number of milliseconds"},
         {"SEDE=1", "VIRTUAL_CAMERA_SEDE: there is no such setting"},
         {"SCRIPT=" + file("none"), file("none") + ": can't be read"},
         {"SCRIPT=" + file("late"), file("late") + ":2: before the line above it"},

@@ -29,7 +29,7 @@ std::atomic<const char *> lastFinding;
 void require(bool holds, const char *finding) {
     if (holds)
         return;
-    findings++;
+    ++findings;
     lastFinding = finding;
 }
 

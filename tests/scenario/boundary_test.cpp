@@ -57,7 +57,7 @@ TEST(Boundary, placeholder_answers_as_its_device_and_closed_as_closed) {
         EXPECT_EQ(errorOf(write(gpio, "", 1)), EBADF);
         EXPECT_EQ(errorOf(close(gpio)), EBADF);
         EXPECT_EQ(selectOne(gpio, nullptr), -EBADF);
-        for (int i = 1; i < 32; i++)
+        for (int i = 1; i < 32; ++i)
             EXPECT_GE(open("/dev/hi_gpio", O_RDONLY), 0);
         EXPECT_EQ(closeNew(open("/dev/hi_gpio", O_RDONLY)), EMFILE); // a leak is found
         EXPECT_EQ(closeNew(open("/dev/null", O_RDONLY)), 0);

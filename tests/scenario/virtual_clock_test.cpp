@@ -86,7 +86,7 @@ TEST(VirtualClock, threads_due_at_once_go_on_as_registered_or_by_lots_that_a_see
         std::vector<std::thread> threads;
         for (const char *name : {"a", "b", "c", "d"})
             threads.emplace_back([=] {
-                for (int i = 0; i < 4; i++)
+                for (int i = 0; i < 4; ++i)
                     usleep(10), printf("%s", name);
             });
         for (std::thread &thread : threads)
@@ -122,7 +122,7 @@ extern "C" __attribute__((visibility("default"))) void *waitInVain(void *) {
 
 TEST(VirtualClock, deadlock_ends_the_process_with_the_thread_table) {
     const Ending ending = runToEnd({}, [] {
-        for (int i = 0; i < 100; i++) // each leaves its place in the table
+        for (int i = 0; i < 100; ++i) // each leaves its place in the table
             std::thread([] { usleep(10); }).join();
         pthread_t thread;
         pthread_create(&thread, nullptr, waitInVain, nullptr);

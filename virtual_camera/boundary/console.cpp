@@ -14,8 +14,8 @@
 
 namespace vcam {
 
-constexpr size_t kLongestLine = 512; // a longer one is split in the trace, not in the file
-constexpr unsigned char kFirstPrintable = ' ';
+static constexpr size_t kLongestLine = 512; // a longer one is split in the trace, not in the file
+static constexpr unsigned char kFirstPrintable = ' ';
 
 static FILE *file;
 static int writeError; // what kept a part of the text from the file
@@ -71,7 +71,7 @@ static bool print(const char *text, size_t length) {
         return false;
     if (file != nullptr)
         noteError(fwrite(text, 1, length, file) == length);
-    for (size_t i = 0; i < length; i++)
+    for (size_t i = 0; i < length; ++i)
         addToLine(text[i]);
     return true;
 }

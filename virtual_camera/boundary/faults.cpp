@@ -14,6 +14,7 @@
 
 namespace vcam {
 
+namespace {
 struct Fault {
     std::string call;
     std::string subject;
@@ -21,6 +22,7 @@ struct Fault {
     int error;
     int passed;
 };
+} // namespace
 
 static std::vector<Fault> faults;
 
@@ -63,11 +65,11 @@ static bool strikes(Fault &fault, const char *call, const char *subject) {
     if (!isMeant || fault.count == 0)
         return false;
     if (fault.passed > 0) {
-        fault.passed--;
+        --fault.passed;
         return false;
     }
     if (fault.count > 0)
-        fault.count--;
+        --fault.count;
     return true;
 }
 

@@ -9,6 +9,7 @@
 
 namespace vcam {
 
+namespace {
 struct Import {
     const char *libraryName;
     const char *symbol;
@@ -26,10 +27,11 @@ struct DynamicSection {
     size_t othersSize;
     size_t entrySize;
 };
+} // namespace
 
 static DynamicSection readDynamic(const ElfW(Dyn) * entry) {
     DynamicSection section = {};
-    for (; entry->d_tag != DT_NULL; entry++) {
+    for (; entry->d_tag != DT_NULL; ++entry) {
         const auto address = static_cast<uintptr_t>(entry->d_un.d_ptr);
         switch (entry->d_tag) {
         case DT_SYMTAB:
@@ -100,7 +102,7 @@ static int visitLibrary(struct dl_phdr_info *library, size_t, void *context) {
     Import &import = *static_cast<Import *>(context);
     if (strstr(library->dlpi_name, import.libraryName) == nullptr)
         return 0;
-    for (int i = 0; i < library->dlpi_phnum; i++) {
+    for (int i = 0; i < library->dlpi_phnum; ++i) {
         if (library->dlpi_phdr[i].p_type != PT_DYNAMIC)
             continue;
         const uintptr_t base = library->dlpi_addr;

@@ -9,8 +9,9 @@
 
 namespace vcam {
 
-constexpr int kReserved = 32;           // more open at once is a leak, which ends in EMFILE
-constexpr int kHighestDescriptor = 256; // placeholders lie below; all else is the process's own
+static constexpr int kReserved = 32; // more open at once is a leak, which ends in EMFILE
+/// Placeholders lie below; all else is the process's own.
+static constexpr int kHighestDescriptor = 256;
 
 static Device devices[kHighestDescriptor];
 static NextCall<int(const char *, int, ...)> nextOpen{"open"};
@@ -44,7 +45,7 @@ Device findDeviceByPath(const char *path) {
 }
 
 int openPlaceholder(Device device, int lowest) {
-    for (int descriptor = lowest; descriptor < kHighestDescriptor; descriptor++) {
+    for (int descriptor = lowest; descriptor < kHighestDescriptor; ++descriptor) {
         if (devices[descriptor] == Device::Closed) {
             devices[descriptor] = device;
             return descriptor;
@@ -59,7 +60,7 @@ void closePlaceholder(int descriptor) {
 }
 
 bool reservePlaceholders() {
-    for (int i = 0; i < kReserved; i++) {
+    for (int i = 0; i < kReserved; ++i) {
         const int descriptor = nextOpen("/dev/null", O_RDWR | O_CLOEXEC);
         if (descriptor < 0 || descriptor >= kHighestDescriptor)
             return false;

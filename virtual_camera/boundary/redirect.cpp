@@ -17,7 +17,7 @@ namespace vcam {
 
 static const char *const kRedirectedPrefixes[] = {"/tmp/af", "/mnt/flash/"};
 static const char *const kScratchFolders[] = {"", "/tmp", "/mnt", "/mnt/flash", "/mnt/flash/data"};
-constexpr int kMostOpenFolders = 8;
+static constexpr int kMostOpenFolders = 8;
 
 static std::string scratch;
 static bool isOwnScratch;
@@ -74,7 +74,7 @@ Redirected::Redirected(const char *path) : path_(path) {
 
 std::string redirectCommand(const char *command) {
     std::string redirected;
-    for (const char *at = command; *at != '\0'; at++) {
+    for (const char *at = command; *at != '\0'; ++at) {
         const bool isPathStart = at == command || strchr(" '\"=<>", at[-1]) != nullptr;
         if (isPathStart && isRedirected(at))
             redirected += scratch;

@@ -17,11 +17,12 @@
 
 namespace vcam {
 
-constexpr int64_t kUsPerMs = 1000;
+static constexpr int64_t kUsPerMs = 1000;
 
 static NextCall<int(int, fd_set *, fd_set *, fd_set *, struct timeval *)> nextSelect{"select"};
 static NextCall<int(struct pollfd *, nfds_t, int)> nextPoll{"poll"};
 
+namespace {
 /// What is asked about, by kind.
 struct Asked {
     bool serialReading = false;
@@ -29,6 +30,7 @@ struct Asked {
     bool closedOne = false; ///< A placeholder that is not open.
     bool ownOnes = false;   ///< Descriptors that are libc's affair.
 };
+} // namespace
 
 static void addAsked(Asked &asked, int descriptor, bool isRead, bool isWritten) {
     const Device device = findDevice(descriptor);
@@ -57,11 +59,13 @@ static bool waitForNews(const Asked &asked, int64_t deadlineUs) {
 
 // ---- select
 
+namespace {
 struct Sets {
     fd_set reading;
     fd_set writing;
     fd_set excepted;
 };
+} // namespace
 
 static bool isIn(int descriptor, const fd_set *set) {
     return set != nullptr && FD_ISSET(descriptor, set);
@@ -70,7 +74,7 @@ static bool isIn(int descriptor, const fd_set *set) {
 static Asked takeAsked(int count, const fd_set *reading, const fd_set *writing,
                        const fd_set *excepted) {
     Asked asked;
-    for (int descriptor = 0; descriptor < count; descriptor++) {
+    for (int descriptor = 0; descriptor < count; ++descriptor) {
         const bool isRead = isIn(descriptor, reading);
         const bool isWritten = isIn(descriptor, writing);
         if (isRead || isWritten || isIn(descriptor, excepted))
@@ -89,11 +93,11 @@ static int addSerial(int descriptor, const Sets &question, Sets &sets) {
     int ready = 0;
     if (FD_ISSET(descriptor, &question.reading) && isSerialReadable()) {
         FD_SET(descriptor, &sets.reading);
-        ready++;
+        ++ready;
     }
     if (FD_ISSET(descriptor, &question.writing)) {
         FD_SET(descriptor, &sets.writing);
-        ready++;
+        ++ready;
     }
     return ready;
 }
@@ -102,7 +106,7 @@ static int addSerial(int descriptor, const Sets &question, Sets &sets) {
 /// of a device that is always ready, so libc is asked about the others alone.
 static int lookAtSets(int count, const Asked &asked, Sets &sets) {
     const Sets question = sets;
-    for (int descriptor = 0; descriptor < count; descriptor++) {
+    for (int descriptor = 0; descriptor < count; ++descriptor) {
         if (findDevice(descriptor) == Device::None)
             continue;
         FD_CLR(descriptor, &sets.reading);
@@ -115,7 +119,7 @@ static int lookAtSets(int count, const Asked &asked, Sets &sets) {
         ready = nextSelect(count, &sets.reading, &sets.writing, &sets.excepted, &none);
     if (ready < 0)
         return ready;
-    for (int descriptor = 0; descriptor < count; descriptor++) {
+    for (int descriptor = 0; descriptor < count; ++descriptor) {
         if (findDevice(descriptor) == Device::Serial)
             ready += addSerial(descriptor, question, sets);
     }
@@ -169,7 +173,7 @@ static short findEvents(const struct pollfd &entry) {
 
 static Asked takeAsked(const struct pollfd *entries, nfds_t count) {
     Asked asked;
-    for (nfds_t i = 0; i < count; i++) {
+    for (nfds_t i = 0; i < count; ++i) {
         const bool isRead = (entries[i].events & POLLIN) != 0;
         const bool isWritten = (entries[i].events & POLLOUT) != 0;
         if (entries[i].fd >= 0)
@@ -182,7 +186,7 @@ static int lookAtEntries(struct pollfd *entries, nfds_t count) {
     if (nextPoll(entries, count, 0) < 0)
         return -1;
     int ready = 0;
-    for (nfds_t i = 0; i < count; i++) {
+    for (nfds_t i = 0; i < count; ++i) {
         if (findDevice(entries[i].fd) != Device::None)
             entries[i].revents = findEvents(entries[i]);
         ready += entries[i].revents != 0 ? 1 : 0;

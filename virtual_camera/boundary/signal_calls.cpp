@@ -40,9 +40,9 @@ static bool takeEnd() {
 }
 
 static void waitForEnd(int64_t deadlineUs) {
-    hostsWaiting++;
+    ++hostsWaiting;
     waitFor(hosts, std::min(deadlineUs, nowUs() + kLookAgainUs));
-    hostsWaiting--;
+    --hostsWaiting;
 }
 
 /// The signal's number, or -1 with errno as sigtimedwait sets it.

@@ -24,6 +24,7 @@
 
 namespace vcam {
 
+namespace {
 struct WideTimespec {
     int64_t seconds;
     int32_t ns;
@@ -34,6 +35,7 @@ struct WideTimeval {
     int64_t seconds;
     int64_t us;
 };
+} // namespace
 
 struct WideStat; // only handed on
 

@@ -12,7 +12,7 @@
 
 namespace vcam {
 
-constexpr int kTailLines = 40;
+static constexpr int kTailLines = 40;
 
 static NextCall<ssize_t(int, const void *, size_t)> nextWrite{"write"};
 
@@ -43,7 +43,7 @@ void endProcess(const char *reason) {
     char text[200];
     say(text, snprintf(text, sizeof(text), "\nvirtual camera stopped at %lld us: %s\nthreads:\n",
                        static_cast<long long>(threadTable.nowUs), reason));
-    for (int i = 0; i < threadTable.used; i++) {
+    for (int i = 0; i < threadTable.used; ++i) {
         if (threadTable.threads[i].isRegistered)
             sayThread(threadTable.threads[i]);
     }

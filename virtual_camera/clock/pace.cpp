@@ -13,12 +13,12 @@
 
 namespace vcam {
 
-constexpr int64_t kNsPerUs = 1000;
-constexpr int64_t kNsPerSecond = 1000000000;
+static constexpr int64_t kNsPerUs = 1000;
+static constexpr int64_t kNsPerSecond = 1000000000;
 
 // A machine that was suspended, or a scene that took long to draw, is not caught up with.
-constexpr int64_t kMostLagNs = kNsPerSecond / 2;
-constexpr int64_t kLongestSleepNs = 3600 * kNsPerSecond;
+static constexpr int64_t kMostLagNs = kNsPerSecond / 2;
+static constexpr int64_t kLongestSleepNs = 3600 * kNsPerSecond;
 
 static double pace;          // virtual microseconds a real microsecond
 static int64_t originRealNs; // real time at virtual originUs

@@ -15,13 +15,13 @@
 
 namespace vcam {
 
-constexpr uint32_t kFreeCalls = 4096;
+static constexpr uint32_t kFreeCalls = 4096;
 
 // Its destructor runs when a thread ends in whichever way, after its own clean-up handlers. The
 // destructors of all keys run in rounds, as long as one sets its key again: it waits for the others
 // to come to rest, but leaves the very last round to a sanitizer's own.
 static pthread_key_t endOfThread;
-constexpr uint32_t kEndRound = PTHREAD_DESTRUCTOR_ITERATIONS - 1;
+static constexpr uint32_t kEndRound = PTHREAD_DESTRUCTOR_ITERATIONS - 1;
 
 static uint64_t nextTicket;
 
@@ -123,7 +123,7 @@ static void *runThread(void *thread) {
 }
 
 static bool isNameTaken(const char *name) {
-    for (int i = 0; i < threadTable.used; i++) {
+    for (int i = 0; i < threadTable.used; ++i) {
         const Thread &thread = threadTable.threads[i];
         if (thread.isRegistered && __builtin_strcmp(thread.name, name) == 0)
             return true;

@@ -13,13 +13,13 @@ namespace vcam {
 ThreadTable threadTable;
 __thread Thread *currentThread;
 
-constexpr uint64_t kTiesPurpose = 200; // no other user of seeds draws for it
+static constexpr uint64_t kTiesPurpose = 200; // no other user of seeds draws for it
 
 static bool areTiesDrawn;
 static SeededRandom ties(0, kTiesPurpose);
 
 static Thread *findFreeSlot() {
-    for (int i = 0; i < threadTable.used; i++) {
+    for (int i = 0; i < threadTable.used; ++i) {
         if (!threadTable.threads[i].isRegistered)
             return &threadTable.threads[i];
     }
@@ -34,7 +34,7 @@ Thread *addThread(const char *name) {
     thread->isRegistered = true;
     thread->order = threadTable.nextOrder++;
     thread->deadlineUs = threadTable.nowUs;
-    for (unsigned i = 0; i + 1 < sizeof(thread->name) && name[i] != '\0'; i++)
+    for (unsigned i = 0; i + 1 < sizeof(thread->name) && name[i] != '\0'; ++i)
         thread->name[i] = name[i];
     return thread;
 }
@@ -56,7 +56,7 @@ static bool winsTie(const Thread &thread, const Thread &first, uint64_t tied) {
 Thread *findEarliest() {
     Thread *earliest = nullptr;
     uint64_t tied = 0;
-    for (int i = 0; i < threadTable.used; i++) {
+    for (int i = 0; i < threadTable.used; ++i) {
         Thread &thread = threadTable.threads[i];
         if (!thread.isRegistered)
             continue;
@@ -72,7 +72,7 @@ Thread *findEarliest() {
 
 Thread *findLongestWaiter(const void *what) {
     Thread *longest = nullptr;
-    for (int i = 0; i < threadTable.used; i++) {
+    for (int i = 0; i < threadTable.used; ++i) {
         Thread &thread = threadTable.threads[i];
         const bool waits = thread.isRegistered && thread.waitsOn == what;
         if (waits && (longest == nullptr || thread.waitTicket < longest->waitTicket))
@@ -82,7 +82,7 @@ Thread *findLongestWaiter(const void *what) {
 }
 
 Thread *findByHandle(pthread_t handle) {
-    for (int i = 0; i < threadTable.used; i++) {
+    for (int i = 0; i < threadTable.used; ++i) {
         Thread &thread = threadTable.threads[i];
         if (thread.isRegistered && pthread_equal(thread.handle, handle) != 0)
             return &thread;

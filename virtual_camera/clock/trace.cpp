@@ -14,14 +14,16 @@ namespace vcam {
 
 // Two halves: one is filled while the other keeps the lines before it, so that there is a tail
 // even right after a change of halves. A half goes to the file when it is full.
-constexpr size_t kHalfSize = size_t{128} * 1024;
-constexpr size_t kLongestLine = 2048;
+static constexpr size_t kHalfSize = size_t{128} * 1024;
+static constexpr size_t kLongestLine = 2048;
 
+namespace {
 struct Half {
     char text[kHalfSize];
     size_t length;
     size_t flushed;
 };
+} // namespace
 
 static Half halves[2];
 static int filling;
@@ -158,7 +160,7 @@ const std::vector<std::string> &violations() {
 /// Where the last @p lineCount lines of the half begin; takes off the count what it finds.
 static size_t findTail(const Half &half, int &lineCount) {
     size_t at = half.length;
-    for (; at > 0; at--) {
+    for (; at > 0; --at) {
         if (half.text[at - 1] == '\n' && at != half.length && --lineCount == 0)
             break;
     }

@@ -12,9 +12,9 @@
 
 namespace vcam {
 
-constexpr time_t kPatienceSeconds = 10;
-constexpr time_t kSlowPatienceSeconds = 60; // a sanitizer, an emulated processor
-constexpr int kBlockedPatienceTicks = 300;
+static constexpr time_t kPatienceSeconds = 10;
+static constexpr time_t kSlowPatienceSeconds = 60; // a sanitizer, an emulated processor
+static constexpr int kBlockedPatienceTicks = 300;
 
 static time_t patience;
 static int isStopped;

@@ -8,43 +8,45 @@
 
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
+#include "lens_models/lens_model.h"
 
 namespace vcam {
-namespace {
 
-constexpr unsigned kRegisterCount = 64;
-constexpr unsigned kAddressBits = 0x3F;
-constexpr unsigned kReadFlag = 0x40;
-constexpr unsigned kZeroBit = 0x80;
-constexpr unsigned kDataShift = 8;
+static constexpr unsigned kRegisterCount = 64;
+static constexpr unsigned kAddressBits = 0x3F;
+static constexpr unsigned kReadFlag = 0x40;
+static constexpr unsigned kZeroBit = 0x80;
+static constexpr unsigned kDataShift = 8;
 
-constexpr uint16_t kStepCountBits = 0x00FF;
-constexpr uint16_t kDirectionBit = 0x0100;
-constexpr uint16_t kBrakeBit = 0x0200;
-constexpr uint16_t kEnableBit = 0x0400;
-constexpr uint16_t kLedBit = 0x0800;
-constexpr uint16_t kUnusedBits = 0xF000;
+static constexpr uint16_t kStepCountBits = 0x00FF;
+static constexpr uint16_t kDirectionBit = 0x0100;
+static constexpr uint16_t kBrakeBit = 0x0200;
+static constexpr uint16_t kEnableBit = 0x0400;
+static constexpr uint16_t kLedBit = 0x0800;
+static constexpr uint16_t kUnusedBits = 0xF000;
 
 /// So many units of a step period last so many microseconds.
-constexpr int64_t kClockUnits = 28203;
-constexpr int64_t kClockUs = 25000;
+static constexpr int64_t kClockUnits = 28203;
+static constexpr int64_t kClockUs = 25000;
 
-constexpr unsigned kRegisters[] = {0x20, 0x22, 0x23, 0x24, 0x25, 0x27, 0x28, 0x29, 0x2A};
-constexpr unsigned kSetUpRegisters[] = {0x20, 0x22, 0x23, 0x27, 0x28};
+static constexpr unsigned kRegisters[] = {0x20, 0x22, 0x23, 0x24, 0x25, 0x27, 0x28, 0x29, 0x2A};
+static constexpr unsigned kSetUpRegisters[] = {0x20, 0x22, 0x23, 0x27, 0x28};
 
+namespace {
 struct Channel {
     Axis axis;
     const char *name;
     unsigned stepRegister;
     unsigned periodRegister;
-    int directionWhenSet[2]; // lens type 0, other: sign of the position change when bit 8 is set
+};
+} // namespace
+
+static constexpr Channel kChannels[] = {
+    {Axis::Zoom, "AB", 0x24, 0x25},
+    {Axis::Focus, "CD", 0x29, 0x2A},
 };
 
-constexpr Channel kChannels[] = {
-    {Axis::Zoom, "AB", 0x24, 0x25, {+1, -1}},
-    {Axis::Focus, "CD", 0x29, 0x2A, {-1, +1}},
-};
-
+namespace {
 struct Latched {
     uint16_t word = 0;
     uint16_t stepUnits = 0;
@@ -56,25 +58,25 @@ struct Chip {
     Latched latched[2];
     bool inReset = true;
     int64_t periodEndUs = 0;
-    int wiring = 1;
 };
+} // namespace
 
-Chip chip;
+static Chip chip;
+static const LensModel *wiring;
 
-bool isKnown(unsigned address) {
+static bool isKnown(unsigned address) {
     return std::find(std::begin(kRegisters), std::end(kRegisters), address) != std::end(kRegisters);
 }
 
-bool isSetUp() {
+static bool isSetUp() {
     for (const unsigned address : kSetUpRegisters) {
-        if (!chip.written[address]) {
+        if (!chip.written[address])
             return false;
-        }
     }
     return true;
 }
 
-void checkStepWord(unsigned address, uint16_t value) {
+static void checkStepWord(unsigned address, uint16_t value) {
     for (const Channel &channel : kChannels) {
         if (address == channel.stepRegister && (value & kUnusedBits) != 0) {
             recordViolation("chip", "unused bits set in step word 0x%04x of channel %s", value,
@@ -83,7 +85,7 @@ void checkStepWord(unsigned address, uint16_t value) {
     }
 }
 
-void writeRegister(unsigned address, uint16_t value) {
+static void writeRegister(unsigned address, uint16_t value) {
     if (chip.inReset) {
         recordViolation("chip", "write of register 0x%02x while in reset", address);
         return;
@@ -98,7 +100,7 @@ void writeRegister(unsigned address, uint16_t value) {
     trace("chip", "write", "register=0x%02x value=0x%04x", address, value);
 }
 
-uint16_t readRegister(unsigned address) {
+static uint16_t readRegister(unsigned address) {
     if (chip.inReset) {
         recordViolation("chip", "read of register 0x%02x while in reset", address);
         return 0;
@@ -111,7 +113,7 @@ uint16_t readRegister(unsigned address) {
 }
 
 /// Takes the channel's words over and starts what they ask for.
-void latchChannel(const Channel &channel, Latched &latched, int64_t periodUs) {
+static void latchChannel(const Channel &channel, Latched &latched, int64_t periodUs) {
     latched.word = chip.registers[channel.stepRegister];
     latched.stepUnits = chip.registers[channel.periodRegister];
     const int steps = latched.word & kStepCountBits;
@@ -126,23 +128,20 @@ void latchChannel(const Channel &channel, Latched &latched, int64_t periodUs) {
                         channel.name, steps, latched.stepUnits, periodUs);
     }
     const bool isBitSet = (latched.word & kDirectionBit) != 0;
-    const int sign = channel.directionWhenSet[chip.wiring] * (isBitSet ? 1 : -1);
+    const AxisModel &wired = wiring->axes[channel.axis == Axis::Zoom ? 0 : 1];
+    const int sign = wired.directionWhenSet * (isBitSet ? 1 : -1);
     const double stepUs = static_cast<double>(latched.stepUnits * kClockUs) / kClockUnits;
     runMotor(channel.axis, sign, steps, stepUs);
     trace("chip", "run", "channel=%s steps=%d units=%u", channel.name, sign * steps,
           latched.stepUnits);
 }
 
-} // namespace
-
 uint32_t exchangeFrame(uint32_t frame) {
     const unsigned address = frame & kAddressBits;
-    if ((frame & kZeroBit) != 0) {
+    if ((frame & kZeroBit) != 0)
         recordViolation("chip", "bit 7 set in frame 0x%06x", frame);
-    }
-    if ((frame & kReadFlag) != 0) {
+    if ((frame & kReadFlag) != 0)
         return static_cast<uint32_t>(readRegister(address)) << kDataShift;
-    }
     writeRegister(address, static_cast<uint16_t>(frame >> kDataShift));
     return 0;
 }
@@ -153,29 +152,24 @@ void pulseVd(int64_t periodUs) {
         recordViolation("chip", "VD pulse while in reset");
         return;
     }
-    if (!isSetUp()) {
+    if (!isSetUp())
         recordViolation("chip", "VD pulse before the chip was set up");
-    }
     if (now < chip.periodEndUs) {
         recordViolation("chip", "VD pulse %" PRId64 " us before the period had ended",
                         chip.periodEndUs - now);
     }
     chip.periodEndUs = now + periodUs;
-    for (size_t index = 0; index < 2; ++index) {
+    for (size_t index = 0; index < 2; ++index)
         latchChannel(kChannels[index], chip.latched[index], periodUs);
-    }
 }
 
 void driveReset(int level) {
     const bool resets = level == 0;
-    if (resets == chip.inReset) {
+    if (resets == chip.inReset)
         return;
-    }
     trace("chip", "reset", "level=%d", level);
     if (resets) {
-        const int wiring = chip.wiring;
         chip = Chip{};
-        chip.wiring = wiring;
         stopMotor(Axis::Zoom);
         stopMotor(Axis::Focus);
     }
@@ -199,14 +193,13 @@ uint16_t peekRegister(unsigned address) {
 }
 
 void pokeRegister(unsigned address, uint16_t value) {
-    if (isKnown(address)) {
+    if (isKnown(address))
         chip.registers[address] = value;
-    }
 }
 
 void powerOnDriverChip(const CameraOptions &options) {
     chip = Chip{};
-    chip.wiring = options.lensType == 0 ? 0 : 1;
+    wiring = &lensModelOf(options.lensType);
 }
 
 } // namespace vcam

@@ -12,8 +12,8 @@
 #include "devices/lens.h"
 
 namespace vcam {
-namespace {
 
+namespace {
 enum Request : unsigned long {
     kGetDirection = 16,
     kSetDirection = 17,
@@ -29,29 +29,32 @@ struct LineRequest {
     uint32_t bit;
     uint32_t value;
 };
+} // namespace
 
-constexpr unsigned kBitsPerGroup = 8;
-constexpr unsigned kPinCount = 18 * kBitsPerGroup;
+static constexpr unsigned kBitsPerGroup = 8;
+static constexpr unsigned kPinCount = 18 * kBitsPerGroup;
 
-constexpr unsigned kZoomSensorPin = 3;
-constexpr unsigned kFocusSensorPin = 4;
-constexpr unsigned kSecondVdPin = 41;
-constexpr unsigned kVdPin = 46;
-constexpr unsigned kZoomRunningPin = 47;
-constexpr unsigned kFocusRunningPin = 48;
-constexpr unsigned kResetPin = 116;
+static constexpr unsigned kZoomSensorPin = 3;
+static constexpr unsigned kFocusSensorPin = 4;
+static constexpr unsigned kSecondVdPin = 41;
+static constexpr unsigned kVdPin = 46;
+static constexpr unsigned kZoomRunningPin = 47;
+static constexpr unsigned kFocusRunningPin = 48;
+static constexpr unsigned kResetPin = 116;
 
+namespace {
 struct Line {
     bool isOutput = false;
     bool isDirectionSet = false;
     int level = 0;
 };
+} // namespace
 
-std::array<Line, kPinCount + 1> lines;
+static std::array<Line, kPinCount + 1> lines;
 
 /// The zoom sensor is lit by the focus channel's LED output, the focus sensor by the zoom
 /// channel's.
-int readSensor(Axis axis) {
+static int readSensor(Axis axis) {
     const Axis lightingChannel = axis == Axis::Zoom ? Axis::Focus : Axis::Zoom;
     if (!isLedLit(lightingChannel)) {
         recordViolation("gpio", "%s photo-interrupter read in the dark",
@@ -61,12 +64,11 @@ int readSensor(Axis axis) {
     return readPhotoInterrupter(axis);
 }
 
-int readLine(unsigned pin) {
+static int readLine(unsigned pin) {
     const Line &line = lines[pin];
     const bool isSensor = pin == kZoomSensorPin || pin == kFocusSensorPin;
-    if (isSensor && (line.isOutput || !line.isDirectionSet)) {
+    if (isSensor && (line.isOutput || !line.isDirectionSet))
         recordViolation("gpio", "pin %u read but not set to input", pin);
-    }
     switch (pin) {
     case kZoomSensorPin:
         return readSensor(Axis::Zoom);
@@ -77,37 +79,32 @@ int readLine(unsigned pin) {
     }
 }
 
-void setDirection(unsigned pin, bool isOutput) {
+static void setDirection(unsigned pin, bool isOutput) {
     lines[pin].isOutput = isOutput;
     lines[pin].isDirectionSet = true;
     trace("gpio", "direction", "pin=%u output=%d", pin, isOutput ? 1 : 0);
 }
 
-void driveLine(unsigned pin, uint32_t level) {
+static void driveLine(unsigned pin, uint32_t level) {
     if (!lines[pin].isOutput) {
         recordViolation("gpio", "pin %u driven but not set to output", pin);
         return;
     }
     lines[pin].level = level != 0 ? 1 : 0;
     trace("gpio", "drive", "pin=%u level=%d", pin, lines[pin].level);
-    if (pin == kResetPin) {
+    if (pin == kResetPin)
         driveReset(lines[pin].level);
-    }
 }
 
-void pulseLine(unsigned pin, uint32_t periodUs) {
-    if ((pin != kVdPin && pin != kSecondVdPin) || !lines[pin].isOutput) {
+static void pulseLine(unsigned pin, uint32_t periodUs) {
+    if ((pin != kVdPin && pin != kSecondVdPin) || !lines[pin].isOutput)
         recordViolation("gpio", "VD pulse on pin %u, which is no VD output", pin);
-    }
     trace("gpio", "vd", "pin=%u period_us=%u", pin, periodUs);
     const int64_t endUs = nowUs() + periodUs;
-    if (pin == kVdPin && lines[pin].isOutput) {
+    if (pin == kVdPin && lines[pin].isOutput)
         pulseVd(periodUs);
-    }
     sleepUntilUs(endUs);
 }
-
-} // namespace
 
 int gpioIoctl(unsigned long request, void *argument) {
     if (argument == nullptr) {

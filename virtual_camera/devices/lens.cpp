@@ -10,29 +10,15 @@
 #include "clock/seeded_random.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
+#include "lens_models/lens_model.h"
 
 namespace vcam {
+
+static constexpr int kStopMargin = 24; // steps between the end of the travel and the hard stop
+static constexpr size_t kRunsKept = 8;
+static constexpr uint64_t kStartPurpose = 1;
+
 namespace {
-
-constexpr int kTravelStart = 10000;
-constexpr int kStopMargin = 24; // steps between the end of the travel and the hard stop
-constexpr size_t kRunsKept = 8;
-constexpr uint64_t kStartPurpose = 1;
-
-/// Travel and photo-interrupter edge of one axis, in steps from kTravelStart.
-struct Mechanics {
-    int travel;
-    int edge;           // lowest position on the edge's upper side
-    int levelAboveEdge; // what the sensor reads there
-};
-
-// [lens type 0 or other][axis]. The zoom sensor of LENS_B still reads 1 at its very edge 6744 when
-// it comes from the wide side, so its upper side begins one step later; likewise LENS_A's focus.
-constexpr Mechanics kMechanics[2][2] = {
-    {{5552 + 4720, 5552, 1}, {2192 + 2192, 2193, 0}},
-    {{6744 + 4296, 6745, 0}, {1360 + 3520, 1360, 1}},
-};
-
 struct Run {
     int64_t startUs = 0;
     double stepUs = 1;
@@ -46,43 +32,43 @@ struct AxisState {
     size_t newest = 0;
     long lost = 0; // by runs that are over
     int stuckLevel = -1;
-    Mechanics mechanics = kMechanics[1][0];
+    AxisModel model{};
 };
+} // namespace
 
-AxisState axes[2];
+static AxisState axes[2];
 
-AxisState &stateOf(Axis axis) {
+static AxisState &stateOf(Axis axis) {
     return axes[axis == Axis::Zoom ? 0 : 1];
 }
 
-const char *nameOf(Axis axis) {
+static const char *nameOf(Axis axis) {
     return axis == Axis::Zoom ? "zoom" : "focus";
 }
 
-int countSteps(const Run &run, int64_t timeUs) {
+static int countSteps(const Run &run, int64_t timeUs) {
     const auto elapsedUs = static_cast<double>(timeUs - run.startUs);
-    if (elapsedUs >= run.stepUs * run.steps) {
+    if (elapsedUs >= run.stepUs * run.steps)
         return run.steps;
-    }
     return std::max(0, static_cast<int>(elapsedUs / run.stepUs));
 }
 
-int limitToStops(const AxisState &state, int position) {
+static int limitToStops(const AxisState &state, int position) {
     return std::clamp(position, kTravelStart - kStopMargin,
-                      kTravelStart + state.mechanics.travel + kStopMargin);
+                      kTravelStart + state.model.travel + kStopMargin);
 }
 
-int positionInRun(const AxisState &state, const Run &run, int64_t timeUs) {
+static int positionInRun(const AxisState &state, const Run &run, int64_t timeUs) {
     return limitToStops(state, run.from + run.direction * countSteps(run, timeUs));
 }
 
-int lostInRun(const AxisState &state, const Run &run, int64_t timeUs) {
+static int lostInRun(const AxisState &state, const Run &run, int64_t timeUs) {
     const int wanted = run.from + run.direction * countSteps(run, timeUs);
     return std::abs(wanted - limitToStops(state, wanted));
 }
 
 /// Ends the newest run where it stands now and opens another from there.
-Run &beginRun(Axis axis) {
+static Run &beginRun(Axis axis) {
     AxisState &state = stateOf(axis);
     const int64_t now = nowUs();
     Run &last = state.runs[state.newest];
@@ -100,15 +86,12 @@ Run &beginRun(Axis axis) {
     return run;
 }
 
-} // namespace
-
 int truePositionAt(Axis axis, int64_t timeUs) {
     const AxisState &state = stateOf(axis);
     for (size_t back = 0; back < kRunsKept; ++back) {
         const Run &run = state.runs[(state.newest + kRunsKept - back) % kRunsKept];
-        if (run.startUs <= timeUs) {
+        if (run.startUs <= timeUs)
             return positionInRun(state, run, timeUs);
-        }
     }
     return state.runs[(state.newest + 1) % kRunsKept].from;
 }
@@ -128,7 +111,7 @@ long lostSteps(Axis axis) {
 }
 
 int travelEnd(Axis axis) {
-    return kTravelStart + stateOf(axis).mechanics.travel;
+    return kTravelStart + stateOf(axis).model.travel;
 }
 
 void runMotor(Axis axis, int direction, int steps, double stepUs) {
@@ -150,11 +133,10 @@ bool isMotorRunning(Axis axis) {
 
 int readPhotoInterrupter(Axis axis) {
     const AxisState &state = stateOf(axis);
-    if (state.stuckLevel >= 0) {
+    if (state.stuckLevel >= 0)
         return state.stuckLevel;
-    }
-    const bool isAbove = truePosition(axis) >= kTravelStart + state.mechanics.edge;
-    return isAbove ? state.mechanics.levelAboveEdge : 1 - state.mechanics.levelAboveEdge;
+    const bool isAbove = truePosition(axis) >= kTravelStart + state.model.edge;
+    return isAbove ? state.model.levelAboveEdge : 1 - state.model.levelAboveEdge;
 }
 
 void stickPhotoInterrupter(Axis axis, int level) {
@@ -169,12 +151,11 @@ void powerOnLens(const CameraOptions &options) {
         AxisState &state = stateOf(axis);
         const int index = axis == Axis::Zoom ? 0 : 1;
         state = AxisState{};
-        state.mechanics = kMechanics[options.lensType == 0 ? 0 : 1][index];
+        state.model = lensModelOf(options.lensType).axes[index];
         const int drawn = random.drawBetween(kTravelStart, travelEnd(axis));
         const int start = limitToStops(state, asked[index] >= 0 ? asked[index] : drawn);
-        for (Run &run : state.runs) {
+        for (Run &run : state.runs)
             run.from = start;
-        }
         trace("lens", "start", "axis=%s position=%d", nameOf(axis), start);
     }
 }

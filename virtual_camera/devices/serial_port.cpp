@@ -13,7 +13,7 @@
 
 namespace vcam {
 
-constexpr size_t kPtyChunk = 256;
+static constexpr size_t kPtyChunk = 256;
 
 static NextCall<int(const char *, int, ...)> nextOpen{"open"};
 static NextCall<ssize_t(int, void *, size_t)> nextRead{"read"};
@@ -43,7 +43,7 @@ const std::string &serialPath() {
 static void traceBytes(const char *event, const uint8_t *bytes, size_t size) {
     static const char kDigits[] = "0123456789abcdef";
     std::string hex;
-    for (size_t i = 0; i < size; i++) {
+    for (size_t i = 0; i < size; ++i) {
         hex += kDigits[bytes[i] >> 4];
         hex += kDigits[bytes[i] & 0xF];
     }

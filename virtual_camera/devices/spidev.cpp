@@ -11,13 +11,13 @@
 #include "devices/driver_chip.h"
 
 namespace vcam {
+
+static constexpr uint8_t kChipMode = SPI_MODE_3 | SPI_LSB_FIRST;
+static constexpr uint8_t kChipBits = 8;
+static constexpr uint32_t kChipHz = 1000000;
+static constexpr uint32_t kFrameBytes = 3;
+
 namespace {
-
-constexpr uint8_t kChipMode = SPI_MODE_3 | SPI_LSB_FIRST;
-constexpr uint8_t kChipBits = 8;
-constexpr uint32_t kChipHz = 1000000;
-constexpr uint32_t kFrameBytes = 3;
-
 struct Link {
     uint8_t mode = SPI_MODE_0;
     uint8_t bits = kChipBits;
@@ -25,15 +25,16 @@ struct Link {
     bool modeSet = false;
     bool bitsSet = false;
 };
+} // namespace
 
-Link spiLink;
+static Link spiLink;
 
 /// The kernel hands buffers over as 64-bit integers.
-uint8_t *toPointer(uint64_t address) {
+static uint8_t *toPointer(uint64_t address) {
     return reinterpret_cast<uint8_t *>(static_cast<uintptr_t>(address));
 }
 
-void checkLink(const spi_ioc_transfer &transfer) {
+static void checkLink(const spi_ioc_transfer &transfer) {
     const uint32_t speedHz = transfer.speed_hz != 0 ? transfer.speed_hz : spiLink.speedHz;
     const uint8_t bits = transfer.bits_per_word != 0 ? transfer.bits_per_word : spiLink.bits;
     const bool isSetUp = spiLink.modeSet && spiLink.bitsSet && spiLink.speedHz != 0;
@@ -44,7 +45,7 @@ void checkLink(const spi_ioc_transfer &transfer) {
     }
 }
 
-int transferFrame(const spi_ioc_transfer &transfer) {
+static int transferFrame(const spi_ioc_transfer &transfer) {
     checkLink(transfer);
     const uint8_t *sent = toPointer(transfer.tx_buf);
     if (transfer.len != kFrameBytes || sent == nullptr) {
@@ -55,25 +56,22 @@ int transferFrame(const spi_ioc_transfer &transfer) {
         sent[0] | static_cast<uint32_t>(sent[1]) << 8 | static_cast<uint32_t>(sent[2]) << 16;
     const uint32_t answer = exchangeFrame(frame);
     if (uint8_t *received = toPointer(transfer.rx_buf)) {
-        for (uint32_t index = 0; index < kFrameBytes; ++index) {
+        for (uint32_t index = 0; index < kFrameBytes; ++index)
             received[index] = static_cast<uint8_t>(answer >> (8 * index));
-        }
     }
     trace("spi", "frame", "sent=%02x%02x%02x received=%06x", sent[0], sent[1], sent[2], answer);
     return static_cast<int>(transfer.len);
 }
 
-template <typename Value> int store(void *argument, const Value &value) {
+template <typename Value> static int store(void *argument, const Value &value) {
     std::memcpy(argument, &value, sizeof value);
     return 0;
 }
 
-template <typename Value> int take(Value &value, const void *argument) {
+template <typename Value> static int take(Value &value, const void *argument) {
     std::memcpy(&value, argument, sizeof value);
     return 0;
 }
-
-} // namespace
 
 int spidevIoctl(unsigned long request, void *argument) {
     if (argument == nullptr) {

@@ -10,7 +10,7 @@
 
 namespace vcam {
 
-constexpr int64_t kQuietUs = 2000000;
+static constexpr int64_t kQuietUs = 2000000;
 
 void command(AF_CMD_em code, unsigned value) {
     Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);

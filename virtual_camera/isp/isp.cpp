@@ -20,13 +20,13 @@
 #pragma GCC visibility pop
 
 namespace vcam {
+
+static constexpr HI_S32 kTimedOut = -1;
+static constexpr HI_S32 kBadArgument = -2;
+static constexpr HI_U32 kGainOfOne = 1024;
+static constexpr size_t kIspCallCount = 6;
+
 namespace {
-
-constexpr HI_S32 kTimedOut = -1;
-constexpr HI_S32 kBadArgument = -2;
-constexpr HI_U32 kGainOfOne = 1024;
-constexpr size_t kIspCallCount = 6;
-
 struct Fault {
     int32_t code = 0;
     int times = 0;
@@ -46,62 +46,57 @@ struct Isp {
     int64_t zonesOfFrame = -1; // the frame that `zones` belongs to
     ZoneValues zones{};
 };
+} // namespace
 
-Isp isp;
+static Isp isp;
 
-int64_t frameEndUs(int64_t frame) {
+static int64_t frameEndUs(int64_t frame) {
     const double roundingUs = 1e-3; // what the product may be above a whole number by itself
     return std::llround(std::ceil(static_cast<double>(frame) * isp.frameUs - roundingUs));
 }
 
 /// The last frame that ended at or before an instant, a stall left aside.
-int64_t frameEndedAt(int64_t timeUs) {
+static int64_t frameEndedAt(int64_t timeUs) {
     auto frame = static_cast<int64_t>(static_cast<double>(timeUs) / isp.frameUs);
-    while (frameEndUs(frame + 1) <= timeUs) {
+    while (frameEndUs(frame + 1) <= timeUs)
         ++frame;
-    }
-    while (frame > 0 && frameEndUs(frame) > timeUs) {
+    while (frame > 0 && frameEndUs(frame) > timeUs)
         --frame;
-    }
     return frame;
 }
 
-bool isStalled(int64_t timeUs) {
+static bool isStalled(int64_t timeUs) {
     return timeUs > isp.stallFromUs && timeUs <= isp.stallUntilUs;
 }
 
-int64_t lastFrame() {
+static int64_t lastFrame() {
     const int64_t now = nowUs();
     const int64_t frame = frameEndedAt(now);
     return isStalled(frameEndUs(frame)) ? frameEndedAt(isp.stallFromUs) : frame;
 }
 
-int64_t nextFrameEndUs() {
+static int64_t nextFrameEndUs() {
     int64_t frame = frameEndedAt(nowUs()) + 1;
-    if (isStalled(frameEndUs(frame))) {
+    if (isStalled(frameEndUs(frame)))
         frame = frameEndedAt(isp.stallUntilUs) + 1;
-    }
     return frameEndUs(frame);
 }
 
 /// The code of an injected fault that is due, or 0.
-HI_S32 takeFault(IspCall call) {
+static HI_S32 takeFault(IspCall call) {
     Fault &fault = isp.faults[static_cast<size_t>(call)];
-    if (fault.times == 0 || frameCount() < fault.fromFrame) {
+    if (fault.times == 0 || frameCount() < fault.fromFrame)
         return 0;
-    }
-    if (fault.times > 0) {
+    if (fault.times > 0)
         --fault.times;
-    }
     trace("isp", "fault", "call=%d code=%d", static_cast<int>(call), fault.code);
     return fault.code;
 }
 
-void refreshZones() {
+static void refreshZones() {
     const int64_t frame = lastFrame();
-    if (frame == isp.zonesOfFrame) {
+    if (frame == isp.zonesOfFrame)
         return;
-    }
     const int64_t endUs = frameEndUs(frame);
     const int zoom = truePositionAt(Axis::Zoom, endUs);
     const int focus = truePositionAt(Axis::Focus, endUs);
@@ -112,7 +107,7 @@ void refreshZones() {
           averageCentre(isp.zones));
 }
 
-void checkConfig(const ISP_AF_CFG_S &config) {
+static void checkConfig(const ISP_AF_CFG_S &config) {
     const bool isGrid = config.u16Hwnd == kZoneColumns && config.u16Vwnd == kZoneRows;
     const bool isWindow = config.u16Hsize == static_cast<HI_U16>(isp.widthPx) &&
                           config.u16Vsize == static_cast<HI_U16>(isp.heightPx);
@@ -123,25 +118,24 @@ void checkConfig(const ISP_AF_CFG_S &config) {
     }
 }
 
-bool isSameConfig(const ISP_FOCUS_STATISTICS_CFG_S &one, const ISP_FOCUS_STATISTICS_CFG_S &other) {
+static bool isSameConfig(const ISP_FOCUS_STATISTICS_CFG_S &one,
+                         const ISP_FOCUS_STATISTICS_CFG_S &other) {
     // As the block of memory that was handed out, the bytes between its members included.
     // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
     return std::memcmp(&one, &other, sizeof one) == 0;
 }
 
-HI_U16 toMetric(float value) {
+static HI_U16 toMetric(float value) {
     return static_cast<HI_U16>(std::clamp(value, 0.0F, 65535.0F));
 }
 
-void fillZone(ISP_FOCUS_ZONE_S &zone, size_t at) {
+static void fillZone(ISP_FOCUS_ZONE_S &zone, size_t at) {
     zone.u16h1 = toMetric(isp.zones.band[kH1][at]);
     zone.u16h2 = toMetric(isp.zones.band[kH2][at]);
     zone.u16v1 = toMetric(isp.zones.band[kV1][at]);
     zone.u16v2 = toMetric(isp.zones.band[kV2][at]);
     zone.u16y = toMetric(isp.zones.luminance[at]);
 }
-
-} // namespace
 
 void failIspCall(IspCall call, int32_t code, int times, int64_t fromFrame) {
     isp.faults[static_cast<size_t>(call)] = Fault{code, times, fromFrame};
@@ -185,17 +179,15 @@ using namespace vcam;
 HI_S32 HI_MPI_ISP_GetStatisticsConfig(ISP_DEV, ISP_STATISTICS_CFG_S *pstStatCfg) {
     const Unobserved unobserved;
     const HI_S32 code = takeFault(IspCall::GetStatisticsConfig);
-    if (code == 0) {
+    if (code == 0)
         *pstStatCfg = isp.config;
-    }
     return code;
 }
 
 HI_S32 HI_MPI_ISP_SetStatisticsConfig(ISP_DEV, const ISP_STATISTICS_CFG_S *pstStatCfg) {
     const Unobserved unobserved;
-    if (const HI_S32 code = takeFault(IspCall::SetStatisticsConfig); code != 0) {
+    if (const HI_S32 code = takeFault(IspCall::SetStatisticsConfig); code != 0)
         return code;
-    }
     if (!isp.isConfigured || !isSameConfig(isp.config.stFocusCfg, pstStatCfg->stFocusCfg)) {
         const ISP_AF_CFG_S &focus = pstStatCfg->stFocusCfg.stConfig;
         trace("isp", "config", "enable=%d grid=%ux%u window=%ux%u", focus.bEnable, focus.u16Hwnd,
@@ -210,9 +202,8 @@ HI_S32 HI_MPI_ISP_SetStatisticsConfig(ISP_DEV, const ISP_STATISTICS_CFG_S *pstSt
 HI_S32 HI_MPI_ISP_GetPubAttr(ISP_DEV, ISP_PUB_ATTR_S *pstPubAttr) {
     const Unobserved unobserved;
     const HI_S32 code = takeFault(IspCall::GetPubAttr);
-    if (code == 0) {
+    if (code == 0)
         pstPubAttr->stWndRect = RECT_S{0, 0, isp.widthPx, isp.heightPx};
-    }
     return code;
 }
 
@@ -237,27 +228,24 @@ HI_S32 HI_MPI_ISP_GetVDTimeOut(ISP_DEV, ISP_VD_INFO_S *pstIspVdInfo, HI_U32 u32M
 
 HI_S32 HI_MPI_ISP_GetStatistics(ISP_DEV, ISP_STATISTICS_S *pstStat) {
     const Unobserved unobserved;
-    if (const HI_S32 code = takeFault(IspCall::GetStatistics); code != 0) {
+    if (const HI_S32 code = takeFault(IspCall::GetStatistics); code != 0)
         return code;
-    }
     if (!isp.isConfigured) {
         recordViolation("isp", "focus statistics read before they were configured");
         return kBadArgument;
     }
     refreshZones();
     for (size_t row = 0; row < kZoneRows; ++row) {
-        for (size_t column = 0; column < kZoneColumns; ++column) {
+        for (size_t column = 0; column < kZoneColumns; ++column)
             fillZone(pstStat->stFocusStat.stZoneMetrics[row][column], row * kZoneColumns + column);
-        }
     }
     return 0;
 }
 
 HI_S32 HI_MPI_ISP_QueryExposureInfo(ISP_DEV, ISP_EXP_INFO_S *pstExpInfo) {
     const Unobserved unobserved;
-    if (const HI_S32 code = takeFault(IspCall::QueryExposureInfo); code != 0) {
+    if (const HI_S32 code = takeFault(IspCall::QueryExposureInfo); code != 0)
         return code;
-    }
     const auto gain = static_cast<HI_U32>(exposureGain());
     pstExpInfo->u32AGain = kGainOfOne * gain;
     pstExpInfo->u32DGain = kGainOfOne;

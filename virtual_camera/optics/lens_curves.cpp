@@ -8,43 +8,46 @@
 
 #include "clock/seeded_random.h"
 #include "devices/lens.h"
-#include "optics/curve_table.h"
+#include "lens_models/curve_table.h"
+#include "lens_models/lens_model.h"
 #include "optics/optical_model.h"
 #include "optics/scene.h"
 
 namespace vcam {
-namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr uint64_t kUnitPurpose = 2;
-constexpr double kTwoMetreDioptres = 0.5;
-constexpr double kMicrometresPerMm = 1000;
-constexpr double kMmPerM = 1000;
+static constexpr double kPi = 3.14159265358979323846;
+static constexpr uint64_t kUnitPurpose = 2;
+static constexpr double kTwoMetreDioptres = 0.5;
+static constexpr double kMicrometresPerMm = 1000;
+static constexpr double kMmPerM = 1000;
 
 using Curve = std::array<double, kGridPoints>;
 
+namespace {
 struct Unit {
     std::array<double, kGridPoints> zoom{};
     Curve infinity{};
     Curve twoMetres{};
 };
+} // namespace
 
-Unit unit;
+static Unit unit;
 
+namespace {
 /// Where a zoom position lies on the grid: the point at or below it and the share of the way on.
 struct GridPlace {
     size_t point;
     double share;
 };
+} // namespace
 
-void layGrid(int start) {
+static void layGrid(int start) {
     int zoom = start;
     auto *point = unit.zoom.begin();
     for (int section = 0; section < kTagPoints - 1; ++section) {
         const int steps = kSectionSteps[section] / kQuarters;
-        for (int quarter = 0; quarter < kQuarters; ++quarter) {
+        for (int quarter = 0; quarter < kQuarters; ++quarter)
             *point++ = zoom + quarter * steps;
-        }
         zoom += kSectionSteps[section];
     }
     unit.zoom.back() = zoom;
@@ -52,7 +55,7 @@ void layGrid(int start) {
 
 /// The quarters of an even section take a whole number of steps each; the third takes one more
 /// when the fall does not divide by four, the last what is left.
-Curve expand(const CurveTable &table) {
+static Curve expand(const CurveTable &table) {
     Curve curve{};
     auto *point = curve.begin();
     for (int section = 0; section < kEvenSections; ++section) {
@@ -69,19 +72,19 @@ Curve expand(const CurveTable &table) {
     return curve;
 }
 
-GridPlace findPlace(double zoom) {
+static GridPlace findPlace(double zoom) {
     const auto *const above = std::upper_bound(unit.zoom.begin() + 1, unit.zoom.end() - 1, zoom);
     const auto point = static_cast<size_t>(above - unit.zoom.begin()) - 1;
     const double width = unit.zoom[point + 1] - unit.zoom[point];
     return {point, (zoom - unit.zoom[point]) / width};
 }
 
-double interpolate(const Curve &curve, GridPlace place) {
+static double interpolate(const Curve &curve, GridPlace place) {
     return curve[place.point] + (curve[place.point + 1] - curve[place.point]) * place.share;
 }
 
 /// How this unit differs: a constant and two gentle waves, the same for every distance.
-void bendUnit(uint64_t seed) {
+static void bendUnit(uint64_t seed) {
     SeededRandom random(seed, kUnitPurpose);
     constexpr double kFirstWaveShare = 0.6;
     const double offset = random.drawBetween(-kOptics.mostOffset, kOptics.mostOffset);
@@ -95,11 +98,9 @@ void bendUnit(uint64_t seed) {
     }
 }
 
-double presentDioptres() {
+static double presentDioptres() {
     return 1 / objectDistanceM();
 }
-
-} // namespace
 
 double inFocusPositionAt(double zoom, double dioptres) {
     const GridPlace place = findPlace(zoom);
@@ -147,12 +148,12 @@ double focusErrorHalfDepths() {
 }
 
 void powerOnLensCurves(const CameraOptions &options) {
-    layGrid(kGridStart[options.lensType == 0 ? 0 : 1]);
-    unit.infinity = expand(kInfinityCurve);
-    unit.twoMetres = expand(kTwoMetreCurve);
-    if (!options.builtInCurves) {
+    const LensModel &lens = lensModelOf(options.lensType);
+    layGrid(lens.gridStart);
+    unit.infinity = expand(*lens.infinity);
+    unit.twoMetres = expand(*lens.twoMetres);
+    if (!options.builtInCurves)
         bendUnit(options.seed);
-    }
 }
 
 } // namespace vcam

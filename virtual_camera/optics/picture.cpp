@@ -12,19 +12,17 @@
 #include "optics/surface_texture.h"
 
 namespace vcam {
-namespace {
 
-constexpr int kChannels = 3;
-constexpr float kViewAspect = 9.0F / 16;
-constexpr float kFullScale = 255;
-constexpr float kSurfaceContrast = 0.06F;
+static constexpr int kChannels = 3;
+static constexpr float kViewAspect = 9.0F / 16;
+static constexpr float kFullScale = 255;
+static constexpr float kSurfaceContrast = 0.06F;
 
-bool readPng(const std::string &path, PixelGrid &grid) {
+static bool readPng(const std::string &path, PixelGrid &grid) {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
-    if (png_image_begin_read_from_file(&image, path.c_str()) == 0) {
+    if (png_image_begin_read_from_file(&image, path.c_str()) == 0)
         return false;
-    }
     image.format = PNG_FORMAT_RGB;
     grid.width = static_cast<int>(image.width);
     grid.height = static_cast<int>(image.height);
@@ -32,17 +30,19 @@ bool readPng(const std::string &path, PixelGrid &grid) {
     return png_image_finish_read(&image, nullptr, grid.rgb.data(), 0, nullptr) != 0;
 }
 
+namespace {
 struct JpegErrors {
     jpeg_error_mgr manager;
     jmp_buf leave;
 };
+} // namespace
 
-void leaveJpeg(j_common_ptr state) {
+static void leaveJpeg(j_common_ptr state) {
     std::longjmp(reinterpret_cast<JpegErrors *>(state->err)->leave, 1);
 }
 
 /// Nothing here has a destructor: an error jumps out of the middle.
-bool decodeJpeg(FILE *file, PixelGrid &grid) {
+static bool decodeJpeg(FILE *file, PixelGrid &grid) {
     jpeg_decompress_struct state;
     JpegErrors errors;
     state.err = jpeg_std_error(&errors.manager);
@@ -69,17 +69,16 @@ bool decodeJpeg(FILE *file, PixelGrid &grid) {
     return true;
 }
 
-bool readJpeg(const std::string &path, PixelGrid &grid) {
+static bool readJpeg(const std::string &path, PixelGrid &grid) {
     FILE *file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr) {
+    if (file == nullptr)
         return false;
-    }
     const bool isRead = decodeJpeg(file, grid);
     std::fclose(file);
     return isRead;
 }
 
-const uint8_t *pixelAt(const PixelGrid &grid, int x, int y) {
+static const uint8_t *pixelAt(const PixelGrid &grid, int x, int y) {
     const int column = std::clamp(x, 0, grid.width - 1);
     const int row = std::clamp(y, 0, grid.height - 1);
     return &grid.rgb[(static_cast<size_t>(row) * static_cast<size_t>(grid.width) +
@@ -87,7 +86,7 @@ const uint8_t *pixelAt(const PixelGrid &grid, int x, int y) {
                      kChannels];
 }
 
-PixelGrid halve(const PixelGrid &grid) {
+static PixelGrid halve(const PixelGrid &grid) {
     PixelGrid half;
     half.width = std::max(1, grid.width / 2);
     half.height = std::max(1, grid.height / 2);
@@ -108,12 +107,12 @@ PixelGrid halve(const PixelGrid &grid) {
     return half;
 }
 
-Rgb toColour(const uint8_t *pixel) {
+static Rgb toColour(const uint8_t *pixel) {
     return {static_cast<float>(pixel[0]) / kFullScale, static_cast<float>(pixel[1]) / kFullScale,
             static_cast<float>(pixel[2]) / kFullScale};
 }
 
-Rgb interpolate(const PixelGrid &grid, float x, float y) {
+static Rgb interpolate(const PixelGrid &grid, float x, float y) {
     const int column = floorToInt(x);
     const int row = floorToInt(y);
     const float shareX = x - static_cast<float>(column);
@@ -124,22 +123,18 @@ Rgb interpolate(const PixelGrid &grid, float x, float y) {
     return mixColours(upper, lower, y - static_cast<float>(row));
 }
 
-} // namespace
-
 bool Picture::load(const std::string &path) {
     levels.clear();
     PixelGrid grid;
-    if (!readPng(path, grid) && !readJpeg(path, grid)) {
+    if (!readPng(path, grid) && !readJpeg(path, grid))
         return false;
-    }
     const auto width = static_cast<float>(grid.width);
     const auto height = static_cast<float>(grid.height);
     pixelsPerUnit = std::min(width, height / kViewAspect);
     pixelOctave = std::log2(pixelsPerUnit);
     levels.push_back(std::move(grid));
-    while (levels.back().width > 1 && levels.back().height > 1) {
+    while (levels.back().width > 1 && levels.back().height > 1)
         levels.push_back(halve(levels.back()));
-    }
     return true;
 }
 
@@ -152,9 +147,8 @@ Rgb Picture::sample(const SceneSample &at) const {
     const float x = at.x * scale + static_cast<float>(grid.width) / 2 - 0.5F;
     const float y = at.y * scale + static_cast<float>(grid.height) / 2 - 0.5F;
     const Rgb colour = interpolate(grid, x, y);
-    if (pixels >= 1) {
+    if (pixels >= 1)
         return colour;
-    }
     const float texture =
         kSurfaceContrast * sampleSurface(at, static_cast<int>(std::ceil(pixelOctave)));
     return scaleColour(colour, std::max(0.0F, 1 + texture));

@@ -16,15 +16,15 @@
 #include "optics/scene_view.h"
 
 namespace vcam {
+
+static constexpr int kReduction = 2; // sensor pixels to one of the picture
+static constexpr int kWidth = kViewWidth / kReduction;
+static constexpr int kHeight = kViewHeight / kReduction;
+static constexpr int kLargestRadius = 60;
+static constexpr int kChannels = 3;
+static constexpr float kFullScale = 255;
+
 namespace {
-
-constexpr int kReduction = 2; // sensor pixels to one of the picture
-constexpr int kWidth = kViewWidth / kReduction;
-constexpr int kHeight = kViewHeight / kReduction;
-constexpr int kLargestRadius = 60;
-constexpr int kChannels = 3;
-constexpr float kFullScale = 255;
-
 /// The focused view and a margin on all sides, as running sums along each row.
 struct Canvas {
     int margin;
@@ -37,9 +37,10 @@ struct Canvas {
                      kChannels];
     }
 };
+} // namespace
 
 /// Four samples a pixel: the picture is half as fine as the sensor.
-Rgb paintPixel(int column, int row, const ViewScale &scale) {
+static Rgb paintPixel(int column, int row, const ViewScale &scale) {
     Rgb sum{};
     for (int part = 0; part < kReduction * kReduction; ++part) {
         const int x = column * kReduction + part % kReduction;
@@ -51,7 +52,7 @@ Rgb paintPixel(int column, int row, const ViewScale &scale) {
     return scaleColour(sum, 1.0F / (kReduction * kReduction));
 }
 
-Canvas paintCanvas(int margin, const ViewScale &scale) {
+static Canvas paintCanvas(int margin, const ViewScale &scale) {
     Canvas canvas{margin, kWidth + 2 * margin, {}};
     const int height = kHeight + 2 * margin;
     canvas.sums.reserve(static_cast<size_t>(height) * static_cast<size_t>(canvas.width + 1) *
@@ -68,7 +69,7 @@ Canvas paintCanvas(int margin, const ViewScale &scale) {
 }
 
 /// Half width of the disc's span in each row from the top, whole pixels.
-std::vector<int> discSpans(float radius) {
+static std::vector<int> discSpans(float radius) {
     const int rows = static_cast<int>(radius);
     std::vector<int> spans;
     for (int row = -rows; row <= rows; ++row) {
@@ -78,7 +79,7 @@ std::vector<int> discSpans(float radius) {
     return spans;
 }
 
-Rgb gatherDisc(const Canvas &canvas, const std::vector<int> &spans, int column, int row) {
+static Rgb gatherDisc(const Canvas &canvas, const std::vector<int> &spans, int column, int row) {
     float sum[kChannels] = {};
     int pixels = 0;
     row -= static_cast<int>(spans.size()) / 2;
@@ -86,19 +87,18 @@ Rgb gatherDisc(const Canvas &canvas, const std::vector<int> &spans, int column, 
         const float *from = canvas.sumAt(row, column - half);
         const float *to = canvas.sumAt(row, column + half + 1);
         ++row;
-        for (int channel = 0; channel < kChannels; ++channel) {
+        for (int channel = 0; channel < kChannels; ++channel)
             sum[channel] += to[channel] - from[channel];
-        }
         pixels += 2 * half + 1;
     }
     return scaleColour({sum[0], sum[1], sum[2]}, 1.0F / static_cast<float>(pixels));
 }
 
-uint8_t toByte(float value) {
+static uint8_t toByte(float value) {
     return static_cast<uint8_t>(std::lround(std::clamp(value, 0.0F, 1.0F) * kFullScale));
 }
 
-bool writePng(const char *path, const std::vector<uint8_t> &rgb) {
+static bool writePng(const char *path, const std::vector<uint8_t> &rgb) {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     image.width = kWidth;
@@ -106,8 +106,6 @@ bool writePng(const char *path, const std::vector<uint8_t> &rgb) {
     image.format = PNG_FORMAT_RGB;
     return png_image_write_to_file(&image, path, 0, rgb.data(), 0, nullptr) != 0;
 }
-
-} // namespace
 
 bool writeScenePng(const char *path) {
     const Unobserved unobserved;

@@ -5,12 +5,9 @@
 #include "optics/optical_model.h"
 
 namespace vcam {
-namespace {
 
-double distanceNowM = HUGE_VAL;
-bool isNightNow = false;
-
-} // namespace
+static double distanceNowM = HUGE_VAL;
+static bool isNightNow = false;
 
 void setObjectDistanceM(double distanceM) {
     distanceNowM = distanceM;
@@ -36,7 +33,7 @@ int exposureGain() {
 
 void powerOnScene(const CameraOptions &options) {
     distanceNowM = options.objectDistanceM;
-    isNightNow = false;
+    isNightNow = options.night;
 }
 
 } // namespace vcam

@@ -7,14 +7,11 @@
 #include "optics/picture.h"
 
 namespace vcam {
-namespace {
 
-Picture &pictureInHand() {
+static Picture &pictureInHand() {
     static Picture picture;
     return picture;
 }
-
-} // namespace
 
 ViewScale scaleView(double zoomFactor) {
     const double pixels = kViewWidth * zoomFactor;

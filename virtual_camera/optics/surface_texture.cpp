@@ -9,24 +9,22 @@
 #include "clock/seeded_random.h"
 
 namespace vcam {
-namespace {
 
-constexpr size_t kTileSize = 128;
-constexpr uint64_t kTileSeed = 77; // the surfaces look the same whatever the camera's seed
-constexpr int kFinestOctave = 24;
+static constexpr size_t kTileSize = 128;
+static constexpr uint64_t kTileSeed = 77; // the surfaces look the same whatever the camera's seed
+static constexpr int kFinestOctave = 24;
 
 using Tile = std::array<float, kTileSize * kTileSize>;
 
-Tile makeTile() {
+static Tile makeTile() {
     Tile tile{};
     SeededRandom random(kTileSeed, 0);
-    for (float &value : tile) {
+    for (float &value : tile)
         value = random.drawNormal();
-    }
     return tile;
 }
 
-float lookUp(const Tile &tile, float x, float y) {
+static float lookUp(const Tile &tile, float x, float y) {
     const int cellX = floorToInt(x);
     const int cellY = floorToInt(y);
     const size_t column = static_cast<unsigned>(cellX) % kTileSize;
@@ -39,8 +37,6 @@ float lookUp(const Tile &tile, float x, float y) {
     const float below = lower[column] + (lower[nextColumn] - lower[column]) * shareX;
     return above + (below - above) * (y - static_cast<float>(cellY));
 }
-
-} // namespace
 
 float sampleSurface(const SceneSample &at, int firstOctave) {
     static const Tile tile = makeTile();

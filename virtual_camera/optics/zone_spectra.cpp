@@ -10,16 +10,16 @@
 #include "optics/scene_view.h"
 
 namespace vcam {
-namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr int kLines = 6;
-constexpr size_t kZoneWidth = kViewWidth / kZoneColumns;
-constexpr size_t kZoneHeight = kViewHeight / kZoneRows;
-constexpr float kFullScale = 255;
+static constexpr double kPi = 3.14159265358979323846;
+static constexpr int kLines = 6;
+static constexpr size_t kZoneWidth = kViewWidth / kZoneColumns;
+static constexpr size_t kZoneHeight = kViewHeight / kZoneRows;
+static constexpr float kFullScale = 255;
 
 using Sample = std::complex<float>;
 
+namespace {
 /// Power spectra of lines of a fixed length, a power of two.
 template <size_t Length> class LineTransform {
 public:
@@ -39,17 +39,14 @@ public:
     /// Adds the power of two lines at each frequency index / Length below one half.
     void addPower(std::array<Sample, Length> &lines, std::array<float, Length / 2> &power) const {
         Sample mean{};
-        for (const Sample &sample : lines) {
+        for (const Sample &sample : lines)
             mean += sample;
-        }
         mean /= static_cast<float>(Length);
-        for (size_t index = 0; index < Length; ++index) {
+        for (size_t index = 0; index < Length; ++index)
             lines[index] = (lines[index] - mean) * window[index];
-        }
         transform(lines);
-        for (size_t index = 1; index < Length / 2; ++index) {
+        for (size_t index = 1; index < Length / 2; ++index)
             power[index] += scale * (std::norm(lines[index]) + std::norm(lines[Length - index]));
-        }
     }
 
 private:
@@ -57,13 +54,11 @@ private:
     void transform(std::array<Sample, Length> &lines) const {
         for (size_t index = 1, mirrored = 0; index < Length; ++index) {
             size_t bit = Length >> 1;
-            for (; (mirrored & bit) != 0; bit >>= 1) {
+            for (; (mirrored & bit) != 0; bit >>= 1)
                 mirrored ^= bit;
-            }
             mirrored ^= bit;
-            if (index < mirrored) {
+            if (index < mirrored)
                 std::swap(lines[index], lines[mirrored]);
-            }
         }
         for (size_t half = 1; half < Length; half *= 2) {
             for (size_t start = 0; start < Length; start += 2 * half) {
@@ -86,12 +81,13 @@ private:
     std::array<Sample, Length> turns{};
     float scale = 0;
 };
+} // namespace
 
-constexpr size_t kRowLength = 256;    // a zone's 240 pixels and a few of its neighbours'
-constexpr size_t kColumnLength = 128; // most of a zone's 135
+static constexpr size_t kRowLength = 256;    // a zone's 240 pixels and a few of its neighbours'
+static constexpr size_t kColumnLength = 128; // most of a zone's 135
 
 /// Energy left of a frequency by the sensor's pixels and a perfectly focused lens.
-double lensEnergy(double frequency) {
+static double lensEnergy(double frequency) {
     const double phase = kPi * frequency;
     const double pixel = std::sin(phase) / phase;
     const double lens = std::exp(-std::pow(frequency / kOptics.lensCutoff, 2));
@@ -99,13 +95,14 @@ double lensEnergy(double frequency) {
 }
 
 /// Energy that a band's filter lets through.
-double bandEnergy(size_t band, double frequency) {
+static double bandEnergy(size_t band, double frequency) {
     const double centre = kOptics.centre[band];
     const double detuning = kOptics.quality[band] * (frequency / centre - centre / frequency);
     const double gain = 1 / (1 + detuning * detuning);
     return gain * gain;
 }
 
+namespace {
 /// For each frequency of a line: its bin and what each band's filter leaves of it.
 template <size_t Length> struct Filters {
     std::array<size_t, Length / 2> bin{}; // kBinCount where it is too low for any
@@ -124,10 +121,11 @@ template <size_t Length> struct Filters {
         }
     }
 };
+} // namespace
 
 template <size_t Length>
-void binPower(const std::array<float, Length / 2> &power, const Filters<Length> &filters,
-              size_t band, size_t zone, ViewSpectra &view) {
+static void binPower(const std::array<float, Length / 2> &power, const Filters<Length> &filters,
+                     size_t band, size_t zone, ViewSpectra &view) {
     for (size_t index = 1; index < Length / 2; ++index) {
         if (filters.bin[index] < kBinCount) {
             view.energies[band][filters.bin[index]][zone] +=
@@ -136,12 +134,13 @@ void binPower(const std::array<float, Length / 2> &power, const Filters<Length> 
     }
 }
 
-float sampleLuminance(float column, float row, const ViewScale &scale) {
+static float sampleLuminance(float column, float row, const ViewScale &scale) {
     return kFullScale * luminanceOf(sampleScene(placePixel(column, row, scale)));
 }
 
 /// Mean luminance along the rows, as a by-product.
-float analyseRows(size_t left, size_t top, const ViewScale &scale, ViewSpectra &view, size_t zone) {
+static float analyseRows(size_t left, size_t top, const ViewScale &scale, ViewSpectra &view,
+                         size_t zone) {
     static const LineTransform<kRowLength> transform;
     static const Filters<kRowLength> filters;
     std::array<float, kRowLength / 2> power{};
@@ -164,8 +163,8 @@ float analyseRows(size_t left, size_t top, const ViewScale &scale, ViewSpectra &
     return sum / (kLines * kRowLength);
 }
 
-void analyseColumns(size_t left, size_t top, const ViewScale &scale, ViewSpectra &view,
-                    size_t zone) {
+static void analyseColumns(size_t left, size_t top, const ViewScale &scale, ViewSpectra &view,
+                           size_t zone) {
     static const LineTransform<kColumnLength> transform;
     static const Filters<kColumnLength> filters;
     std::array<float, kColumnLength / 2> power{};
@@ -185,8 +184,6 @@ void analyseColumns(size_t left, size_t top, const ViewScale &scale, ViewSpectra
     binPower(power, filters, kV1, zone, view);
     binPower(power, filters, kV2, zone, view);
 }
-
-} // namespace
 
 double binEdge(size_t bin) {
     return kLowestFrequency *

@@ -14,28 +14,27 @@
 #include "optics/scene.h"
 
 namespace vcam {
-namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr uint64_t kNoisePurpose = 3;
-constexpr float kFullCounts = 65535;
-constexpr float kCountsPerLevel = 257;
+static constexpr double kPi = 3.14159265358979323846;
+static constexpr uint64_t kNoisePurpose = 3;
+static constexpr float kFullCounts = 65535;
+static constexpr float kCountsPerLevel = 257;
 
 /// Blur levels: quarter pixels of disc diameter first, then a constant ratio.
-constexpr size_t kFineLevels = 64;
-constexpr double kFineStep = 0.25;
-constexpr double kFineEnd = kFineLevels * kFineStep;
-constexpr size_t kCoarseLevels = 128;
-constexpr double kLargestDisc = 2000;
-constexpr size_t kLevelCount = kFineLevels + kCoarseLevels + 1;
+static constexpr size_t kFineLevels = 64;
+static constexpr double kFineStep = 0.25;
+static constexpr double kFineEnd = kFineLevels * kFineStep;
+static constexpr size_t kCoarseLevels = 128;
+static constexpr double kLargestDisc = 2000;
+static constexpr size_t kLevelCount = kFineLevels + kCoarseLevels + 1;
 
-constexpr int kWeights[kZoneRows][kZoneColumns] = {
+static constexpr int kWeights[kZoneRows][kZoneColumns] = {
     {1, 1, 1, 1, 1, 1, 1, 1}, {1, 2, 2, 2, 2, 2, 2, 1}, {1, 2, 2, 2, 2, 2, 2, 1},
     {1, 2, 2, 3, 3, 2, 2, 1}, {1, 2, 2, 3, 3, 2, 2, 1}, {1, 2, 2, 2, 2, 2, 2, 1},
     {1, 2, 2, 2, 2, 2, 2, 1}, {1, 1, 1, 1, 1, 1, 1, 1},
 };
-constexpr size_t kCentreFrom = 2;
-constexpr size_t kCentreTo = 5;
+static constexpr size_t kCentreFrom = 2;
+static constexpr size_t kCentreTo = 5;
 
 /// Every band's value of every zone, at one blur level.
 using BandRows = std::array<ZoneRow, kBandCount>;
@@ -43,6 +42,7 @@ using BandRows = std::array<ZoneRow, kBandCount>;
 /// What a blur level leaves of the energy in each frequency bin.
 using Attenuation = std::array<float, kBinCount>;
 
+namespace {
 /// A table that is filled row by row. Its rows are not cleared first: most are never touched.
 template <typename Row> struct LazyTable {
     std::array<bool, kLevelCount> isFilled;
@@ -63,42 +63,41 @@ struct Engine {
     LazyTable<Attenuation> attenuation;
     std::array<std::unique_ptr<KeyTable>, kKeyCount> tables;
 };
+} // namespace
 
-Engine &engine() {
+static Engine &engine() {
     static Engine state;
     return state;
 }
 
-double levelDiameter(size_t level) {
-    if (level <= kFineLevels) {
+static double levelDiameter(size_t level) {
+    if (level <= kFineLevels)
         return static_cast<double>(level) * kFineStep;
-    }
     const double share = static_cast<double>(level - kFineLevels) / kCoarseLevels;
     return kFineEnd * std::pow(kLargestDisc / kFineEnd, share);
 }
 
-double findLevel(double diameter) {
-    if (diameter <= kFineEnd) {
+static double findLevel(double diameter) {
+    if (diameter <= kFineEnd)
         return diameter / kFineStep;
-    }
     const double share = std::log(diameter / kFineEnd) / std::log(kLargestDisc / kFineEnd);
     return kFineLevels + std::min(share, 1.0) * kCoarseLevels;
 }
 
 /// Transfer function of a uniform disc. Its side lobes let a fine pattern rise again out of focus.
-double transferDisc(double diameter, double frequency) {
+static double transferDisc(double diameter, double frequency) {
     const double x = kPi * diameter * frequency;
     return x < 1e-6 ? 1.0 : 2 * j1(x) / x;
 }
 
 /// A Gaussian as wide as the disc, root mean square.
-double transferGaussian(double diameter, double frequency) {
+static double transferGaussian(double diameter, double frequency) {
     const double x = kPi * diameter / 4 * frequency;
     return std::exp(-2 * x * x);
 }
 
 /// Mean over the bin, so that a side lobe narrower than a bin does not depend on where it falls.
-double attenuateBin(size_t bin, double diameter, bool isGaussian) {
+static double attenuateBin(size_t bin, double diameter, bool isGaussian) {
     constexpr int kParts = 8;
     double sum = 0;
     for (int part = 0; part < kParts; ++part) {
@@ -111,7 +110,7 @@ double attenuateBin(size_t bin, double diameter, bool isGaussian) {
     return sum / kParts;
 }
 
-const Attenuation &attenuationAt(size_t level) {
+static const Attenuation &attenuationAt(size_t level) {
     LazyTable<Attenuation> &table = engine().attenuation;
     if (!table.isFilled[level]) {
         for (size_t bin = 0; bin < kBinCount; ++bin) {
@@ -124,23 +123,22 @@ const Attenuation &attenuationAt(size_t level) {
 }
 
 /// Energies first, then their roots: loops over the zones, which the compiler turns into vectors.
-void blurView(const ViewSpectra &view, size_t level, float countsPerLevel, BandRows &counts) {
+static void blurView(const ViewSpectra &view, size_t level, float countsPerLevel,
+                     BandRows &counts) {
     const Attenuation &attenuation = attenuationAt(level);
     for (size_t band = 0; band < kBandCount; ++band) {
         ZoneRow energy{};
         for (size_t bin = 0; bin < kBinCount; ++bin) {
-            for (size_t zone = 0; zone < kZoneCount; ++zone) {
+            for (size_t zone = 0; zone < kZoneCount; ++zone)
                 energy[zone] += view.energies[band][bin][zone] * attenuation[bin];
-            }
         }
-        for (size_t zone = 0; zone < kZoneCount; ++zone) {
+        for (size_t zone = 0; zone < kZoneCount; ++zone)
             counts[band][zone] = std::sqrt(energy[zone]) * countsPerLevel;
-        }
     }
 }
 
 /// Weighted average over all zones, or over the middle ones only.
-double average(const ZoneRow &row, bool isCentre) {
+static double average(const ZoneRow &row, bool isCentre) {
     double sum = 0;
     int weights = 0;
     const size_t from = isCentre ? kCentreFrom : 0;
@@ -155,20 +153,19 @@ double average(const ZoneRow &row, bool isCentre) {
 }
 
 /// Counts per level of contrast for this view: the engine's shifts and the exposure follow it.
-double chooseScale(const ViewSpectra &view) {
+static double chooseScale(const ViewSpectra &view) {
     BandRows levels;
     blurView(view, 0, 1, levels);
     const double contrast = std::sqrt(average(levels[kH1], true) * average(levels[kH1], false));
-    if (contrast <= 0) {
+    if (contrast <= 0)
         return 0;
-    }
     const double wanted =
         kOptics.focusedCounts * std::pow(contrast / kOptics.usualContrast, kOptics.contrastShare);
     const double scale = std::clamp(wanted, kOptics.leastCounts, kOptics.mostCounts) / contrast;
     return std::min(scale, kOptics.mostCountsPerLevel);
 }
 
-KeyTable &tableOf(size_t key) {
+static KeyTable &tableOf(size_t key) {
     std::unique_ptr<KeyTable> &table = engine().tables[key];
     if (table == nullptr) {
         table.reset(new KeyTable);
@@ -177,7 +174,7 @@ KeyTable &tableOf(size_t key) {
     return *table;
 }
 
-const BandRows &countsOf(size_t key, size_t level) {
+static const BandRows &countsOf(size_t key, size_t level) {
     KeyTable &table = tableOf(key);
     if (!table.counts.isFilled[level]) {
         blurView(spectraOfKey(key), level, table.countsPerLevel, table.counts.rows[level]);
@@ -186,14 +183,13 @@ const BandRows &countsOf(size_t key, size_t level) {
     return table.counts.rows[level];
 }
 
-void blendRow(ZoneRow &sum, const ZoneRow &row, float weight) {
-    for (size_t zone = 0; zone < kZoneCount; ++zone) {
+static void blendRow(ZoneRow &sum, const ZoneRow &row, float weight) {
+    for (size_t zone = 0; zone < kZoneCount; ++zone)
         sum[zone] += weight * row[zone];
-    }
 }
 
 /// What one key's table gives between two of its blur levels.
-void blendKey(size_t key, double level, float weight, ZoneValues &values) {
+static void blendKey(size_t key, double level, float weight, ZoneValues &values) {
     const size_t lower = std::min(static_cast<size_t>(level), kLevelCount - 2);
     const auto share = static_cast<float>(level - static_cast<double>(lower));
     const BandRows &below = countsOf(key, lower);
@@ -206,7 +202,7 @@ void blendKey(size_t key, double level, float weight, ZoneValues &values) {
 }
 
 /// Noise of the frame, and the light: at night less contrast, a higher floor, more noise.
-void exposeZones(uint64_t frame, ZoneValues &values) {
+static void exposeZones(uint64_t frame, ZoneValues &values) {
     const float contrast = isNight() ? static_cast<float>(kOptics.nightContrast) : 1.0F;
     const float grain = std::sqrt(static_cast<float>(exposureGain()));
     const float floor = static_cast<float>(kOptics.floorCounts) * grain;
@@ -223,21 +219,17 @@ void exposeZones(uint64_t frame, ZoneValues &values) {
 }
 
 /// A lamp blooms: the rim of its disc grows with the blur, so its zone rises out of focus.
-void lightLamps(uint64_t lampZones, double diameter, ZoneValues &values) {
+static void lightLamps(uint64_t lampZones, double diameter, ZoneValues &values) {
     const double counts = std::min(kOptics.lampCounts * (1 + diameter / kOptics.lampRimPixels),
                                    kOptics.lampMostCounts);
     for (size_t zone = 0; zone < kZoneCount; ++zone) {
-        if ((lampZones >> zone & 1) == 0) {
+        if ((lampZones >> zone & 1) == 0)
             continue;
-        }
-        for (ZoneRow &row : values.band) {
+        for (ZoneRow &row : values.band)
             row[zone] = static_cast<float>(counts);
-        }
         values.luminance[zone] = static_cast<float>(kOptics.lampLuminance);
     }
 }
-
-} // namespace
 
 void measureZones(int zoom, int focus, uint64_t frame, uint64_t lampZones, ZoneValues &values) {
     const double diameter =
@@ -248,13 +240,11 @@ void measureZones(int zoom, int focus, uint64_t frame, uint64_t lampZones, ZoneV
     const auto share = static_cast<float>(place - static_cast<double>(key));
     values = ZoneValues{};
     blendKey(key, level, 1 - share, values);
-    if (share > 0) {
+    if (share > 0)
         blendKey(key + 1, level, share, values);
-    }
     if (isNight()) {
-        for (float &value : values.luminance) {
+        for (float &value : values.luminance)
             value *= static_cast<float>(kOptics.nightLuminance);
-        }
     }
     exposeZones(frame, values);
     lightLamps(lampZones, diameter, values);

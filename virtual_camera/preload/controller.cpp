@@ -12,9 +12,9 @@
 
 namespace vcam {
 
-constexpr double kUsPerS = 1e6;
-constexpr int64_t kReadAgainUs = 50000;
-constexpr int64_t kGraceUs = 10000000; // for a host that has been asked to end
+static constexpr double kUsPerS = 1e6;
+static constexpr int64_t kReadAgainUs = 50000;
+static constexpr int64_t kGraceUs = 10000000; // for a host that has been asked to end
 
 static RunSettings run;
 static void (*endRunNow)();

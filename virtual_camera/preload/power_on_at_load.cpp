@@ -7,6 +7,7 @@
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
+#include "lens_models/lens_model.h"
 #include "optics/lens_curves.h"
 #include "preload/controller.h"
 #include "preload/settings.h"
@@ -19,8 +20,8 @@
 
 namespace vcam {
 
-constexpr double kUsPerS = 1e6;
-constexpr int kViolationStatus = 87; // beside the 86 of a camera that stopped
+static constexpr double kUsPerS = 1e6;
+static constexpr int kViolationStatus = 87; // beside the 86 of a camera that stopped
 
 static void sayHowItWent() {
     fflush(stdout);
@@ -67,14 +68,14 @@ static void handleSignals() {
 }
 
 /// A configuration, not a command: a word of the library's that is set before it starts.
-static void tellLensModel(int lensType) {
-    if (int *word = static_cast<int *>(dlsym(RTLD_DEFAULT, "g_LensType")))
-        *word = lensType;
+static void tellLibrary(const char *name, int value) {
+    if (int *word = static_cast<int *>(dlsym(RTLD_DEFAULT, name)))
+        *word = value;
 }
 
 static void greet(const CameraOptions &camera) {
     fprintf(stderr, "virtual camera: seed %llu, lens %s, serial port %s",
-            static_cast<unsigned long long>(camera.seed), camera.lensType == 0 ? "A" : "B",
+            static_cast<unsigned long long>(camera.seed), lensModelOf(camera.lensType).name,
             camera.serialPath.c_str());
     if (!ptyName().empty())
         fprintf(stderr, ", controller programs on %s", ptyName().c_str());
@@ -91,7 +92,8 @@ __attribute__((constructor)) static void powerOnAtLoad() {
         fprintf(stderr, "virtual camera: %s\n", error.c_str());
         _exit(EXIT_FAILURE);
     }
-    tellLensModel(settings.camera.lensType);
+    tellLibrary("g_LensType", settings.camera.lensType);
+    tellLibrary("g_ICUTState", settings.camera.night ? 1 : 0);
     handleSignals();
     powerOn(settings.camera);
     atexit(closeRun);

@@ -7,9 +7,9 @@
 
 namespace vcam {
 
-constexpr int64_t kUsPerMs = 1000;
-constexpr size_t kHexDigits = 2;
-constexpr int kHexBase = 16;
+static constexpr int64_t kUsPerMs = 1000;
+static constexpr size_t kHexDigits = 2;
+static constexpr int kHexBase = 16;
 
 static bool parseByte(const std::string &word, uint8_t &byte) {
     if (word.size() != kHexDigits || word.find_first_not_of("0123456789abcdefABCDEF") < kHexDigits)

@@ -21,7 +21,7 @@ void MotorTrack::run(int64_t timeUs, int64_t howMany, double everyUs) {
 
 // The steps are known only now: the run may have been cut short.
 void MotorTrack::stop(int64_t timeUs) {
-    for (int64_t step = 1; step <= steps; step++) {
+    for (int64_t step = 1; step <= steps; ++step) {
         const auto afterUs = static_cast<int64_t>(std::ceil(static_cast<double>(step) * stepUs));
         if (startUs + afterUs > timeUs)
             break;

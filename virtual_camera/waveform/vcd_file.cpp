@@ -42,7 +42,7 @@ VcdFile::Signal VcdFile::addText(const std::string &scope, const std::string &na
 void VcdFile::changeBits(Signal signal, int64_t timeUs, uint64_t value) {
     const int bits = signals[signal].bits;
     std::string text = bits == 1 ? "" : "b";
-    for (int bit = bits - 1; bit >= 0; bit--)
+    for (int bit = bits - 1; bit >= 0; --bit)
         text += (value >> bit & 1) != 0 ? '1' : '0';
     changes.push_back({timeUs, signal, bits == 1 ? text : text + " "});
 }
@@ -64,7 +64,7 @@ void VcdFile::changeText(Signal signal, int64_t timeUs, const std::string &value
 std::string VcdFile::spellHeader() const {
     std::string text = "$timescale 1 us $end\n";
     std::string scope;
-    for (size_t signal = 0; signal < signals.size(); signal++) {
+    for (size_t signal = 0; signal < signals.size(); ++signal) {
         const Declared &declared = signals[signal];
         if (declared.scope != scope) {
             text += scope.empty() ? "" : "$upscope $end\n";

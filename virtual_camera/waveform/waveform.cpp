@@ -13,21 +13,22 @@
 #include <fstream>
 
 namespace vcam {
+
+static constexpr int64_t kFrameUs = 24; // 24 bits at 1 MHz
+static constexpr int64_t kFrameGapUs = 4;
+/// As wide as can be seen; the next one is 10 ms away at least.
+static constexpr int64_t kPulseUs = 1000;
+static constexpr double kUsPerUnit = 25000.0 / 28203;
+static constexpr int kHexBase = 16;
+static constexpr int kRegisterBits = 8;
+static constexpr int kValueBits = 16;
+static constexpr unsigned kAddressMask = 0x3F;
+
+static constexpr int kZoomSensorPin = 3;
+static constexpr int kFocusSensorPin = 4;
+static constexpr int kVdPin = 46;
+
 namespace {
-
-constexpr int64_t kFrameUs = 24; // 24 bits at 1 MHz
-constexpr int64_t kFrameGapUs = 4;
-constexpr int64_t kPulseUs = 1000; // as wide as can be seen; the next one is 10 ms away at least
-constexpr double kUsPerUnit = 25000.0 / 28203;
-constexpr int kHexBase = 16;
-constexpr int kRegisterBits = 8;
-constexpr int kValueBits = 16;
-constexpr unsigned kAddressMask = 0x3F;
-
-constexpr int kZoomSensorPin = 3;
-constexpr int kFocusSensorPin = 4;
-constexpr int kVdPin = 46;
-
 class Drawing {
 public:
     Drawing();
@@ -71,6 +72,7 @@ private:
     int64_t framesUs = 0;
     int64_t wireFreeUs = 0;
 };
+} // namespace
 
 // What is known before the first event. The photo-interrupters are not: nobody has read them.
 Drawing::Drawing() {
@@ -97,7 +99,7 @@ void Drawing::drawFrames() {
 }
 
 /// Register and value; sent in wire order: address, low byte, high byte.
-uint32_t decodeFrame(const TraceLine &line) {
+static uint32_t decodeFrame(const TraceLine &line) {
     const auto sent = static_cast<uint32_t>(strtoul(line.get("sent").c_str(), nullptr, kHexBase));
     const uint32_t address = sent >> 16 & kAddressMask;
     return address << kValueBits | (sent & 0xFF) << 8 | (sent >> 8 & 0xFF);
@@ -186,8 +188,6 @@ void Drawing::finish(int64_t timeUs) {
     focusTrack.stop(timeUs);
 }
 
-} // namespace
-
 bool writeWaveform(const std::string &traceFile, const std::string &vcdFile, std::string &error) {
     std::ifstream trace(traceFile);
     Drawing drawing;
@@ -195,7 +195,7 @@ bool writeWaveform(const std::string &traceFile, const std::string &vcdFile, std
     int64_t endUs = 0;
     int number = 0;
     for (std::string text; error.empty() && std::getline(trace, text);) {
-        number++;
+        ++number;
         if (parseTraceLine(text, line)) {
             drawing.draw(line);
             endUs = line.timeUs;

@@ -1,4 +1,4 @@
-// Focus positions that the lens model was measured at: best focus over the zoom grid, for an
+// Focus positions that the lens models were measured at: best focus over the zoom grid, for an
 // object at infinity and at 2 m. A unit differs from these by its offset.
 #pragma once
 
@@ -11,9 +11,6 @@ constexpr int kGridPoints = (kTagPoints - 1) * kQuarters + 1;
 /// Zoom steps from one tag point to the next.
 constexpr int kSectionSteps[kTagPoints - 1] = {768, 768, 768, 768, 768, 768, 768, 768,
                                                768, 768, 768, 768, 512, 320, 224};
-
-/// Zoom position of the first tag point, by lens type 0 or other.
-constexpr int kGridStart[2] = {10000, 10216};
 
 /// The wide sections are given at their tag points only; the quarters between follow evenly.
 constexpr int kEvenSections = 7;

@@ -1,0 +1,151 @@
+#include "option_table.h"
+
+#include "lens_models/lens_model.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+
+namespace vcam {
+
+static constexpr int kDecimal = 10;
+/// At a slower pace than the slowest a picture would take minutes; no machine keeps the fastest.
+static constexpr double kSlowestPace = 0.001;
+static constexpr double kFastestPace = 1e6;
+/// At tele the library does not search where a nearer object is in focus.
+static constexpr double kNearestM = 1.5;
+static constexpr double kMostNoise = 100;
+static constexpr double kLowestFrameRate = 5;
+static constexpr double kHighestFrameRate = 120;
+static constexpr uint64_t kLastPosition = 30000; // beyond every lens's stop
+
+// ---- What a text says; false when it is none of that
+
+bool parseWhole(const std::string &text, uint64_t &number) {
+    errno = 0;
+    number = strtoull(text.c_str(), nullptr, kDecimal);
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos && errno == 0;
+}
+
+static bool parseWithin(const std::string &text, double least, double most, double &number) {
+    char *end = nullptr;
+    number = strtod(text.c_str(), &end);
+    return !text.empty() && *end == '\0' && number >= least && number <= most;
+}
+
+static bool parsePace(const std::string &text, double &pace) {
+    return parseWithin(text, 0, 0, pace) || parseWithin(text, kSlowestPace, kFastestPace, pace);
+}
+
+static bool parseDistance(const std::string &text, double &metres) {
+    return parseWithin(text, kNearestM, HUGE_VAL, metres);
+}
+
+static bool parseNoise(const std::string &text, double &factor) {
+    return parseWithin(text, 0, kMostNoise, factor);
+}
+
+static bool parseFrameRate(const std::string &text, double &hertz) {
+    return parseWithin(text, kLowestFrameRate, kHighestFrameRate, hertz);
+}
+
+static bool parsePosition(const std::string &text, int &position) {
+    uint64_t number = 0;
+    const bool isGood = parseWhole(text, number) && number >= kTravelStart;
+    position = static_cast<int>(number);
+    return isGood && number <= kLastPosition;
+}
+
+static bool parseSwitch(const std::string &text, bool &isOn) {
+    isOn = text == "on";
+    return isOn || text == "off";
+}
+
+static bool parseText(const std::string &text, std::string &value) {
+    value = text;
+    return true;
+}
+
+static bool parseReadable(const std::string &text, std::string &path) {
+    path = text;
+    return std::ifstream(path).is_open();
+}
+
+// ---- The table
+
+template <auto Member, auto Parse>
+static bool into(const std::string &text, CameraOptions &options) {
+    auto value = options.*Member;
+    const bool isGood = Parse(text, value);
+    if (isGood)
+        options.*Member = value;
+    return isGood;
+}
+
+static std::vector<Option> makeTable() {
+    using Camera = CameraOptions;
+    const std::string seedRange = "is no whole number from 0 to 2^64 - 1";
+    const std::string startRange = "is no position from 10000 to 30000";
+    const std::string neither = "is neither on nor off";
+    return {
+        {"seed", "NUMBER",
+         "where the lens stands at power-on, how this unit's curves differ from the built-in ones, "
+         "the noise; 1 unless given",
+         seedRange, into<&Camera::seed, parseWhole>},
+        {"lens", nameLensModels(), "lens model; B unless given",
+         "is no lens model: " + nameLensModels(), into<&Camera::lensType, findLensType>},
+        {"pace", "NUMBER",
+         "virtual seconds a real second; 1 is real time, with a pseudo-terminal for controller "
+         "programs; 0, the default, is as fast as it goes",
+         "is neither 0 nor a pace from 0.001 to 1000000", into<&Camera::pace, parsePace>},
+        {"picture", "FILE", "PNG or JPEG to look at instead of the generated scene",
+         "is no file that can be read", into<&Camera::picture, parseReadable>},
+        {"distance", "METRES",
+         "how far the object stands, from 1.5 m; inf, the default, is far away",
+         "is neither inf nor a distance from 1.5 m", into<&Camera::objectDistanceM, parseDistance>},
+        {"night", "", "the scene is dark, and the library is told so before it starts", neither,
+         into<&Camera::night, parseSwitch>},
+        {"noise", "FACTOR", "on the noise of the focus statistics; 0 is none, 1 the default",
+         "is no factor from 0 to 100", into<&Camera::noise, parseNoise>},
+        {"frame-rate", "HERTZ", "frames a second; 25 unless given",
+         "is no frame rate from 5 to 120 Hz", into<&Camera::frameRateHz, parseFrameRate>},
+        {"gaussian", "", "blur without the disc's side lobes", neither,
+         into<&Camera::gaussianBlur, parseSwitch>},
+        {"built-in-curves", "", "a unit whose curves are exactly the library's built-in ones",
+         neither, into<&Camera::builtInCurves, parseSwitch>},
+        {"zoom-start", "POSITION", "true zoom position at power-on; from the seed unless given",
+         startRange, into<&Camera::zoomStart, parsePosition>},
+        {"focus-start", "POSITION", "true focus position at power-on; from the seed unless given",
+         startRange, into<&Camera::focusStart, parsePosition>},
+        {"ties", "NUMBER",
+         "seed of the lots that say who goes on first of threads due at one instant; 0, the "
+         "default, is in order of their start",
+         seedRange, into<&Camera::tieSeed, parseWhole>},
+        {"vcd", "FILE", "draw the trace as a waveform (VCD) into this file", "",
+         into<&Camera::vcdFile, parseText>},
+        {"trace", "FILE", "where the trace goes", "", into<&Camera::traceFile, parseText>},
+        {"console", "FILE", "where what is printed goes; - is standard output", "",
+         into<&Camera::consoleFile, parseText>},
+        {"serial", "PATH", "whose opening gives the serial port; /dev/virtual-serial unless given",
+         "", into<&Camera::serialPath, parseText>},
+        {"scratch", "FOLDER",
+         "stands in for /tmp/af... and /mnt/flash/...; one that goes at the end unless given", "",
+         into<&Camera::scratch, parseText>},
+    };
+}
+
+const std::vector<Option> &allOptions() {
+    static const std::vector<Option> table = makeTable();
+    return table;
+}
+
+bool isSwitch(const Option &option) {
+    return option.takes.empty();
+}
+
+std::string takeOption(const Option &option, const std::string &text, CameraOptions &options) {
+    const std::string value = text.empty() ? "nothing" : text;
+    return option.take(text, options) ? "" : value + " " + option.complaint;
+}
+
+} // namespace vcam
