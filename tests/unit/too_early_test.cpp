@@ -5,8 +5,8 @@
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
 
-#include "af_lens/motion/home_search.h"
 #include "af_lens/motion/counted_move.h"
+#include "af_lens/motion/home_search.h"
 #include "af_lens/motion/motors.h"
 #include "af_lens/motion/steps.h"
 

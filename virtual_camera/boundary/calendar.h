@@ -1,7 +1,7 @@
 // Between virtual microseconds since power-on and the times that POSIX calls take and give.
 #pragma once
 
-#include "clock/virtual_clock.h"
+#include <cstdint>
 
 #include <ctime>
 #include <sys/time.h>

@@ -5,6 +5,7 @@
 #include "clock/next_call.h"
 #include "clock/scheduler.h"
 #include "clock/thread_table.h"
+#include "clock/virtual_clock.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -4,6 +4,7 @@
 #include "clock/pace.h"
 #include "clock/thread_table.h"
 #include "clock/trace.h"
+#include "clock/virtual_clock.h"
 #include "clock/watchdog.h"
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 // virtual_clock.h. Every function but startClock is called by the thread that holds the baton.
 #pragma once
 
-#include "clock/virtual_clock.h"
+#include <cstdint>
 
 #include <pthread.h>
 

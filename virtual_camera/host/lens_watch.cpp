@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "autofocus/lens_state.h"
+#include "autofocus/mailbox.h"
+#include "autofocus/statistics.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
 #include "devices/driver_chip.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "autofocus_service.h"
+#include "autofocus/types.h"
 
 namespace vcam {
 

@@ -12,6 +12,7 @@
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "optics/scene.h"
+#include "optics/zone_spectra.h"
 #include "optics/zone_values.h"
 
 // The program exports these calls to the library, which is loaded beside it.

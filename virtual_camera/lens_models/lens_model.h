@@ -2,11 +2,11 @@
 // the photo-interrupters are wired, where the lens is in focus.
 #pragma once
 
+#include "lens_models/curve_table.h"
+
 #include <string>
 
 namespace vcam {
-
-struct CurveTable;
 
 /// Position of the mechanical wide or near end, in steps.
 constexpr int kTravelStart = 10000;

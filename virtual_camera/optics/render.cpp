@@ -13,6 +13,7 @@
 #include "optics/lens_curves.h"
 #include "optics/optical_model.h"
 #include "optics/scene.h"
+#include "optics/scene_sample.h"
 #include "optics/scene_view.h"
 
 namespace vcam {

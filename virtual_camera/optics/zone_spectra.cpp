@@ -7,6 +7,7 @@
 #include <complex>
 
 #include "optics/optical_model.h"
+#include "optics/scene_sample.h"
 #include "optics/scene_view.h"
 
 namespace vcam {

@@ -3,8 +3,10 @@
 #include "boundary/signal_calls.h"
 #include "clock/next_call.h"
 #include "clock/scheduler.h"
+#include "clock/virtual_clock.h"
 #include "devices/serial_port.h"
 #include "optics/scene.h"
+#include "preload/script.h"
 
 #include <algorithm>
 #include <csignal>

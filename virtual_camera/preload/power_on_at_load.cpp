@@ -3,6 +3,7 @@
 // Only in a program that has the library loaded: a shell or another tool between the environment
 // and the host is left alone.
 #include "camera.h"
+#include "camera_options.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
