@@ -12,7 +12,13 @@
 #include <sstream>
 #include <unistd.h>
 
-#include "autofocus_service.h"
+#include "autofocus/focus_lines.h"
+#include "autofocus/mailbox.h"
+#include "autofocus/serial_protocol.h"
+#include "autofocus/settings.h"
+#include "autofocus/statistics.h"
+#include "autofocus/types.h"
+#include "platform/shared_word.h"
 
 #include "af_interface/statistics/zone_reduction.h"
 #include "af_lens/model/lens_state.h"
@@ -21,28 +27,14 @@
 #include "af_lens/motion/zoom_tracking.h"
 #include "af_ms419xx/registers.h"
 #include "af_ms419xx/vd_timing.h"
+#include "host/controller_frames.h"
 #include "platform/isp.h"
-#include "sony/framing.h"
+#include "unit/built_lens.h"
 
 namespace {
 
+constexpr int kUsualSensor = 2;
 Lens_ShaPos_ST record;
-
-/// The lens model as start-up builds it, without a host.
-void buildLens() {
-    g_LensType = LENS_B;
-    g_SensType = 2;
-    Lens_Init_GlobalVariable();
-    Lens_Init_ZoomStep();
-    Lens_Init_OSDMultiple(kFewestRatios);
-    buildRatioMaps();
-    Lens_Init_FLineInfo();
-    Lens_Init_2MFocusLine();
-    Lens_Init_Interpolation();
-    Lens_Set_FocusStep();
-    g_FLineFlag = 0;
-    g_ShaPosInfo = &record;
-}
 
 constexpr unsigned kInnerPoints = kTelePoint - 1;
 unsigned innerPoints[kInnerPoints]; // every quarter point between the ends of the grid
@@ -128,26 +120,26 @@ void mapFocusPosition(benchmark::State &state) {
 
 // ---- The serial protocol: a frame cut, understood and answered, one real write included ----
 
-void answer(benchmark::State &state, unsigned char inquiry) {
+void answer(benchmark::State &state, vcam::Bytes frame) {
     const int sink = open("/dev/null", O_WRONLY | O_CLOEXEC);
     InitUsartFd(sink);
+    const int length = static_cast<int>(frame.size());
     for (auto _ : state) {
-        unsigned char frame[] = {0x81, 0x09, 0x04, inquiry, 0xFF};
         int type = 0;
         benchmark::DoNotOptimize(
-            CheckVISCACmd(reinterpret_cast<char *>(frame), sizeof frame, &type));
-        benchmark::DoNotOptimize(SonyViscaProcess(frame, sizeof frame));
+            CheckVISCACmd(reinterpret_cast<char *>(frame.data()), length, &type));
+        benchmark::DoNotOptimize(SonyViscaProcess(frame.data(), length));
     }
     InitUsartFd(-1);
     close(sink);
 }
 
 void answerFocusModeInquiry(benchmark::State &state) {
-    answer(state, 0x38);
+    answer(state, vcam::kAskFocusMode);
 }
 
 void answerZoomPositionInquiryWithItsMessage(benchmark::State &state) {
-    answer(state, 0x47);
+    answer(state, vcam::kAskZoom);
 }
 
 // ---- What is measured, and the least that it must do ----
@@ -216,7 +208,8 @@ int main(int argc, char **argv) {
     const int standardOutput = dup(STDOUT_FILENO);
     if (freopen("/dev/null", "w", stdout) == nullptr)
         return 1;
-    buildLens();
+    buildLens(kUsualSensor);
+    g_ShaPosInfo = &record;
     listInnerPoints();
     std::ostringstream report;
     std::ostringstream context; // of the machine; and that Debian's package is no release build

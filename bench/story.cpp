@@ -7,10 +7,12 @@
 #include <unistd.h>
 #include <vector>
 
-#include "autofocus_service.h"
+#include "autofocus.h"
+#include "autofocus/lens_state.h"
 #include "camera.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
+#include "host/controller_frames.h"
 #include "host/lens_watch.h"
 #include "host/memory_host.h"
 
@@ -52,18 +54,18 @@ static void waitUntil(const std::function<bool()> &isDone, const char *what) {
         giveUp(what);
 }
 
-static void zoomTo(const std::vector<uint8_t> &command, unsigned limit) {
+static void zoomTo(const vcam::Bytes &command, unsigned limit) {
     vcam::controllerSends(command);
     waitUntil([&] { return vcam::truePosition(vcam::Axis::Zoom) == static_cast<int>(limit); },
               "the zoom never arrives");
 }
 
 void zoomToTele() {
-    zoomTo({0x81, 0x01, 0x04, 0x07, 0x27, 0xFF}, ZM_Tele_Limit);
+    zoomTo(vcam::kViscaTele, ZM_Tele_Limit);
 }
 
 void zoomToWide() {
-    zoomTo({0x81, 0x01, 0x04, 0x07, 0x37, 0xFF}, ZM_Wide_Limit);
+    zoomTo(vcam::kViscaWide, ZM_Wide_Limit);
 }
 
 void awaitFocus() {

@@ -16,6 +16,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "camera_options.h"
 #include "story.h"
 
 #include "camera.h"

@@ -6,11 +6,15 @@
 #include <cstring>
 #include <fstream>
 
-#include "autofocus_service.h"
+#include "autofocus.h"
+#include "autofocus/focus_lines.h"
+#include "autofocus/lens_state.h"
+#include "autofocus/mailbox.h"
+#include "autofocus/types.h"
 #include "close_whole.h"
-#include "controller_frames.h"
 #include "devices/lens.h"
 #include "file_store.h"
+#include "host/controller_frames.h"
 #include "optics/lens_curves.h"
 #include "plot.h"
 #include "power_cycle.h"
@@ -46,8 +50,8 @@ struct PowerOn {
 
 // ---- Zooming, and how well the focus follows ----
 
-static TrackingFigures measureTracking(Stage &stage, const std::string &name, const Bytes &frame,
-                                       unsigned limit) {
+static TrackingFigures measureTracking(Stage &stage, const std::string &name,
+                                       const vcam::Bytes &frame, unsigned limit) {
     stage.send("controller: " + name, frame);
     const size_t first = stage.samples().size();
     stage.advanceUntil("zooming " + name, kZoomLimitS, [limit] {
@@ -66,8 +70,8 @@ static TrackingFigures measureTracking(Stage &stage, const std::string &name, co
 }
 
 static void zoomBothWays(Stage &stage, PowerOn *result) {
-    result->tele = measureTracking(stage, "tele", kViscaTele, ZM_Tele_Limit);
-    result->wide = measureTracking(stage, "wide", kViscaWide, ZM_Wide_Limit);
+    result->tele = measureTracking(stage, "tele", vcam::kViscaTele, ZM_Tele_Limit);
+    result->wide = measureTracking(stage, "wide", vcam::kViscaWide, ZM_Wide_Limit);
 }
 
 // ---- The measurement ----

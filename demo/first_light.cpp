@@ -4,11 +4,12 @@
 #include <csignal>
 #include <cstdio>
 
-#include "autofocus_service.h"
-#include "clock/virtual_clock.h"
-#include "controller_frames.h"
+#include "autofocus/lens_state.h"
+#include "autofocus/mailbox.h"
+#include "autofocus/types.h"
 #include "devices/lens.h"
 #include "devices/serial_port.h"
+#include "host/controller_frames.h"
 #include "isp/isp.h"
 #include "optics/lens_curves.h"
 #include "optics/render.h"
@@ -38,7 +39,7 @@ static RunSpan watchRun(Stage &stage, const std::string &name) {
 }
 
 static void zoomToTele(Stage &stage) {
-    stage.hold("tele", kViscaTele, kHoldUs, kViscaZoomStop);
+    stage.hold("tele", vcam::kViscaTele, kHoldUs, vcam::kViscaZoomStop);
     stage.advanceUntil("zoom stops", kRunLimitS,
                        [] { return !vcam::isMotorRunning(vcam::Axis::Zoom); });
     stage.report("zoom stopped, the focus has followed");
@@ -76,7 +77,7 @@ static RunSpan moveObject(Stage &stage) {
 }
 
 static void zoomToWide(Stage &stage) {
-    stage.send("controller: wide", kViscaWide);
+    stage.send("controller: wide", vcam::kViscaWide);
     stage.advanceUntil("zooming wide", kRunLimitS, [] {
         return vcam::truePosition(vcam::Axis::Zoom) == static_cast<int>(ZM_Wide_Limit);
     });
@@ -93,9 +94,10 @@ static unsigned expectedFocus16() {
 }
 
 static void askInquiries(Stage &stage) {
-    stage.inquire("zoom position?", kAskZoom, viscaPositionReply(0)); // the wide end is 0
-    stage.inquire("focus position?", kAskFocus, viscaPositionReply(expectedFocus16()));
-    stage.inquire("focus mode?", kAskFocusMode, {0x90, 0x50, 0x02, 0xFF});
+    stage.inquire("zoom position?", vcam::kAskZoom,
+                  vcam::viscaPositionReply(0)); // the wide end is 0
+    stage.inquire("focus position?", vcam::kAskFocus, vcam::viscaPositionReply(expectedFocus16()));
+    stage.inquire("focus mode?", vcam::kAskFocusMode, {0x90, 0x50, 0x02, 0xFF});
 }
 
 // ---- What people would rather look at ----

@@ -3,10 +3,12 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "autofocus_service.h"
-#include "controller_frames.h"
+#include "autofocus.h"
+#include "autofocus/mailbox.h"
+#include "autofocus/types.h"
 #include "devices/lens.h"
 #include "file_store.h"
+#include "host/controller_frames.h"
 #include "isp/isp.h"
 #include "power_cycle.h"
 #include "stage.h"
@@ -59,7 +61,7 @@ static Place setPreset(Stage &stage, unsigned char number, const char *name) {
 
 // A direct zoom to a preset's zoom position recalls the preset, focus included.
 static void recall(Stage &stage, const Place &place, const char *name) {
-    stage.send("controller: direct zoom (VISCA)", viscaDirectZoom(place.zoom16));
+    stage.send("controller: direct zoom (VISCA)", vcam::viscaDirectZoom(place.zoom16));
     stage.advanceUs(kLetStartUs);
     const int64_t frames = vcam::frameCount();
     stage.advanceUntilIdle("going there", kMoveLimitS);
@@ -70,7 +72,7 @@ static void recall(Stage &stage, const Place &place, const char *name) {
 }
 
 static void zoomDirectly(Stage &stage) {
-    stage.send("controller: direct zoom (VISCA)", viscaDirectZoom(kDirectTarget));
+    stage.send("controller: direct zoom (VISCA)", vcam::viscaDirectZoom(kDirectTarget));
     stage.advanceUs(kLetStartUs);
     stage.awaitRun("direct zoom and autofocus");
     stage.check(placeNow().zoom16 >= kDirectTarget, "the request is rounded up to a quarter point");
@@ -93,16 +95,16 @@ static int playFirstPowerOn(const vcam::CameraOptions &options, const std::strin
                             PowerOn *left) {
     Stage stage(options, out, "_first");
     stage.boot();
-    stage.hold("tele (Pelco-D)", kPelcoTele, kTeleUs, kPelcoStop);
+    stage.hold("tele (Pelco-D)", vcam::kPelcoTele, kTeleUs, vcam::kPelcoStop);
     stage.awaitRun("autofocus at the gate");
     left->gate = setPreset(stage, kGate, "gate");
-    stage.hold("wide (VISCA)", kViscaWide, kWideUs, kViscaZoomStop);
+    stage.hold("wide (VISCA)", vcam::kViscaWide, kWideUs, vcam::kViscaZoomStop);
     stage.awaitRun("autofocus at the yard");
     left->yard = setPreset(stage, kYard, "yard");
     zoomDirectly(stage);
     recall(stage, left->gate, "gate");
     clearPreset(stage, kGate);
-    stage.hold("wide (Pelco-D)", kPelcoWide, kShortWideUs, kPelcoStop);
+    stage.hold("wide (Pelco-D)", vcam::kPelcoWide, kShortWideUs, vcam::kPelcoStop);
     stage.awaitRun("autofocus after the zoom");
     left->last = placeNow();
     return stage.giveVerdict();

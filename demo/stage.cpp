@@ -7,7 +7,9 @@
 #include <cstring>
 #include <filesystem>
 
-#include "autofocus_service.h"
+#include "autofocus.h"
+#include "autofocus/lens_state.h"
+#include "autofocus/settings.h"
 #include "camera.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"

@@ -9,8 +9,8 @@
 #include "scenario/scenario.h"
 
 #include "boundary/faults.h"
-#include "controller_frames.h"
 #include "devices/lens.h"
+#include "host/controller_frames.h"
 #include "host/workers.h"
 #include "isp/isp.h"
 #include "platform/shared_word.h"
@@ -195,7 +195,7 @@ void playCell(const Move &move, const Fault &fault, int timing) {
             goToMiddle(move);
         arm(fault, timing);
     });
-    scenario::send(demo::kAskZoom);
+    scenario::send(vcam::kAskZoom);
     if (move.during != nullptr)
         move.during();
     // From a wrong home the picture may be out of reach, and the trigger would ask again and again.

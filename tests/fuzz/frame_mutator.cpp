@@ -1,6 +1,6 @@
 // Half of the mutations know what a frame is: they put a whole one in, end one, or mend a checksum,
 // which chance alone seldom does.
-#include "controller_frames.h"
+#include "host/controller_frames.h"
 
 #include <cstring>
 
@@ -10,7 +10,7 @@ namespace {
 
 constexpr size_t kPelcoLength = 7;
 
-size_t insertFrame(uint8_t *data, size_t size, size_t room, size_t at, const demo::Bytes &frame) {
+size_t insertFrame(uint8_t *data, size_t size, size_t room, size_t at, const vcam::Bytes &frame) {
     if (size + frame.size() > room)
         return size;
     memmove(data + at + frame.size(), data + at, size - at);
@@ -31,7 +31,7 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t roo
     const size_t at = size == 0 ? 0 : (seed >> 8) % size;
     switch (seed % 6) {
     case 0:
-        return insertFrame(data, size, room, at, demo::kFrames[(seed >> 4) % demo::kFrames.size()]);
+        return insertFrame(data, size, room, at, vcam::kFrames[(seed >> 4) % vcam::kFrames.size()]);
     case 1:
         if (size > 0)
             data[at] = 0xFF;

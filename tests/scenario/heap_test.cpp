@@ -2,6 +2,8 @@
 // allocations are none of its.
 #include "scenario.h"
 
+#include "host/controller_frames.h"
+
 #include "boundary/library_imports.h"
 
 #include <cstdlib>
@@ -35,7 +37,7 @@ TEST(Heap, boot_moves_and_calibration_take_the_one_record) {
             passMs(3000);
             waitIdle(600);
         }
-        send({0x81, 0x09, 0x04, 0x47, 0xFF}); // zoom position?
+        send(vcam::kAskZoom); // zoom position?
         passMs(100);
         EXPECT_EQ(calls, 1);
         EXPECT_EQ(bytes, sizeof(Lens_ShaPos_ST));

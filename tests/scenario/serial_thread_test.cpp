@@ -4,14 +4,13 @@
 #include "boundary/faults.h"
 #include "clock/virtual_clock.h"
 #include "devices/serial_port.h"
+#include "host/controller_frames.h"
 #include "platform/shared_word.h"
 
 #include <cerrno>
 
 using namespace scenario;
-using Bytes = std::vector<uint8_t>;
-
-static const Bytes kTele = {0x81, 0x01, 0x04, 0x07, 0x27, 0xFF};
+using vcam::Bytes;
 
 /// Waits if need be until the lens-control thread looks into the mailbox no sooner than in 15 ms.
 static void avoidPoll() {
@@ -36,7 +35,7 @@ TEST(SerialThread, long_frames_are_read_whole_and_the_next_one_is_answered) {
         command(CMD_MFMODE);
         passMs(50); // a direct zoom lets its command be seen for so long
         replyTo({0x81, 0x01, 0x04, 0x73, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 0xFF});
-        EXPECT_EQ(replyTo({0x81, 0x09, 0x04, 0x47, 0xFF}), (Bytes{0x90, 0x50, 0, 0, 0, 0, 0xFF}));
+        EXPECT_EQ(replyTo(vcam::kAskZoom), (Bytes{0x90, 0x50, 0, 0, 0, 0, 0xFF}));
     });
 }
 
@@ -54,7 +53,7 @@ TEST(SerialThread, rejected_bytes_are_dumped_and_their_rest_begins_the_next_fram
             EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_MFMODE));
         }
         avoidPoll();
-        replyTo({0xFF, 0x01, 0x00, 0x20, 0x00, 0x00, 0x21}); // its 0xFF could end the last one
+        replyTo(vcam::kPelcoTele); // its 0xFF could end the last one
         EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_TELE));
     });
 }
@@ -62,18 +61,18 @@ TEST(SerialThread, rejected_bytes_are_dumped_and_their_rest_begins_the_next_fram
 TEST(SerialThread, frame_in_pieces_is_obeyed_with_its_last_byte_and_a_failing_read_costs_10_ms) {
     run([] {
         startParked();
-        for (size_t i = 0; i + 1 < kTele.size(); ++i) {
-            send({kTele[i]});
+        for (size_t i = 0; i + 1 < vcam::kViscaTele.size(); ++i) {
+            send({vcam::kViscaTele[i]});
             passMs(3700); // longer than select waits
         }
         EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_MFMODE));
         avoidPoll();
-        EXPECT_EQ(replyTo({kTele.back()}), Bytes());
+        EXPECT_EQ(replyTo({vcam::kViscaTele.back()}), Bytes());
         EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_TELE));
         command(CMD_MFMODE);
         avoidPoll();
         vcam::failCalls("read", "serial", 1, EIO, 1); // in the frame's middle
-        send(kTele);
+        send(vcam::kViscaTele);
         passMs(10);
         EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_MFMODE));
         passMs(1);
@@ -86,7 +85,7 @@ TEST(SerialThread, hung_up_line_is_looked_at_every_10_ms_in_a_frame_and_less_and
         run([&] {
             startParked();
             const int64_t hungUpUs = vcam::nowUs();
-            send(Bytes(kTele.begin(), kTele.begin() + int(length)));
+            send(Bytes(vcam::kViscaTele.begin(), vcam::kViscaTele.begin() + int(length)));
             vcam::hangUpSerial();
             std::vector<int64_t> due = {hungUpUs};
             for (int64_t pauseUs = 10000; due.back() + pauseUs < hungUpUs + 5000000;) {

@@ -6,8 +6,8 @@
 
 #include "clock/seeded_random.h"
 #include "clock/virtual_clock.h"
-#include "controller_frames.h"
 #include "devices/serial_port.h"
+#include "host/controller_frames.h"
 #include "host/workers.h"
 #include "isp/isp.h"
 #include "optics/scene.h"
@@ -84,9 +84,9 @@ const Acts kMailboxActs = {{1, writeMailbox}};
 
 // ---- The controller
 
-const demo::Bytes &drawFrame(SeededRandom &random) {
-    const int last = static_cast<int>(demo::kFrames.size()) - 1;
-    return demo::kFrames[static_cast<size_t>(random.drawBetween(0, last))];
+const vcam::Bytes &drawFrame(SeededRandom &random) {
+    const int last = static_cast<int>(vcam::kFrames.size()) - 1;
+    return vcam::kFrames[static_cast<size_t>(random.drawBetween(0, last))];
 }
 
 void sendFrame(SeededRandom &random) {
@@ -94,12 +94,12 @@ void sendFrame(SeededRandom &random) {
 }
 
 void sendDirectZoom(SeededRandom &random) {
-    scenario::send(demo::viscaDirectZoom(static_cast<unsigned>(random.drawBetween(0, 0xFFFF))));
+    scenario::send(vcam::viscaDirectZoom(static_cast<unsigned>(random.drawBetween(0, 0xFFFF))));
 }
 
 /// A frame with a byte changed or its end missing: what follows is read at the wrong place.
 void sendDamaged(SeededRandom &random) {
-    demo::Bytes frame = drawFrame(random);
+    vcam::Bytes frame = drawFrame(random);
     const auto at = static_cast<size_t>(random.drawBetween(0, static_cast<int>(frame.size()) - 1));
     if (random.drawBetween(0, 1) == 0)
         frame[at] = static_cast<uint8_t>(random.drawBits());
@@ -171,12 +171,12 @@ void *actAtRandom(void *argument) {
 void expectAnswer() {
     vcam::cameraSent();
     for (int i = 0; i < 16; ++i) {
-        demo::Bytes shifted = demo::kAskZoom;
+        vcam::Bytes shifted = vcam::kAskZoom;
         shifted.push_back(0xFF);
         scenario::send(shifted);
         scenario::passMs(100);
     }
-    const demo::Bytes sent = vcam::cameraSent();
+    const vcam::Bytes sent = vcam::cameraSent();
     ASSERT_GE(sent.size(), 7u) << "no answer to an inquiry";
     EXPECT_EQ(sent[0], 0x90);
     EXPECT_EQ(sent[1], 0x50);

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "scenario/scenario.h"
+#include "unit/built_lens.h"
 
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/zoom_grid.h"
@@ -25,23 +26,6 @@ template <class Act> std::string printedBy(Act act) {
     testing::internal::CaptureStdout();
     act();
     return withoutLineNumbers(testing::internal::GetCapturedStdout());
-}
-
-/// Geometry, grid, built-in focus lines and the maps of 18 ratios; the lens stands parked.
-inline void buildLens(int sensor) {
-    g_LensType = LENS_B;
-    g_SensType = sensor;
-    Lens_Init_GlobalVariable();
-    Lens_Init_ZoomStep();
-    Lens_Init_OSDMultiple(kFewestRatios);
-    buildRatioMaps();
-    g_FLineInfo = {};
-    Lens_Init_FLineInfo();
-    Lens_Init_2MFocusLine();
-    Lens_Init_Interpolation();
-    Lens_Set_FocusStep();
-    g_FLineFlag = 0;
-    setPosition(ZM_Wide_Limit, g_FLineInfo.tagPosition[0][0]);
 }
 
 /// Zoom position of a quarter point, 0 to 60.

@@ -1,6 +1,8 @@
 // Frames from a controller: how long they are, both command sets, the replies.
 #include "fixtures.h"
 
+#include "host/controller_frames.h"
+
 #include "clock/virtual_clock.h"
 
 #include <fcntl.h>
@@ -137,7 +139,7 @@ TEST_F(SerialCommands, every_parameter_of_every_visca_command_does_its_own_and_g
 TEST_F(SerialCommands, icr_command_is_ignored_while_the_host_is_not_in_control) {
     for (const int type : {TYPE_AUTO, TYPE_DAY, TYPE_NIGHT, TYPE_OUTCONTROL}) {
         AF_Manager_Set_ICUTControlType_API(type);
-        EXPECT_EQ(visca({0x81, 0x01, 0x04, 0x01, 0x02, 0xFF}), 0);
+        EXPECT_EQ(visca(vcam::kViscaNight), 0);
         EXPECT_EQ(text.empty(), type != TYPE_OUTCONTROL) << type;
     }
 }
@@ -151,7 +153,7 @@ TEST_F(SerialCommands, inquiry_gets_0_before_there_is_a_position_or_nothing_if_n
         EXPECT_EQ(reply(), answer) << int(inquiry);
     }
     InitUsartFd(-1);
-    EXPECT_EQ(visca({0x81, 0x09, 0x04, 0x38, 0xFF}), -1);
+    EXPECT_EQ(visca(vcam::kAskFocusMode), -1);
     EXPECT_EQ(text, "__SonyViscaProcess__write sendBuf failure__\n");
 }
 

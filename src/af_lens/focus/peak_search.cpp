@@ -6,6 +6,7 @@
 #include "af_lens/motion/motors.h"
 #include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus/calibration.h" // IWYU pragma: keep (it exports what is defined here)
 #include "autofocus/moves.h"
 #include "platform/trace.h"
 

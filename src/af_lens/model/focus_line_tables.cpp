@@ -1,5 +1,7 @@
 #include "af_lens/model/focus_line_tables.h"
 
+#include "autofocus/focus_lines.h" // IWYU pragma: keep (it exports what is defined here)
+
 // clang-format off
 
 // Focus positions in motor steps. Groups: measured units in the order of their infinity focus at

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace demo {
+namespace vcam {
 
 using Bytes = std::vector<uint8_t>;
 
@@ -70,4 +70,4 @@ inline const std::vector<Bytes> kFrames = {
     kPelcoStop,
 };
 
-} // namespace demo
+} // namespace vcam
