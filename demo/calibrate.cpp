@@ -16,6 +16,7 @@
 #include "file_store.h"
 #include "host/controller_frames.h"
 #include "optics/lens_curves.h"
+#include "optics/scene.h"
 #include "plot.h"
 #include "power_cycle.h"
 #include "stage.h"
@@ -76,23 +77,38 @@ static void zoomBothWays(Stage &stage, PowerOn *result) {
 
 // ---- The measurement ----
 
-// The lens rests at a zoom point while it searches, and goes to the position it found on its way to
-// the next one: that is where its progress shows.
+static int countMeasured(unsigned *last) {
+    int count = 0;
+    for (const auto &row : g_FLineInfo.tagPosition) {
+        for (const unsigned focus : row) {
+            count += focus != 0 ? 1 : 0;
+            *last = focus != 0 ? focus : *last;
+        }
+    }
+    return count;
+}
+
+// The library empties its table before it begins and enters point after point.
 static void watchMeasurement(Stage &stage) {
-    int point = 0;
-    int restingZoom = vcam::truePosition(Axis::Zoom);
+    fprintf(
+        stdout,
+        "%9s  Home first, then %d zoom points from wide to tele. At each the focus runs past its\n"
+        "%9s  peak and back, so the error column swings; what counts is what was found.\n",
+        "", kMeasuredPoints, "");
+    int measured = kGridPoints;
+    stage.enterPhase("measuring");
     stage.advanceUntil("measuring the curve", kMeasuringLimitS, [&] {
-        const int zoom = vcam::truePosition(Axis::Zoom);
-        const bool isResting = !vcam::isMotorRunning(Axis::Zoom);
-        const bool isNextPoint = isResting && zoom > restingZoom && point < kMeasuredPoints - 1;
-        if (isNextPoint) {
+        unsigned found = 0;
+        const int count = countMeasured(&found);
+        if (count > measured && count <= kMeasuredPoints) {
+            const double zoom = ZM_Step_Local; // still the point's: it changes after the move
             char text[96];
-            snprintf(text, sizeof text, "zoom point %d of %d: in focus at %d", ++point,
-                     kMeasuredPoints, vcam::truePosition(Axis::Focus));
+            snprintf(text, sizeof text, "zoom point %d of %d: found %u, true %.0f", count,
+                     kMeasuredPoints, found,
+                     vcam::inFocusPositionAt(zoom, 1 / vcam::objectDistanceM()));
             stage.report(text);
         }
-        if (isResting)
-            restingZoom = zoom;
+        measured = count;
         return Lens_Get_Command() == CMD_NONE;
     });
     stage.report("curve measured and handed to the host");
@@ -156,9 +172,9 @@ static bool compareCurves(const vcam::CameraOptions &options, const std::string 
         return isWritten(false, out + "/curve.txt");
     fprintf(table, "%6s %8s %10s %12s %16s\n", "zoom", "found", "true", "error steps",
             "error half dof");
-    PlotSeries error = {"found - true", "#1565c0", {}, true};
-    PlotSeries foundLine = {"found", "#1565c0", {}, false};
-    PlotSeries trueLine = {"true", "#c62828", {}, false};
+    PlotSeries error = {"found - true", kBlue, {}, PlotStyle::Dots};
+    PlotSeries foundLine = {"found, in steps of 2 (the fine pass's)", kBlue, {}, PlotStyle::Dots};
+    PlotSeries trueLine = {"true", kYellow, {}, PlotStyle::WideLine};
     double worst = 0;
     for (int point = 0; point < kGridPoints; ++point) {
         const double zoom = zoomOfPoint(grid, point);
@@ -174,10 +190,12 @@ static bool compareCurves(const vcam::CameraOptions &options, const std::string 
     }
     const bool isTableWhole = isWritten(closeWhole(table), out + "/curve.txt");
     const bool isPlotWhole = isWritten(
-        writePlot(out + "/curve.svg", "The unit's infinity curve, found and true",
-                  "zoom position (motor steps)",
-                  {{"offset from the built-in curve (steps)", {trueLine, foundLine}, {}, {}},
-                   {"error (half depths of focus)", {error}, {}, {}}}),
+        writePlot(out + "/curve.svg",
+                  {"The unit's infinity curve, found and true",
+                   "zoom position (motor steps)",
+                   {{"offset from the built-in curve (motor steps)", {trueLine, foundLine}, {}},
+                    {"error (half depths of focus)", {error}, {}, kInFocusHalfDepths}},
+                   {}}),
         out + "/curve.svg");
     fprintf(stdout,
             "\nThe curve at %d grid points (in %s/curve.txt and curve.svg): worst error "

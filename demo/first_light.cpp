@@ -22,6 +22,7 @@ namespace demo {
 static constexpr double kRunLimitS = 60;
 static constexpr int64_t kHoldUs = 2000000;
 static constexpr double kNearObjectM = 3;
+static constexpr double kMostShown = 10; // half depths; sharp is below 1
 
 namespace {
 /// The frames and samples that one autofocus run took.
@@ -39,7 +40,7 @@ static RunSpan watchRun(Stage &stage, const std::string &name) {
 }
 
 static void zoomToTele(Stage &stage) {
-    stage.hold("tele", vcam::kViscaTele, kHoldUs, vcam::kViscaZoomStop);
+    stage.hold("zoom tele", vcam::kViscaTele, kHoldUs, vcam::kViscaZoomStop);
     stage.advanceUntil("zoom stops", kRunLimitS,
                        [] { return !vcam::isMotorRunning(vcam::Axis::Zoom); });
     stage.report("zoom stopped, the focus has followed");
@@ -65,6 +66,7 @@ static RunSpan moveObject(Stage &stage) {
     const double fromM = vcam::objectDistanceM();
     const double toM = fromM > 2 * kNearObjectM ? kNearObjectM : HUGE_VAL;
     vcam::setObjectDistanceM(toM);
+    stage.enterPhase("object moves");
     stage.report("the object moves from " + spellDistance(fromM) + " to " + spellDistance(toM));
     const int64_t frames = vcam::frameCount();
     stage.advanceUntil("refocus trigger", kRunLimitS, isTriggerFired);
@@ -73,10 +75,13 @@ static RunSpan moveObject(Stage &stage) {
     photograph(stage, "before_autofocus.png");
     const RunSpan span = watchRun(stage, "refocus");
     photograph(stage, "after_autofocus.png");
+    stage.checkWritten(vcam::writeWholeScenePng((stage.folder() + "/scene.png").c_str()),
+                       "scene.png");
     return span;
 }
 
 static void zoomToWide(Stage &stage) {
+    stage.enterPhase("zoom wide");
     stage.send("controller: wide", vcam::kViscaWide);
     stage.advanceUntil("zooming wide", kRunLimitS, [] {
         return vcam::truePosition(vcam::Axis::Zoom) == static_cast<int>(ZM_Wide_Limit);
@@ -102,46 +107,77 @@ static void askInquiries(Stage &stage) {
 
 // ---- What people would rather look at ----
 
-static void plotRun(Stage &stage, const RunSpan &span) {
-    PlotSeries series = {"one sample a frame", "#1565c0", {}, true};
-    for (size_t i = span.firstSample; i < span.lastSample; ++i) {
-        const Sample &sample = stage.samples()[i];
-        series.points.push_back({static_cast<double>(sample.focus), sample.focusValue});
+// The samples of a run, cut where the focus turns: a series a pass.
+static std::vector<PlotSeries> splitIntoPasses(const Stage &stage, const RunSpan &span) {
+    std::vector<PlotSeries> passes;
+    for (size_t i = span.firstSample + 1; i < span.lastSample; ++i) {
+        const Sample &from = stage.samples()[i - 1];
+        const Sample &to = stage.samples()[i];
+        if (from.focus == to.focus)
+            continue;
+        const bool isFar = to.focus > from.focus;
+        const char *const label = isFar ? "toward far" : "toward near";
+        if (passes.empty() || passes.back().label != label)
+            passes.push_back({label,
+                              isFar ? kBlue : kOrange,
+                              {{static_cast<double>(from.focus), from.focusValue}},
+                              PlotStyle::Arrows});
+        passes.back().points.push_back({static_cast<double>(to.focus), to.focusValue});
     }
-    PlotPanel panel = {"focus value (weighted, centre)", {series}, {}, {}};
-    panel.notesAt.push_back({vcam::inFocusPositionAt(stage.samples()[span.lastSample - 1].zoom,
-                                                     1 / vcam::objectDistanceM()),
-                             0});
-    panel.notes.push_back("true best focus");
+    return passes;
+}
+
+static void plotRun(Stage &stage, const RunSpan &span) {
+    const double best = vcam::inFocusPositionAt(stage.samples()[span.lastSample - 1].zoom,
+                                                1 / vcam::objectDistanceM());
     const char *const name = "focus_value_over_position.svg";
+    const std::string where = spellDistance(vcam::objectDistanceM());
     stage.checkWritten(
         writePlot(stage.folder() + "/" + name,
-                  "Refocus after the object has moved to " + spellDistance(vcam::objectDistanceM()),
-                  "focus position (motor steps)", {panel}),
+                  {"Refocus after the object has moved to " + where + ": a dot a frame",
+                   "focus position (motor steps)",
+                   {{"focus value (weighted, centre)",
+                     splitIntoPasses(stage, span),
+                     {{best, "true best focus"}}}},
+                   {}}),
         name);
 }
 
 template <typename Pick>
 static PlotSeries seriesOverTime(const Stage &stage, const char *label, const char *colour,
                                  Pick pick) {
-    PlotSeries series = {label, colour, {}, false};
+    PlotSeries series = {label, colour, {}, PlotStyle::Line};
     for (const Sample &sample : stage.samples())
         series.points.push_back({sample.timeS, static_cast<double>(pick(sample))});
     return series;
 }
 
+static std::vector<PlotPhase> listPhases(const Stage &stage) {
+    std::vector<PlotPhase> phases;
+    const std::vector<Phase> &all = stage.phases();
+    for (size_t i = 0; i < all.size(); ++i)
+        phases.push_back(
+            {all[i].fromS, i + 1 < all.size() ? all[i + 1].fromS : stage.timeS(), all[i].name});
+    return phases;
+}
+
 static void plotStory(Stage &stage) {
-    const auto zoom = seriesOverTime(stage, "zoom", "#2e7d32", [](auto &s) { return s.zoom; });
-    const auto focus = seriesOverTime(stage, "focus", "#c62828", [](auto &s) { return s.focus; });
-    const auto best =
-        seriesOverTime(stage, "best focus", "#f9a825", [](auto &s) { return s.inFocus; });
-    const auto value = seriesOverTime(stage, "", "#1565c0", [](auto &s) { return s.focusValue; });
+    const auto zoom = seriesOverTime(stage, "zoom", kGreen, [](auto &s) { return s.zoom; });
+    const auto focus = seriesOverTime(stage, "focus", kBlue, [](auto &s) { return s.focus; });
+    auto best = seriesOverTime(stage, "best focus", kYellow, [](auto &s) { return s.inFocus; });
+    best.style = PlotStyle::WideLine;
+    const auto error =
+        seriesOverTime(stage, "", kOrange, [](auto &s) { return s.errorHalfDepths; });
+    const auto value = seriesOverTime(stage, "", kBlue, [](auto &s) { return s.focusValue; });
     const char *const name = "story_over_time.svg";
-    stage.checkWritten(writePlot(stage.folder() + "/" + name, "From power-on to a sharp picture",
-                                 "virtual time (s)",
-                                 {{"zoom (motor steps)", {zoom}, {}, {}},
-                                  {"focus (motor steps)", {best, focus}, {}, {}},
-                                  {"focus value (centre)", {value}, {}, {}}}),
+    stage.checkWritten(writePlot(stage.folder() + "/" + name,
+                                 {"From power-on to a sharp picture",
+                                  "virtual time (s)",
+                                  {{"zoom (motor steps)", {zoom}, {}},
+                                   {"focus (motor steps)", {best, focus}, {}},
+                                   {"off focus (half depths, to 10)", {error}, {}, 1, kMostShown},
+                                   {"focus value (centre)", {value}, {}}},
+                                  listPhases(stage)}),
                        name);
 }
 
@@ -155,8 +191,9 @@ int playFirstLight(const vcam::CameraOptions &options, const std::string &outFol
     plotRun(stage, refocus);
     plotStory(stage);
     fprintf(stdout,
-            "\nin %s: before_autofocus.png, after_autofocus.png, "
-            "focus_value_over_position.svg, story_over_time.svg, trace.txt, console.txt\n",
+            "\nin %s: scene.png with the frame of the view, before_autofocus.png, "
+            "after_autofocus.png, focus_value_over_position.svg, story_over_time.svg, trace.txt, "
+            "console.txt\n",
             outFolder.c_str());
     return stage.giveVerdict();
 }
@@ -179,9 +216,13 @@ static std::string nameCommand(unsigned command) {
 int playLive(const vcam::CameraOptions &options, const std::string &outFolder) {
     std::signal(SIGINT, noteInterrupt);
     std::signal(SIGTERM, noteInterrupt);
+    fprintf(stdout, "Live: until Ctrl-C the camera stays on, at %g virtual seconds a second.\n\n",
+            options.pace);
     Stage stage(options, outFolder);
     stage.boot();
-    fprintf(stdout, "\nVISCA (camera 1) and Pelco-D (address 1) on %s; Ctrl-C ends\n\n",
+    fprintf(stdout,
+            "\nThe camera waits for you: VISCA (camera 1) and Pelco-D (address 1) on %s.\n"
+            "Ctrl-C ends it and gives the verdict. Without --pace a story plays by itself.\n\n",
             vcam::ptyName().c_str());
     fflush(stdout);
     unsigned shown = Lens_Get_Command();

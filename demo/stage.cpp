@@ -87,6 +87,10 @@ void Stage::report(const std::string &what) {
     fflush(stdout);
 }
 
+void Stage::enterPhase(const std::string &name) {
+    allPhases.push_back({timeS(), name});
+}
+
 void Stage::noteSample() {
     allSamples.push_back({timeS(), vcam::truePosition(Axis::Zoom), vcam::truePosition(Axis::Focus),
                           vcam::inFocusPosition(), vcam::focusValue(),
@@ -143,6 +147,7 @@ void Stage::inquire(const std::string &meaning, const std::vector<uint8_t> &byte
 
 void Stage::hold(const std::string &meaning, const std::vector<uint8_t> &start, int64_t us,
                  const std::vector<uint8_t> &stop) {
+    enterPhase(meaning);
     send("controller: " + meaning, start);
     advanceUs(us);
     send("controller: stop", stop);
@@ -151,6 +156,7 @@ void Stage::hold(const std::string &meaning, const std::vector<uint8_t> &start, 
 // ---- Steps that every story has ----
 
 void Stage::boot() {
+    enterPhase("finding home");
     advanceUntil("finding home", kBootLimitS, [] { return countSavedPositions() > 0; });
     report("home found, parked at wide / infinity");
     checkCountersTrue("after homing");
@@ -159,7 +165,9 @@ void Stage::boot() {
 
 void Stage::awaitRun(const std::string &name) {
     const int64_t frames = vcam::frameCount();
+    enterPhase("autofocus");
     advanceUntilIdle(name, kRunLimitS);
+    enterPhase("");
     report(name + " done, " + std::to_string(vcam::frameCount() - frames) + " frames");
     checkCountersTrue(name);
     checkSharp(name);

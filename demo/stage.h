@@ -14,6 +14,12 @@
 
 namespace demo {
 
+/// A stretch of the story.
+struct Phase {
+    double fromS;
+    std::string name;
+};
+
 /// What the observer notes once a frame.
 struct Sample {
     double timeS;
@@ -35,6 +41,9 @@ public:
 
     /// Wait for the autofocus run that is due, and judge it.
     void awaitRun(const std::string &name);
+
+    /// What happens from now on, for the plots; until the next phase.
+    void enterPhase(const std::string &name);
 
     /// Print a row of the timeline: what was asked or seen, where the lens is, what is believed.
     void report(const std::string &what);
@@ -73,6 +82,7 @@ public:
     int giveVerdict();
 
     const std::vector<Sample> &samples() const { return allSamples; }
+    const std::vector<Phase> &phases() const { return allPhases; }
     const std::string &folder() const { return out; }
     double timeS() const;
 
@@ -83,6 +93,7 @@ private:
     FileStore store;
     int64_t framePeriodUs;
     std::vector<Sample> allSamples;
+    std::vector<Phase> allPhases;
     int checksFailed = 0;
 };
 

@@ -24,6 +24,7 @@ expect() {
     fi
 }
 
+head -c 500 "$root/tests/scenario/pictures/quarters.jpg" >cut.jpg
 while IFS='|' read -r status text words; do
     read -ra words <<<"$words"
     expect "$status" "$text" "${words[@]}"
@@ -42,6 +43,7 @@ done <<END
 105|is neither 0 nor a pace|$bin/demo --pace nan
 105|1 is neither inf nor a distance|$bin/demo --distance 1
 0||$bin/demo --night --distance 2 --out night
+1|no PNG or JPEG picture that can be read whole|$bin/demo --picture cut.jpg
 109|nonsense|$bin/demo nonsense
 2|20-1 runs backward|$bin/storm 20-1
 105|abc|$bin/storm abc
@@ -61,6 +63,13 @@ for file in before_autofocus.png focus_value_over_position.svg trace.txt; do
 done
 grep -q 'VERDICT: BAD, 3 checks' said || { echo "a good verdict without files" && failed=1; }
 expect 1 "/dev/full: can't be written" "$bin/demo" --out vcd --vcd /dev/full
+
+# A picture without a detail shows an autofocus that fails, and whole beside the crop.
+base64 -d >flat.png <<'END'
+iVBORw0KGgoAAAANSUhEUgAAABAAAAAJCAIAAAC0SDtlAAAAEUlEQVR4nGNoIBEwjGoYFBoAGJ/YAfh07lQAAAAASUVORK5CYII=
+END
+expect 1 "" "$bin/demo" --picture flat.png --no-texture --out flat
+grep -q 'BAD.*sharp' said && [ -s flat/scene.png ] || { echo "a flat picture comes out sharp" && failed=1; }
 
 # A build folder that names other sources is made anew; one of this place stays.
 mkdir -p checkout/scripts checkout/build/one stub

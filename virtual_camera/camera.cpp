@@ -60,7 +60,8 @@ void powerOn(const CameraOptions &options) {
     powerOnSerialPort(options);
     require(reservePlaceholders(), "placeholder descriptors");
     if (!powerOnDevices(options)) {
-        fprintf(stderr, "%s: not a PNG or JPEG picture\n", options.picture.c_str());
+        fprintf(stderr, "%s: no PNG or JPEG picture that can be read whole\n",
+                options.picture.c_str());
         giveUp();
     }
     atexit([] { powerOff(); });

@@ -109,6 +109,8 @@ static std::vector<Option> makeTable() {
          "is no factor from 0 to 100", into<&Camera::noise, parseNoise>},
         {"frame-rate", "HERTZ", "frames a second; 25 unless given",
          "is no frame rate from 5 to 120 Hz", into<&Camera::frameRateHz, parseFrameRate>},
+        {"no-texture", "", "a picture without surface texture below its own pixels", neither,
+         into<&Camera::plainPicture, parseSwitch>},
         {"gaussian", "", "blur without the disc's side lobes", neither,
          into<&Camera::gaussianBlur, parseSwitch>},
         {"built-in-curves", "", "a unit whose curves are exactly the library's built-in ones",

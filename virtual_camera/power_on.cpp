@@ -15,7 +15,7 @@ namespace vcam {
 
 bool powerOnDevices(const CameraOptions &options) {
     powerOnScene(options);
-    if (!chooseScene(options.picture))
+    if (!chooseScene(options.picture, options.plainPicture))
         return false;
     powerOnLens(options);
     powerOnLensCurves(options);

@@ -36,5 +36,5 @@ TEST(Picture, what_is_no_picture_is_refused) {
     options.picture = "/proc/version";
     const Ending ending = runToEnd(options, [] { _exit(EXIT_SUCCESS); });
     EXPECT_EQ(ending.status, EXIT_FAILURE);
-    EXPECT_EQ(ending.said, "/proc/version: not a PNG or JPEG picture\n");
+    EXPECT_EQ(ending.said, "/proc/version: no PNG or JPEG picture that can be read whole\n");
 }

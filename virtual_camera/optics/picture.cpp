@@ -65,8 +65,9 @@ static bool decodeJpeg(FILE *file, PixelGrid &grid) {
         jpeg_read_scanlines(&state, &row, 1);
     }
     jpeg_finish_decompress(&state);
+    const bool isWhole = state.err->num_warnings == 0; // what is missing would be filled with grey
     jpeg_destroy_decompress(&state);
-    return true;
+    return isWhole;
 }
 
 static bool readJpeg(const std::string &path, PixelGrid &grid) {
@@ -123,7 +124,8 @@ static Rgb interpolate(const PixelGrid &grid, float x, float y) {
     return mixColours(upper, lower, y - static_cast<float>(row));
 }
 
-bool Picture::load(const std::string &path) {
+bool Picture::load(const std::string &path, bool isPlain) {
+    hasTexture = !isPlain;
     levels.clear();
     PixelGrid grid;
     if (!readPng(path, grid) && !readJpeg(path, grid))
@@ -147,7 +149,7 @@ Rgb Picture::sample(const SceneSample &at) const {
     const float x = at.x * scale + static_cast<float>(grid.width) / 2 - 0.5F;
     const float y = at.y * scale + static_cast<float>(grid.height) / 2 - 0.5F;
     const Rgb colour = interpolate(grid, x, y);
-    if (pixels >= 1)
+    if (pixels >= 1 || !hasTexture)
         return colour;
     const float texture =
         kSurfaceContrast * sampleSurface(at, static_cast<int>(std::ceil(pixelOctave)));

@@ -18,15 +18,17 @@ struct PixelGrid {
 
 class Picture {
 public:
-    /// False when the file is no PNG or JPEG that can be read.
-    bool load(const std::string &path);
+    /// False when the file is no PNG or JPEG that can be read whole. What is finer than its pixels
+    /// is surface texture, or with @p isPlain nothing.
+    bool load(const std::string &path, bool isPlain);
     bool isLoaded() const { return !levels.empty(); }
     Rgb sample(const SceneSample &at) const;
 
 private:
     std::vector<PixelGrid> levels; ///< Each half as wide as the one before.
-    float pixelsPerUnit = 0;       ///< Of the first level.
-    float pixelOctave = 0;         ///< log2(pixelsPerUnit).
+    bool hasTexture = true;
+    float pixelsPerUnit = 0; ///< Of the first level.
+    float pixelOctave = 0;   ///< log2(pixelsPerUnit).
 };
 
 } // namespace vcam

@@ -24,6 +24,8 @@ static constexpr int kHeight = kViewHeight / kReduction;
 static constexpr int kLargestRadius = 60;
 static constexpr int kChannels = 3;
 static constexpr float kFullScale = 255;
+static constexpr double kFrameWidth = 3; // pixels
+static constexpr Rgb kFrameColour = {0.94F, 0.77F, 0.1F};
 
 namespace {
 /// The focused view and a margin on all sides, as running sums along each row.
@@ -99,6 +101,10 @@ static uint8_t toByte(float value) {
     return static_cast<uint8_t>(std::lround(std::clamp(value, 0.0F, 1.0F) * kFullScale));
 }
 
+static void addPixel(std::vector<uint8_t> &rgb, Rgb colour) {
+    rgb.insert(rgb.end(), {toByte(colour.r), toByte(colour.g), toByte(colour.b)});
+}
+
 static bool writePng(const char *path, const std::vector<uint8_t> &rgb) {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -124,9 +130,32 @@ bool writeScenePng(const char *path) {
         for (int column = 0; column < kWidth; ++column) {
             const Rgb colour =
                 scaleColour(gatherDisc(canvas, spans, column + margin, row + margin), light);
-            rgb.insert(rgb.end(), {toByte(colour.r), toByte(colour.g), toByte(colour.b)});
+            addPixel(rgb, colour);
         }
     }
+    return writePng(path, rgb);
+}
+
+// ---- The whole scene
+
+/// Whether a pixel lies on the frame around the middle @p share of the picture.
+static bool isOnFrame(int column, int row, double share) {
+    const double x = std::fabs(column - kWidth / 2.0) - share * kWidth / 2;
+    const double y = std::fabs(row - kHeight / 2.0) - share * kHeight / 2;
+    const bool isInside = x <= kFrameWidth && y <= kFrameWidth;
+    return isInside && (x > 0 || y > 0);
+}
+
+bool writeWholeScenePng(const char *path) {
+    const Unobserved unobserved;
+    const double share = 1 / zoomFactorAt(truePosition(Axis::Zoom));
+    const ViewScale widest = scaleView(1);
+    std::vector<uint8_t> rgb;
+    rgb.reserve(static_cast<size_t>(kWidth) * kHeight * kChannels);
+    for (int row = 0; row < kHeight; ++row)
+        for (int column = 0; column < kWidth; ++column)
+            addPixel(rgb, isOnFrame(column, row, share) ? kFrameColour
+                                                        : paintPixel(column, row, widest));
     return writePng(path, rgb);
 }
 

@@ -23,10 +23,10 @@ Rgb sampleScene(const SceneSample &at) {
     return picture.isLoaded() ? picture.sample(at) : paintScene(at);
 }
 
-bool chooseScene(const std::string &picturePath) {
+bool chooseScene(const std::string &picturePath, bool isPlain) {
     Picture &picture = pictureInHand();
     picture = Picture{};
-    return picturePath.empty() || picture.load(picturePath);
+    return picturePath.empty() || picture.load(picturePath, isPlain);
 }
 
 } // namespace vcam

@@ -28,7 +28,8 @@ inline SceneSample placePixel(float column, float row, const ViewScale &scale) {
 /// Perfectly focused.
 Rgb sampleScene(const SceneSample &at);
 
-/// False when the file cannot be read; empty chooses the generated scene.
-bool chooseScene(const std::string &picturePath);
+/// False when the file cannot be read whole; empty chooses the generated scene. Below its own
+/// pixels a picture goes on as surface texture, unless it is @p isPlain.
+bool chooseScene(const std::string &picturePath, bool isPlain = false);
 
 } // namespace vcam
