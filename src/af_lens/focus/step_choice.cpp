@@ -4,7 +4,7 @@
 #include "autofocus/autofocus_run.h"
 #include "autofocus/statistics.h"
 
-#include <cmath>
+#include <math.h>
 
 static const unsigned int kWideRange = 480;
 static const unsigned int kMiddleRange = 120;
@@ -28,7 +28,7 @@ unsigned char Lens_Get_StepMax(unsigned int nLimit, unsigned int fLimit) {
 static int slopeSince(unsigned int reference, unsigned int now, int steps) {
     const int rise = static_cast<int>(now - reference);
     const float slope = static_cast<float>(rise) / static_cast<float>(steps);
-    return static_cast<int>(slope >= 0 ? std::ceil(slope) : std::floor(slope));
+    return static_cast<int>(slope >= 0 ? ceilf(slope) : floorf(slope));
 }
 
 // The sharper the sums rise, the nearer the peak is still ahead: full steps while the first sum's
