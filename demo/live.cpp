@@ -3,7 +3,6 @@
 #include <csignal>
 #include <cstdio>
 
-#include "autofocus/lens_state.h"
 #include "autofocus/mailbox.h"
 #include "autofocus/types.h"
 #include "devices/serial_port.h"
