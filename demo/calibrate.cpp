@@ -55,7 +55,7 @@ static TrackingFigures measureTracking(Stage &stage, const std::string &name,
                                        const vcam::Bytes &frame, unsigned limit) {
     stage.send("controller: " + name, frame);
     const size_t first = stage.samples().size();
-    stage.advanceUntil("zooming " + name, kZoomLimitS, [limit] {
+    const bool isThere = stage.advanceUntil("zooming " + name, kZoomLimitS, [limit] {
         return vcam::truePosition(Axis::Zoom) == static_cast<int>(limit);
     });
     TrackingFigures figures = {0, 0};
@@ -65,7 +65,8 @@ static TrackingFigures measureTracking(Stage &stage, const std::string &name,
         figures.mean += error / static_cast<double>(count);
         figures.worst = std::fmax(figures.worst, error);
     }
-    stage.report(name + " limit reached");
+    if (isThere)
+        stage.report(name + " limit reached");
     stage.awaitRun("autofocus at " + name);
     return figures;
 }
@@ -93,11 +94,12 @@ static void watchMeasurement(Stage &stage) {
     fprintf(
         stdout,
         "%9s  Home first, then %d zoom points from wide to tele. At each the focus runs past its\n"
-        "%9s  peak and back, so the error column swings; what counts is what was found.\n",
-        "", kMeasuredPoints, "");
+        "%9s  peak and back, and the zoom moves on before the row is printed, so the error column\n"
+        "%9s  swings; what counts is found against true.\n",
+        "", kMeasuredPoints, "", "");
     int measured = kGridPoints;
     stage.enterPhase("measuring");
-    stage.advanceUntil("measuring the curve", kMeasuringLimitS, [&] {
+    const bool isDone = stage.advanceUntil("measuring the curve", kMeasuringLimitS, [&] {
         unsigned found = 0;
         const int count = countMeasured(&found);
         if (count > measured && count <= kMeasuredPoints) {
@@ -111,7 +113,8 @@ static void watchMeasurement(Stage &stage) {
         measured = count;
         return Lens_Get_Command() == CMD_NONE;
     });
-    stage.report("curve measured and handed to the host");
+    if (isDone)
+        stage.report("curve measured and handed to the host");
 }
 
 static int playFirstPowerOn(const vcam::CameraOptions &options, const std::string &out,

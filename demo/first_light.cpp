@@ -1,14 +1,12 @@
 #include "first_light.h"
 
 #include <cmath>
-#include <csignal>
 #include <cstdio>
 
 #include "autofocus/lens_state.h"
 #include "autofocus/mailbox.h"
 #include "autofocus/types.h"
 #include "devices/lens.h"
-#include "devices/serial_port.h"
 #include "host/controller_frames.h"
 #include "isp/isp.h"
 #include "optics/lens_curves.h"
@@ -41,9 +39,9 @@ static RunSpan watchRun(Stage &stage, const std::string &name) {
 
 static void zoomToTele(Stage &stage) {
     stage.hold("zoom tele", vcam::kViscaTele, kHoldUs, vcam::kViscaZoomStop);
-    stage.advanceUntil("zoom stops", kRunLimitS,
-                       [] { return !vcam::isMotorRunning(vcam::Axis::Zoom); });
-    stage.report("zoom stopped, the focus has followed");
+    if (stage.advanceUntil("zoom stops", kRunLimitS,
+                           [] { return !vcam::isMotorRunning(vcam::Axis::Zoom); }))
+        stage.report("zoom stopped, the focus has followed");
     stage.awaitRun("autofocus after the zoom");
 }
 
@@ -61,6 +59,23 @@ static std::string spellDistance(double metres) {
     return std::isfinite(metres) ? text : "far";
 }
 
+/// Without a trigger there is no run: what is left is how far off the picture stays.
+static RunSpan watchRefocus(Stage &stage, bool isTriggered) {
+    if (isTriggered)
+        return watchRun(stage, "refocus");
+    stage.checkSharp("without a refocus");
+    return {stage.samples().size(), stage.samples().size()};
+}
+
+static bool awaitTrigger(Stage &stage) {
+    const int64_t frames = vcam::frameCount();
+    if (!stage.advanceUntil("refocus trigger", kRunLimitS, isTriggerFired))
+        return false;
+    stage.report("the refocus trigger fires by itself, " +
+                 std::to_string(vcam::frameCount() - frames) + " frames");
+    return true;
+}
+
 /// Near, or far away from where it is near already: a move that can't be overlooked.
 static RunSpan moveObject(Stage &stage) {
     const double fromM = vcam::objectDistanceM();
@@ -68,12 +83,9 @@ static RunSpan moveObject(Stage &stage) {
     vcam::setObjectDistanceM(toM);
     stage.enterPhase("object moves");
     stage.report("the object moves from " + spellDistance(fromM) + " to " + spellDistance(toM));
-    const int64_t frames = vcam::frameCount();
-    stage.advanceUntil("refocus trigger", kRunLimitS, isTriggerFired);
-    stage.report("the refocus trigger fires by itself, " +
-                 std::to_string(vcam::frameCount() - frames) + " frames");
+    const bool isTriggered = awaitTrigger(stage);
     photograph(stage, "before_autofocus.png");
-    const RunSpan span = watchRun(stage, "refocus");
+    const RunSpan span = watchRefocus(stage, isTriggered);
     photograph(stage, "after_autofocus.png");
     stage.checkWritten(vcam::writeWholeScenePng((stage.folder() + "/scene.png").c_str()),
                        "scene.png");
@@ -83,10 +95,10 @@ static RunSpan moveObject(Stage &stage) {
 static void zoomToWide(Stage &stage) {
     stage.enterPhase("zoom wide");
     stage.send("controller: wide", vcam::kViscaWide);
-    stage.advanceUntil("zooming wide", kRunLimitS, [] {
-        return vcam::truePosition(vcam::Axis::Zoom) == static_cast<int>(ZM_Wide_Limit);
-    });
-    stage.report("wide limit reached");
+    if (stage.advanceUntil("zooming wide", kRunLimitS, [] {
+            return vcam::truePosition(vcam::Axis::Zoom) == static_cast<int>(ZM_Wide_Limit);
+        }))
+        stage.report("wide limit reached");
     stage.awaitRun("autofocus at wide");
 }
 
@@ -127,20 +139,25 @@ static std::vector<PlotSeries> splitIntoPasses(const Stage &stage, const RunSpan
     return passes;
 }
 
+static std::string titleOf(const RunSpan &span) {
+    const std::string moved = " after the object has moved to ";
+    const std::string where = spellDistance(vcam::objectDistanceM());
+    if (span.firstSample == span.lastSample)
+        return "No refocus" + moved + where;
+    return "Refocus" + moved + where + ": a dot a frame";
+}
+
 static void plotRun(Stage &stage, const RunSpan &span) {
     const double best = vcam::inFocusPositionAt(stage.samples()[span.lastSample - 1].zoom,
                                                 1 / vcam::objectDistanceM());
     const char *const name = "focus_value_over_position.svg";
-    const std::string where = spellDistance(vcam::objectDistanceM());
-    stage.checkWritten(
-        writePlot(stage.folder() + "/" + name,
-                  {"Refocus after the object has moved to " + where + ": a dot a frame",
-                   "focus position (motor steps)",
-                   {{"focus value (weighted, centre)",
-                     splitIntoPasses(stage, span),
-                     {{best, "true best focus"}}}},
-                   {}}),
-        name);
+    stage.checkWritten(writePlot(stage.folder() + "/" + name, {titleOf(span),
+                                                               "focus position (motor steps)",
+                                                               {{"focus value (weighted, centre)",
+                                                                 splitIntoPasses(stage, span),
+                                                                 {{best, "true best focus"}}}},
+                                                               {}}),
+                       name);
 }
 
 template <typename Pick>
@@ -195,44 +212,6 @@ int playFirstLight(const vcam::CameraOptions &options, const std::string &outFol
             "after_autofocus.png, focus_value_over_position.svg, story_over_time.svg, trace.txt, "
             "console.txt\n",
             outFolder.c_str());
-    return stage.giveVerdict();
-}
-
-// ---- Live ----
-
-static volatile std::sig_atomic_t isInterrupted = 0;
-
-static void noteInterrupt(int) {
-    isInterrupted = 1;
-}
-
-static std::string nameCommand(unsigned command) {
-    static const char *const kNames[] = {"ZSTOP", "WIDE",  "TELE",   "NEAR",  "FAR",   "RESET",
-                                         "FOCUS", "FLINE", "SPST",   "CAPST", "CLPST", "DZF",
-                                         "RST",   "FSTOP", "MFMODE", "AFMODE"};
-    return command < CMD_NONE ? kNames[command] : "NONE: idle";
-}
-
-int playLive(const vcam::CameraOptions &options, const std::string &outFolder) {
-    std::signal(SIGINT, noteInterrupt);
-    std::signal(SIGTERM, noteInterrupt);
-    fprintf(stdout, "Live: until Ctrl-C the camera stays on, at %g virtual seconds a second.\n\n",
-            options.pace);
-    Stage stage(options, outFolder);
-    stage.boot();
-    fprintf(stdout,
-            "\nThe camera waits for you: VISCA (camera 1) and Pelco-D (address 1) on %s.\n"
-            "Ctrl-C ends it and gives the verdict. Without --pace a story plays by itself.\n\n",
-            vcam::ptyName().c_str());
-    fflush(stdout);
-    unsigned shown = Lens_Get_Command();
-    while (!isInterrupted) {
-        stage.advanceUs(100000);
-        const unsigned command = Lens_Get_Command();
-        if (command != shown)
-            stage.report("the mailbox holds " + nameCommand(command));
-        shown = command;
-    }
     return stage.giveVerdict();
 }
 

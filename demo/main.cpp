@@ -13,6 +13,7 @@
 #include "camera_options.h"
 #include "first_light.h"
 #include "lens_models/lens_model.h"
+#include "live.h"
 #include "option_table.h"
 #include "presets.h"
 #include "stage.h"

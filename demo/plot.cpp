@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "close_whole.h"
+#include "plot_scale.h"
 
 namespace demo {
 
@@ -16,42 +17,6 @@ static constexpr double kTop = 64;
 static constexpr double kPhaseRow = 14;
 static constexpr double kBottom = 60;
 static constexpr double kGap = 38;
-static constexpr int kTicks = 6;
-
-namespace {
-/// One axis: data range onto pixels, with round tick values.
-struct Scale {
-    double low;
-    double high;
-    double tick;
-    double fromPixel;
-    double toPixel;
-
-    double place(double value) const {
-        return fromPixel + (value - low) / (high - low) * (toPixel - fromPixel);
-    }
-};
-} // namespace
-
-static double roundTick(double span) {
-    const double raw = span / kTicks;
-    const double power = std::pow(10, std::floor(std::log10(raw)));
-    for (double factor : {1.0, 2.0, 5.0})
-        if (raw <= factor * power)
-            return factor * power;
-    return 10 * power;
-}
-
-static Scale makeScale(double low, double high, double fromPixel, double toPixel, bool isPadded) {
-    if (!(high > low))
-        high = low + 1;
-    const double tick = roundTick(high - low);
-    if (isPadded) {
-        low = std::floor(low / tick) * tick;
-        high = std::ceil(high / tick) * tick;
-    }
-    return {low, high, tick, fromPixel, toPixel};
-}
 
 static PlotPoint limit(const PlotPanel &panel, PlotPoint point) {
     if (panel.most > 0)
@@ -66,28 +31,23 @@ template <typename Visit> static void visitPoints(const PlotPanel &panel, Visit 
 }
 
 static Scale fitX(const std::vector<PlotPanel> &panels) {
-    double low = HUGE_VAL;
-    double high = -HUGE_VAL;
-    for (const PlotPanel &panel : panels)
-        visitPoints(panel, [&](const PlotPoint &point) {
-            low = std::min(low, point.x);
-            high = std::max(high, point.x);
-        });
-    return makeScale(low, high, kLeft, kWidth - kRight, false);
+    Range range;
+    for (const PlotPanel &panel : panels) {
+        visitPoints(panel, [&](const PlotPoint &point) { range.include(point.x); });
+        for (const PlotNote &note : panel.notes)
+            range.include(note.x);
+    }
+    return makeScale(range, kLeft, kWidth - kRight);
 }
 
 static Scale fitY(const PlotPanel &panel, double top) {
-    double low = HUGE_VAL;
-    double high = -HUGE_VAL;
-    visitPoints(panel, [&](const PlotPoint &point) {
-        low = std::min(low, point.y);
-        high = std::max(high, point.y);
-    });
+    Range range;
+    visitPoints(panel, [&](const PlotPoint &point) { range.include(point.y); });
     if (panel.band > 0) {
-        low = std::min(low, -panel.band);
-        high = std::max(high, panel.band);
+        range.include(-panel.band);
+        range.include(panel.band);
     }
-    return makeScale(low, high, top + kPanelHeight, top, true);
+    return padToTicks(makeScale(range, top + kPanelHeight, top));
 }
 
 static std::string escape(const std::string &text) {

@@ -64,9 +64,9 @@ static void recall(Stage &stage, const Place &place, const char *name) {
     stage.send("controller: direct zoom (VISCA)", vcam::viscaDirectZoom(place.zoom16));
     stage.advanceUs(kLetStartUs);
     const int64_t frames = vcam::frameCount();
-    stage.advanceUntilIdle("going there", kMoveLimitS);
-    stage.report(std::string("the ") + name + " recalled, " +
-                 std::to_string(vcam::frameCount() - frames) + " frames");
+    if (stage.advanceUntilIdle("going there", kMoveLimitS))
+        stage.report(std::string("the ") + name + " recalled, " +
+                     std::to_string(vcam::frameCount() - frames) + " frames");
     stage.check(standsAt(place), std::string("zoom and focus stand exactly at the ") + name);
     stage.checkCountersTrue("recall");
 }
@@ -83,8 +83,8 @@ static void clearPreset(Stage &stage, unsigned char number) {
     __atomic_store_n(&g_ShaPosInfo->shValue, number, __ATOMIC_RELEASE);
     __atomic_store_n(&g_ShaPosInfo->shCommand, CMD_CLPST, __ATOMIC_RELEASE);
     stage.advanceUs(kLetStartUs);
-    stage.advanceUntilIdle("clearing", kMoveLimitS);
-    stage.report("preset " + std::to_string(number) + " cleared");
+    if (stage.advanceUntilIdle("clearing", kMoveLimitS))
+        stage.report("preset " + std::to_string(number) + " cleared");
     PRESET_INF kept;
     const bool isKept = FileStore(stage.folder() + "/store").read("PresetInfo", &kept, sizeof kept);
     stage.check(isKept && kept.zoom[number] == 0 && kept.focus[number] == 0,

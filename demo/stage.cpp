@@ -157,8 +157,8 @@ void Stage::hold(const std::string &meaning, const std::vector<uint8_t> &start, 
 
 void Stage::boot() {
     enterPhase("finding home");
-    advanceUntil("finding home", kBootLimitS, [] { return countSavedPositions() > 0; });
-    report("home found, parked at wide / infinity");
+    if (advanceUntil("finding home", kBootLimitS, [] { return countSavedPositions() > 0; }))
+        report("home found, parked at wide / infinity");
     checkCountersTrue("after homing");
     awaitRun("first autofocus");
 }
@@ -166,9 +166,10 @@ void Stage::boot() {
 void Stage::awaitRun(const std::string &name) {
     const int64_t frames = vcam::frameCount();
     enterPhase("autofocus");
-    advanceUntilIdle(name, kRunLimitS);
+    const bool isDone = advanceUntilIdle(name, kRunLimitS);
     enterPhase("");
-    report(name + " done, " + std::to_string(vcam::frameCount() - frames) + " frames");
+    if (isDone)
+        report(name + " done, " + std::to_string(vcam::frameCount() - frames) + " frames");
     checkCountersTrue(name);
     checkSharp(name);
 }

@@ -70,6 +70,8 @@ iVBORw0KGgoAAAANSUhEUgAAABAAAAAJCAIAAAC0SDtlAAAAEUlEQVR4nGNoIBEwjGoYFBoAGJ/YAfh0
 END
 expect 1 "" "$bin/demo" --picture flat.png --no-texture --out flat
 grep -q 'BAD.*sharp' said && [ -s flat/scene.png ] || { echo "a flat picture comes out sharp" && failed=1; }
+! grep -q 'trigger fires\|refocus done' said || { echo "a run that never came is told of" && failed=1; }
+! grep -q nan flat/*.svg || { echo "a plot without points is no picture" && failed=1; }
 
 # A build folder that names other sources is made anew; one of this place stays.
 mkdir -p checkout/scripts checkout/build/one stub
