@@ -19,6 +19,7 @@ struct AxisModel {
 };
 
 struct LensModel {
+    int lensType; ///< Its LENS_ number.
     const char *name;
     AxisModel axes[2];           ///< Zoom, focus.
     int gridStart;               ///< Zoom position of the first point of the curves' grid.
