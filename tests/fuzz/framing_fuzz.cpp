@@ -1,6 +1,7 @@
 // Any stream of bytes through the serial thread, frame after frame; and the framing step by itself.
 #include "fuzzed_port.h"
 
+#include "autofocus/serial_protocol.h"
 #include "sony/framing.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
