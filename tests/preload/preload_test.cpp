@@ -100,7 +100,7 @@ TEST_F(Preload, wrong_setting_is_named_before_anything_runs) {
     std::ofstream(file("late")) << "2000 81\n1000 81\n";
     std::ofstream(file("odd")) << "1000 8\n";
     const std::pair<std::string, std::string> rows[] = {
-        {"LENS=C", "VIRTUAL_CAMERA_LENS: C is no lens model: A or B"},
+        {"LENS=none", "VIRTUAL_CAMERA_LENS: none is no lens model: A or B"},
         {"FRAME_RATE=nan", "VIRTUAL_CAMERA_FRAME_RATE: nan is no frame rate from 5 to 120 Hz"},
         {"NIGHT=1", "VIRTUAL_CAMERA_NIGHT: 1 is neither on nor off"},
         {"END_MS=-1", "VIRTUAL_CAMERA_END_MS: -1 is no whole number of milliseconds"},
