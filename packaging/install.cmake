@@ -30,7 +30,7 @@ install(FILES ${PROJECT_BINARY_DIR}/autofocus.pc
   DESTINATION ${pkgconfig_dir} COMPONENT development)
 
 set(example_dir ${CMAKE_INSTALL_DATADIR}/doc/libautofocus-dev/examples)
-install(FILES examples/host.c examples/CMakeLists.txt examples/controller.txt
+install(FILES examples/host.c examples/three_presets.c examples/CMakeLists.txt examples/controller.txt
   DESTINATION ${example_dir} COMPONENT development)
 
 if(TARGET virtual_camera_preload)

@@ -14,6 +14,7 @@
 #include "autofocus/moves.h"
 #include "autofocus/persistence.h"
 #include "autofocus/types.h"
+#include "platform/library_thread.h"
 #include "platform/shared_word.h"
 #include "platform/timed_wait.h"
 #include "platform/trace.h"
@@ -224,6 +225,7 @@ static void performAction(const ManualRequest &request) {
 
 void *manualCtrlThread(void *) {
     pthread_detach(pthread_self());
+    enterLibraryThread();
     puts("____manualCtrlThread create____");
     for (;;) {
         manualWaitCtrlFun();

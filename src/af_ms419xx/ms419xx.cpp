@@ -35,9 +35,22 @@ unsigned int countVdPeriods(void) {
     return loadWord(&g_vdPeriods);
 }
 
+// The step words in force: each pulse runs them again.
+static DrivenSteps stepsAPeriod = {0, 0};
+static DrivenSteps driven = {0, 0};
+
+DrivenSteps countDrivenSteps() {
+    return driven;
+}
+
 static void pulseVd(unsigned int pin, unsigned int periodUs) {
-    if (Hisi_Gpio_SetVDF(pin, periodUs) != -1)
-        storeWord(&g_vdPeriods, g_vdPeriods + 1);
+    if (Hisi_Gpio_SetVDF(pin, periodUs) == -1)
+        return;
+    storeWord(&g_vdPeriods, g_vdPeriods + 1);
+    if (pin == kPinVd) {
+        driven.zoom += stepsAPeriod.zoom;
+        driven.focus += stepsAPeriod.focus;
+    }
 }
 
 static bool isZoom(MS_Action_em type) {
@@ -70,6 +83,7 @@ void MS419XX_Init_Register(void) {
     Spi_Write(kRegPulseWidthAB, kPulseWidth);
     Spi_Write(kRegPulseWidthCD, kPulseWidth);
     Spi_Write(kRegSetupAB, kChannelSetup);
+    stepsAPeriod = {0, 0};
     Spi_Write(kRegStepAB, kBrakeWord);
     Spi_Write(kRegPeriodAB, kStartPeriod);
     Spi_Write(kRegSetupCD, kChannelSetup);
@@ -89,12 +103,14 @@ void MS419XX_Printf_Register(void) {
 }
 
 static void programZoom(MS_Action_em type, unsigned char steps, unsigned int total, MS_LED_em led) {
+    stepsAPeriod.zoom = type == MS_Z_TELE ? steps : -steps;
     Spi_Write(kRegStepAB, encodeStepWord(type, steps, led, g_LensType));
     Spi_Write(kRegPeriodAB, encodeStepPeriod(total, steps));
 }
 
 static void programFocus(MS_Action_em type, unsigned char steps, unsigned int total,
                          MS_LED_em led) {
+    stepsAPeriod.focus = type == MS_F_FAR ? steps : -steps;
     Spi_Write(kRegStepCD, encodeStepWord(type, steps, led, g_LensType));
     Spi_Write(kRegPeriodCD, encodeStepPeriod(total, steps));
 }
@@ -137,18 +153,22 @@ int MS419XX_Set_PSUM_ICNT_RegofFocus(MS_Action_em type, unsigned char nStep) {
 }
 
 void MS419XX_Break_MotorAB(MS_LED_em emLed) {
+    stepsAPeriod.zoom = 0;
     Spi_Write(kRegStepAB, kBrakeWord | encodeLed(emLed));
 }
 
 void MS419XX_Break_MotorCD(MS_LED_em emLed) {
+    stepsAPeriod.focus = 0;
     Spi_Write(kRegStepCD, kBrakeWord | encodeLed(emLed));
 }
 
 void MS419XX_Stop_MotorAB(void) {
+    stepsAPeriod.zoom = 0;
     Spi_Write(kRegStepAB, kStopWord);
 }
 
 void MS419XX_Stop_MotorCD(void) {
+    stepsAPeriod.focus = 0;
     Spi_Write(kRegStepCD, kStopWord);
 }
 

@@ -10,3 +10,12 @@ extern "C" {
 /// VD periods that have passed since the library was loaded; wraps.
 unsigned int countVdPeriods(void);
 }
+
+/// Steps that each motor was told to run since the library was loaded, those toward wide and near
+/// counted as negative.
+struct DrivenSteps {
+    int zoom;
+    int focus;
+};
+
+DrivenSteps countDrivenSteps();

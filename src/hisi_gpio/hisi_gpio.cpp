@@ -1,6 +1,7 @@
 #include "hisi_gpio/hisi_gpio.h"
 
 #include "platform/device_file.h"
+#include "platform/faults.h"
 
 #include <fcntl.h>
 #include <stdio.h>
@@ -10,7 +11,7 @@
 static const char kGpioDevice[] = "/dev/hi_gpio";
 static const unsigned int kPinsPerGroup = 8;
 
-int Hisi_Gpio_Option(unsigned int num, GPIO_CMD_EM cmd, unsigned int value) {
+static int request(unsigned int num, GPIO_CMD_EM cmd, unsigned int value) {
     GPIO_GroupBit_Info info;
     info.groupnumber = (num - 1) / kPinsPerGroup;
     info.bitnumber = (num - 1) % kPinsPerGroup;
@@ -30,6 +31,15 @@ int Hisi_Gpio_Option(unsigned int num, GPIO_CMD_EM cmd, unsigned int value) {
     }
     close(fd);
     return static_cast<int>(info.value);
+}
+
+// A pulse that may not have come leaves nobody knowing where the motors are.
+int Hisi_Gpio_Option(unsigned int num, GPIO_CMD_EM cmd, unsigned int value) {
+    const int result = request(num, cmd, value);
+    noteCall(kFaultGpio, result != -1);
+    if (result == -1 && cmd == GPIO_G_VDF)
+        noteCall(kFaultPosition, false);
+    return result;
 }
 
 int Hisi_Gpio_Read(unsigned int num) {

@@ -25,3 +25,23 @@ int startLibraryThread(void *(*body)(void *)) {
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return result == 0 ? 0 : -1;
 }
+
+// A thread is marked by a value of its own that is not null. Where no key is to be had, none is.
+static pthread_once_t markIsMade = PTHREAD_ONCE_INIT;
+static pthread_key_t mark;
+static bool hasMark = false;
+
+static void makeMark() {
+    hasMark = pthread_key_create(&mark, nullptr) == 0;
+}
+
+void enterLibraryThread() {
+    pthread_once(&markIsMade, makeMark);
+    if (hasMark)
+        pthread_setspecific(mark, &mark);
+}
+
+bool isLibraryThread() {
+    pthread_once(&markIsMade, makeMark);
+    return hasMark && pthread_getspecific(mark) != nullptr;
+}

@@ -10,3 +10,9 @@
  * @return 0; -1 when it cannot be created.
  */
 int startLibraryThread(void *(*body)(void *));
+
+/// The calling thread is one of the library's from here to its end. At the start of its body.
+void enterLibraryThread();
+
+/// Whether the calling thread is one of the library's.
+bool isLibraryThread();

@@ -1,6 +1,7 @@
 // The serial thread: cuts the host's port into frames and hands each to its command set. It runs
 // until select fails.
 #include "autofocus/serial_protocol.h"
+#include "platform/library_thread.h"
 #include "platform/shared_word.h"
 #include "sony/framing.h"
 
@@ -98,6 +99,7 @@ static void serveFrame(int fd, useconds_t *pauseUs) {
 
 void *SonyViscaProtocol(void *) {
     pthread_detach(pthread_self());
+    enterLibraryThread();
     const int fd = loadWord(&Usart1_fd);
     if (fd < 0) {
         printf("__%s____ create failure ____\n", __func__);

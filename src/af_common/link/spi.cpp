@@ -2,6 +2,7 @@
 // One thread at a time uses it, the one that drives the motors.
 #include "autofocus/spi.h"
 #include "platform/device_file.h"
+#include "platform/faults.h"
 #include "platform/shared_word.h"
 
 #include <fcntl.h>
@@ -78,8 +79,12 @@ void SPI_SendByte(unsigned char *data, int len) {
     transfer.delay_usecs = g_SPIDelay;
     transfer.bits_per_word = g_SPIBits;
     transfer.cs_change = 1;
-    if (ioctl(loadWord(&g_SPIFd), SPI_IOC_MESSAGE(1), &transfer) < 1)
+    const bool isSent = ioctl(loadWord(&g_SPIFd), SPI_IOC_MESSAGE(1), &transfer) >= 1;
+    if (!isSent)
         perror("can't send spi message");
+    noteCall(kFaultDriver, isSent);
+    if (!isSent)
+        noteCall(kFaultPosition, false);
 }
 
 void Spi_Write(unsigned char addr, unsigned int data) {

@@ -1,5 +1,6 @@
 #include "af_interface/start/startup.h"
 
+#include "af_lens/control/order_in_hand.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/motors.h"
 #include "af_ms419xx/ms419xx.h"
@@ -43,8 +44,10 @@ static void afStartOk(void) {
 static void startLens() {
     while (!claimMotors()) // a host may have started the manual stepping thread already
         usleep(kClaimPollUs);
+    beginStartUp();
     MS419XX_Init();
     Lens_Init();
+    endStartUp();
     releaseMotors();
 }
 
@@ -70,6 +73,7 @@ bool startLensThreads() {
 
 void *afStartThread(void *) {
     pthread_detach(pthread_self());
+    enterLibraryThread();
     printf("__________%s__________\n", __func__);
     afInfoInit();
     startLens();

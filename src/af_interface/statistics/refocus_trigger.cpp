@@ -3,7 +3,7 @@
 // lens-control thread, which keeps it disarmed while it drives the lens.
 #include "af_interface/statistics/statistics.h"
 #include "af_lens/model/lens_state.h"
-#include "af_lens/model/mailbox.h"
+#include "af_lens/model/orders.h"
 #include "autofocus/focus_lines.h"
 #include "autofocus/types.h"
 #include "platform/shared_word.h"
@@ -50,7 +50,7 @@ void lensAutoFocusCheck(unsigned int, unsigned int) {
     if (checkCnt > kFramesToFire) {
         checkCnt = 0;
         storeWord(&g_AutoCheckFlag, 0);
-        Lens_Set_Command(CMD_FOCUS);
+        leaveFollowUp(CMD_FOCUS); // an order that waits comes first
     }
 }
 

@@ -1,11 +1,14 @@
 // The statistics thread: one focus record a frame from the ISP's zone metrics, then the refocus
 // trigger. It runs for the life of the process, or until the ISP fails.
 #include "af_interface/statistics/focus_filters.h"
+#include "af_interface/statistics/frame_noise.h"
 #include "af_interface/statistics/statistics.h"
 #include "af_interface/statistics/zone_reduction.h"
 #include "autofocus/host/settings.h"
 #include "autofocus/spi.h"
+#include "platform/faults.h"
 #include "platform/isp.h"
+#include "platform/library_thread.h"
 #include "platform/shared_word.h"
 
 #include <pthread.h>
@@ -30,6 +33,7 @@ static bool configureIsp() {
     s32Ret |= HI_MPI_ISP_GetPubAttr(kIspDevice, &stPubattr);
     stFocusCfg.stConfig.u16Hsize = static_cast<HI_U16>(stPubattr.stWndRect.u32Width & 0xFFFF);
     stFocusCfg.stConfig.u16Vsize = static_cast<HI_U16>(stPubattr.stWndRect.u32Height & 0xFFFF);
+    noteCall(kFaultIsp, s32Ret == 0);
     if (s32Ret != 0) {
         printf("HI_MPI_ISP_GetStatisticsConfig error!(s32Ret = 0x%x)\n",
                static_cast<unsigned int>(s32Ret));
@@ -37,6 +41,7 @@ static bool configureIsp() {
     }
     stIspStaticsCfg.stFocusCfg = stFocusCfg;
     s32Ret = HI_MPI_ISP_SetStatisticsConfig(kIspDevice, &stIspStaticsCfg);
+    noteCall(kFaultIsp, s32Ret == 0);
     if (s32Ret != 0) {
         printf("HI_MPI_ISP_SetStatisticsConfig error!(s32Ret = 0x%x)\n",
                static_cast<unsigned int>(s32Ret));
@@ -72,6 +77,7 @@ static void waitForFrame() {
     int failures = 0;
     while (HI_MPI_ISP_GetVDTimeOut(kIspDevice, &stVdInfo, kFrameWaitMs) != 0) {
         failures += failures < kPromptRetries ? 1 : 0;
+        noteCall(kFaultIsp, false);
         if (failures == kPromptRetries)
             usleep(kRetryUs);
     }
@@ -79,6 +85,7 @@ static void waitForFrame() {
 
 void *afvManageThread(void *) {
     pthread_detach(pthread_self());
+    enterLibraryThread();
     if (!configureIsp())
         return nullptr;
     sleep(1);
@@ -88,6 +95,7 @@ void *afvManageThread(void *) {
     for (;;) {
         waitForFrame();
         const HI_S32 s32Ret = HI_MPI_ISP_GetStatistics(kIspDevice, &stIspStatics);
+        noteCall(kFaultIsp, s32Ret == 0);
         if (s32Ret != 0) {
             printf("HI_MPI_ISP_GetStatistics error!(s32Ret = 0x%x)\n",
                    static_cast<unsigned int>(s32Ret));
@@ -102,6 +110,7 @@ void *afvManageThread(void *) {
         record.DGain = stExpInfo.u32DGain;
         record.ISPGain = stExpInfo.u32ISPDGain;
         publishStatistics(record);
+        watchNoise(record);
         lensAutoFocusCheck(record.vwV1SumHalf, record.vwV1SumAll);
     }
 }

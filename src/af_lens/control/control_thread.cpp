@@ -1,8 +1,10 @@
 // The lens-control thread: polls the mailbox every 50 ms and runs the handler of what it finds. All
 // lens work of a running camera happens here.
+#include "af_lens/control/order_in_hand.h"
 #include "af_lens/control/preset_commands.h"
 #include "af_lens/focus/calibration.h"
 #include "af_lens/model/mailbox.h"
+#include "af_lens/model/orders.h"
 #include "af_lens/motion/motors.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/autofocus_run.h"
@@ -10,6 +12,7 @@
 #include "autofocus/moves.h"
 #include "autofocus/statistics.h"
 #include "autofocus/types.h"
+#include "platform/library_thread.h"
 #include "platform/shared_word.h"
 
 #include <pthread.h>
@@ -72,14 +75,16 @@ static Next dispatch(MailboxContent taken) {
         return runAutofocus(CMD_FSTOP);
     case CMD_FLINE:
         lensFocusMode(CMD_MFMODE);
-        obeyCalibration(command);
+        if (!obeyCalibration(command))
+            failOrder();
         return kDone;
     case CMD_SPST:
     case CMD_CAPST:
     case CMD_CLPST:
     case CMD_DZF:
         lensFocusMode(CMD_MFMODE);
-        obeyPresetCommand(static_cast<AF_CMD_em>(command), taken);
+        if (!obeyPresetCommand(static_cast<AF_CMD_em>(command), taken))
+            failOrder();
         return kDone;
     case CMD_FSTOP:
         return kDone;
@@ -94,34 +99,58 @@ static Next dispatch(MailboxContent taken) {
     }
 }
 
+// The orders that the mailbox's commands cannot say by themselves.
+static Next obeyTarget(MailboxContent taken, OrderKind kind) {
+    lensFocusMode(CMD_MFMODE);
+    if (kind == kFocusTo)
+        driveToFocus(taken);
+    else
+        driveToBoth(taken);
+    return kDone;
+}
+
+static Next obey(const TakenOrder &order) {
+    Next next = kDone;
+    if (!isCancelled())
+        next = order.kind == kAsCommand ? dispatch(order.content)
+                                        : obeyTarget(order.content, order.kind);
+    return endOrder() ? next : kDone;
+}
+
 // Dispatch a command and whatever it asks for at once. Handlers that move nothing could ask for one
 // another for ever without sleeping: after so many the chain goes back to the poll.
-static void runChain(MailboxContent taken) {
-    int withoutPeriod = 0;
+static void runChain() {
     unsigned int periods = countVdPeriods();
-    for (Next next = {true, taken.command}; next.again;) {
+    static TakenOrder order; // off the stack, which calibration takes to its end
+    beginOrder(&order);
+    Next next = obey(order);
+    for (int withoutPeriod = 1; next.again; ++withoutPeriod) {
         if (countVdPeriods() != periods) {
             periods = countVdPeriods();
             withoutPeriod = 0;
         }
         if (withoutPeriod == kMostWithoutPeriod)
             return;
-        withoutPeriod += 1;
-        next = dispatch(taken);
-        taken = {next.command, readMailbox().value};
+        beginFollowing({next.command, readMailbox().value}, &order);
+        next = obey(order);
     }
 }
 
 void *thLensCtrl(void *) {
     pthread_detach(pthread_self());
+    enterLibraryThread();
     while (loadWord(&gLensCtrl) == 0) {
         if (claimMotors()) { // else the manual stepping thread drives: the command waits
-            runChain(readMailbox());
+            settleVerdict();
+            runChain();
             releaseMotors();
+        } else {
+            noteStepping();
         }
         usleep(kPollUs);
     }
     withdrawRecord();
+    abandonOrders();
     printf("_%s QUIT !!!\n", __func__);
     return nullptr;
 }

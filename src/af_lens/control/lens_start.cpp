@@ -1,7 +1,7 @@
 // Start-up of the lens and its re-homing: tables, home search, park at the wide end.
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
-#include "af_lens/model/mailbox.h"
+#include "af_lens/model/orders.h"
 #include "af_lens/model/preset_table.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
@@ -73,7 +73,7 @@ void lensMotorReset(AF_CMD_em emCmd) {
     if (emCmd != CMD_RESET)
         Lens_Get_Location(&zoom, &focus);
     homeAndGoTo(zoom, focus);
-    Lens_Set_Command(CMD_FOCUS);
+    leaveFollowUp(CMD_FOCUS);
 }
 
 void Lens_Reset(void) {

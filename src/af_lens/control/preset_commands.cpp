@@ -1,6 +1,8 @@
 #include "af_lens/control/preset_commands.h"
 
 #include "af_lens/model/mailbox.h"
+#include "af_lens/model/orders.h"
+#include "af_lens/motion/focus_to_position.h"
 #include "autofocus/lens_control.h"
 #include "autofocus/moves.h"
 #include "autofocus/preset_table.h"
@@ -10,42 +12,60 @@
 
 static const unsigned int kRefocusPreset = 202;
 
-static void callPreset(unsigned int value) {
-    if (value != kRefocusPreset) {
-        Lens_Goto_Preset(static_cast<int>(value));
-        return;
-    }
+static bool callPreset(unsigned int value) {
+    if (value != kRefocusPreset)
+        return Lens_Goto_Preset(static_cast<int>(value)) == 0;
     storeWord(&g_AutoCheckEnable, 1);
     TRACE_TEXT_OF("lensMotorPreset", "Enable Autofocus Check.");
+    return true;
 }
 
-static void clearPreset(unsigned int value) {
-    if (value != kRefocusPreset) {
-        Lens_Clear_Preset(static_cast<int>(value));
-        return;
-    }
+static bool clearPreset(unsigned int value) {
+    if (value != kRefocusPreset)
+        return Lens_Clear_Preset(static_cast<int>(value)) == 0;
     storeWord(&g_AutoCheckEnable, 0);
     TRACE_TEXT_OF("lensMotorPreset", "Disable Autofocus Check.");
+    return true;
 }
 
-void obeyPresetCommand(AF_CMD_em emCmd, MailboxContent seen) {
+static unsigned short zoomOf(MailboxContent seen) {
+    return static_cast<unsigned short>(seen.value & 0xFFFF);
+}
+
+static unsigned short focusOf(MailboxContent seen) {
+    return static_cast<unsigned short>(seen.value >> 16);
+}
+
+bool obeyPresetCommand(AF_CMD_em emCmd, MailboxContent seen) {
+    bool isDone = true;
     bool refocus = false;
     switch (emCmd) {
     case CMD_SPST:
-        Lens_Set_Preset(static_cast<int>(seen.value));
+        isDone = Lens_Set_Preset(static_cast<int>(seen.value)) == 0;
         break;
     case CMD_CAPST:
-        callPreset(seen.value);
+        isDone = callPreset(seen.value);
         break;
     case CMD_CLPST:
-        clearPreset(seen.value);
+        isDone = clearPreset(seen.value);
         break;
     default: // CMD_DZF
-        refocus = Lens_Direct_ZFPosition(static_cast<unsigned short>(seen.value & 0xFFFF),
-                                         static_cast<unsigned short>(seen.value >> 16)) != 0;
+        refocus = Lens_Direct_ZFPosition(zoomOf(seen), focusOf(seen)) != 0;
         break;
     }
     leaveFollowUpOf(seen, refocus ? CMD_FOCUS : CMD_NONE);
+    return isDone;
+}
+
+void driveToBoth(MailboxContent seen) {
+    Lens_Direct_ZPosition(zoomOf(seen));
+    driveFocusTo(focusOf(seen), seen.command);
+    leaveFollowUpOf(seen, CMD_FSTOP);
+}
+
+void driveToFocus(MailboxContent seen) {
+    driveFocusTo(zoomOf(seen), seen.command);
+    leaveFollowUpOf(seen, CMD_FSTOP);
 }
 
 void lensMotorPreset(AF_CMD_em emCmd) {

@@ -7,4 +7,10 @@
 
 /// Act on the argument of @p seen and leave the follow-up code in its place; a command that has
 /// come meanwhile stays.
-void obeyPresetCommand(AF_CMD_em emCmd, MailboxContent seen);
+bool obeyPresetCommand(AF_CMD_em emCmd, MailboxContent seen);
+
+/// Zoom and focus to the 16-bit positions in the argument, as both stand there.
+void driveToBoth(MailboxContent seen);
+
+/// The focus alone to the 16-bit position in the low half of the argument.
+void driveToFocus(MailboxContent seen);

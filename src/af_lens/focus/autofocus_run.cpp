@@ -2,10 +2,12 @@
 #include "autofocus/autofocus_run.h"
 #include "af_lens/focus/focus_pass.h"
 #include "af_lens/focus/step_choice.h"
+#include "af_lens/focus/verdict.h"
 #include "af_lens/focus/wide_search.h"
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
+#include "af_lens/model/orders.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/focus_runs.h"
 #include "af_lens/motion/motors.h"
@@ -46,8 +48,7 @@ static unsigned int handOver(AF_CMD_em emCmd) {
         command == CMD_ZSTOP || command == CMD_FSTOP || command == static_cast<unsigned int>(emCmd);
     if (!isOurs)
         return command;
-    Lens_Set_Command(CMD_NONE);
-    return Lens_Get_Command();
+    return leaveFollowUp(CMD_NONE);
 }
 
 static unsigned int finish(AF_CMD_em emCmd) {
@@ -63,6 +64,8 @@ static unsigned int returnToPeak(AF_CMD_em emCmd, const FocusSearch &search) {
         lensMotorFocusRun(focus < search.tagPosition ? MS_F_FAR : MS_F_NEAR,
                           stepsBetween(focus, search.tagPosition));
     storeWord(&g_AFVClearMax, static_cast<int>(search.afvMax));
+    if (lensFocusInterrupt() == 0)
+        endJudging();
     return finish(emCmd);
 }
 
@@ -197,6 +200,7 @@ unsigned int lensFocusCtrl(AF_CMD_em emCmd) {
     int index2 = 0;
     if (Lens_Get_ZoomIndex(&search.index1, &index2, zoomPosition()) != 0)
         return finish(emCmd);
+    beginJudging(search.index1);
     Lens_Get_SearchRange(search.index1, index2, &search.limitN, &search.limitF);
     keepInsideTravel(&search);
     search.stepMax = Lens_Get_StepMax(search.limitN, search.limitF);

@@ -4,6 +4,7 @@
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
+#include "af_lens/model/orders.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/counted_move.h"
@@ -23,6 +24,8 @@ static const useconds_t kStartUs = 500000;
 static const useconds_t kNextPointUs = 100000;
 static const useconds_t kPointSettledUs = 200000;
 static const int kFallLimit = 2;
+
+static bool isMeasured; // by the last run
 
 static CalibrationRun makeMeasuringRun() {
     CalibrationRun run = {};
@@ -91,13 +94,16 @@ static void printCurve() {
 
 // The tables still belong to the former curve, so putting it back is enough.
 static void abandonMeasurement(const FLine_Tagposition_ST &former) {
+    g_FLineInfo = former;
+    if (isCancelled())
+        return; // and the lens stands
     TRACE_FORMAT_OF("Lens_Generate_FocusLine2", "No peak at ZP: %d, the former curve stays.\n",
                     static_cast<int>(zoomPosition()));
-    g_FLineInfo = former;
     parkAtWide();
 }
 
 void Lens_Generate_FocusLine2(void) {
+    isMeasured = false;
     TRACE_TEXT("Check PI.");
     if (!checkPiTwice())
         return;
@@ -119,14 +125,16 @@ void Lens_Generate_FocusLine2(void) {
     Lens_Init_Interpolation();
     Lens_Set_FocusStep();
     Lens_Save_FLPosition();
+    isMeasured = true;
     TRACE_FORMAT("ZM_Local: %d FM_Local: %d\n", static_cast<int>(zoomPosition()),
                  static_cast<int>(focusPosition()));
     parkAtWide();
 }
 
-void obeyCalibration(unsigned int seen) {
+bool obeyCalibration(unsigned int seen) {
     Lens_Generate_FocusLine2();
     leaveFollowUpOfCommand(seen, CMD_NONE);
+    return isMeasured;
 }
 
 void lensFocusLine(void) {

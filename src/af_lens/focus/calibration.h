@@ -4,5 +4,5 @@
 #include "autofocus/calibration.h" // IWYU pragma: export
 
 /// Lens_Generate_FocusLine2(), then CMD_NONE in the place of command @p seen; another command that
-/// has come meanwhile stays.
-void obeyCalibration(unsigned int seen);
+/// has come meanwhile stays. False when the former line stays, too: no home, no peak, cancelled.
+bool obeyCalibration(unsigned int seen);

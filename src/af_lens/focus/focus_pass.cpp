@@ -1,6 +1,7 @@
 #include "af_lens/focus/focus_pass.h"
 
 #include "af_interface/statistics/statistics.h"
+#include "af_lens/focus/verdict.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/motion/steps.h"
@@ -18,6 +19,7 @@ void beginPass(FocusSearch *search, unsigned char step) {
     search->fStep = step;
     MS419XX_Set_PSUM_ICNT_RegofFocus(search->fType, step);
     search->tagPosition = focusPosition();
+    beginJudgedPass();
 }
 
 // Move one group and take the record of the frame that follows; false at the end of the range.
@@ -31,6 +33,7 @@ static bool takeSample(FocusSearch *search, AF_Statistics_Info *record, unsigned
     search->xStep += search->fStep;
     afStatisticsFresh(record);
     *afv = focusValueAt(search->index1, *record);
+    judgeFrame(*afv);
     return true;
 }
 

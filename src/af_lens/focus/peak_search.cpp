@@ -3,6 +3,7 @@
 #include "af_interface/statistics/statistics.h"
 #include "af_lens/focus/focus_pass.h"
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/orders.h"
 #include "af_lens/motion/motors.h"
 #include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
@@ -67,7 +68,7 @@ static PassState startPass(const CalibrationRun &run) {
 // Move one group, clipped to the travel, and take the frame that follows; false at the limit.
 static bool takeSample(const CalibrationRun &run, unsigned char *step, unsigned int *afv) {
     const int travel = focusRunRange(run.fType, FM_Near_Limit, FM_Far_Limit);
-    if (!hasWayOn(travel, *step))
+    if (!hasWayOn(travel, *step) || isCancelled())
         return false;
     clipFocusStep(run.fType, travel, step);
     MS419XX_VDF();
@@ -161,13 +162,15 @@ static void runFinePassBack(CalibrationRun *run) {
 
 bool findCalibrationPeak(CalibrationRun *run) {
     for (int fruitless = 0; !runCoarsePass(run);) {
-        if (++fruitless >= kMostFruitlessPasses)
+        if (++fruitless >= kMostFruitlessPasses || isCancelled())
             return false;
         run->fType = reverseFocus(run->fType);
         usleep(kTurnUs);
     }
     usleep(kTurnUs);
     runFinePassBack(run);
+    if (isCancelled())
+        return false;
     if (run->settleUs != 0)
         usleep(run->settleUs);
     return true;

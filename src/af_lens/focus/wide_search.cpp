@@ -1,6 +1,7 @@
 #include "af_lens/focus/wide_search.h"
 
 #include "af_interface/statistics/statistics.h"
+#include "af_lens/focus/verdict.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/motion/motors.h"
@@ -68,6 +69,7 @@ static bool takeSample(WideSearch *search) {
     MS419XX_VDF();
     Lens_Fresh_ZFLocation(search->fType, search->fStep);
     readFrame(search);
+    judgeFrame(search->first);
     return true;
 }
 
@@ -126,6 +128,8 @@ static unsigned char chooseWideStep(const WideSearch &search) {
 
 static void beginWidePass(WideSearch *search) {
     readFrame(search);
+    beginJudgedPass();
+    judgeFrame(search->first);
     search->fStep = Step_Level_Min;
     MS419XX_Set_PSUM_ICNT_RegofFocus(search->fType, search->fStep);
     search->flagU = search->flagD = search->flagH = 0;
@@ -169,6 +173,7 @@ static void beginFinePass(WideSearch *search) {
     search->fType = reverseFocus(search->fType);
     MS419XX_Set_PSUM_ICNT_RegofFocus(search->fType, search->fStep);
     search->tagPeak = focusPosition();
+    beginJudgedPass();
 }
 
 static void runFinePassBack(WideSearch *search) {
@@ -231,7 +236,9 @@ int GreatlyOutOfFocus(int index1, int, int limitN, int limitF, MS_Action_em *typ
     WideSearch search = {};
     search.index1 = index1;
     readFrame(&search);
+    judgeStart(search.first);
     readFrame(&search); // the second record is surely one of this position
+    judgeStart(search.first);
     if (search.first > kLowContrast)
         return kWideNotNeeded;
 

@@ -35,12 +35,6 @@ int Lens_Set_Command(unsigned int cmd) {
     return 0;
 }
 
-unsigned int leaveFollowUp(AF_CMD_em followUp) {
-    if (Lens_Get_Command() != static_cast<unsigned int>(followUp))
-        Lens_Set_Command(followUp);
-    return Lens_Get_Command();
-}
-
 // ---- Command and argument at once ----
 //
 // A producer of two stores can be held up between them. Where the processor has it, what comes from
@@ -66,7 +60,7 @@ static MailboxWord joinMailbox(MailboxContent content) {
     return word;
 }
 
-static void storeMailbox(Lens_ShaPos_ST *record, MailboxContent content) {
+static void storeContent(Lens_ShaPos_ST *record, MailboxContent content) {
     if constexpr (kHasAccessToBoth) {
         if (isAligned(record)) {
             __atomic_store_n(reinterpret_cast<MailboxWord *>(record), joinMailbox(content),
@@ -78,7 +72,7 @@ static void storeMailbox(Lens_ShaPos_ST *record, MailboxContent content) {
     storeWord(&record->shCommand, content.command);
 }
 
-static MailboxContent loadMailbox(const Lens_ShaPos_ST *record) {
+static MailboxContent loadContent(const Lens_ShaPos_ST *record) {
     MailboxContent content;
     if constexpr (kHasAccessToBoth) {
         if (isAligned(record)) {
@@ -93,7 +87,7 @@ static MailboxContent loadMailbox(const Lens_ShaPos_ST *record) {
     return content;
 }
 
-static void exchangeMailbox(Lens_ShaPos_ST *record, MailboxContent seen, MailboxContent left) {
+static void exchangeContent(Lens_ShaPos_ST *record, MailboxContent seen, MailboxContent left) {
     if constexpr (kHasAccessToBoth) {
         if (isAligned(record)) {
             MailboxWord expected = joinMailbox(seen);
@@ -107,32 +101,34 @@ static void exchangeMailbox(Lens_ShaPos_ST *record, MailboxContent seen, Mailbox
         exchangeWord(&record->shCommand, seen.command, left.command);
 }
 
-int lensDirectZPosition(unsigned int cmd, unsigned short zp) {
+bool storeMailbox(MailboxContent content) {
     Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
-    if (record == nullptr)
-        return -1;
-    storeMailbox(record, {cmd, zp});
-    return 0;
+    if (record != nullptr)
+        storeContent(record, content);
+    return record != nullptr;
+}
+
+int lensDirectZPosition(unsigned int cmd, unsigned short zp) {
+    return storeMailbox({cmd, zp}) ? 0 : -1;
 }
 
 MailboxContent readMailbox(void) {
     const Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
     if (record == nullptr)
         return {kNoRecord, 0};
-    return loadMailbox(record);
+    return loadContent(record);
 }
 
-void leaveFollowUpOf(MailboxContent seen, AF_CMD_em followUp) {
-    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
-    if (record == nullptr)
-        return;
-    exchangeMailbox(record, seen, {followUp, seen.value});
-}
-
-void leaveFollowUpOfCommand(unsigned int seen, AF_CMD_em followUp) {
+void exchangeMailbox(MailboxContent seen, MailboxContent left) {
     Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
     if (record != nullptr)
-        exchangeWord(&record->shCommand, seen, followUp);
+        exchangeContent(record, seen, left);
+}
+
+void exchangeCommand(unsigned int seen, AF_CMD_em left) {
+    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    if (record != nullptr)
+        exchangeWord(&record->shCommand, seen, left);
 }
 
 void publishZoomPosition16(unsigned short position16) {
@@ -161,16 +157,4 @@ int lensGetFMapPosition(unsigned short *fp) {
         return -1;
     *fp = loadWord(&record->shRFPosition);
     return 0;
-}
-
-int lensFocusInterrupt(void) {
-    const unsigned int command = Lens_Get_Command();
-    const bool goesOn = command == CMD_ZSTOP || command == CMD_FOCUS || command == CMD_FSTOP;
-    return goesOn ? 0 : 1;
-}
-
-int lensMotorInterrupt(AF_CMD_em emCmd) {
-    const unsigned int command = Lens_Get_Command();
-    const bool goesOn = command == static_cast<unsigned int>(emCmd) || command == CMD_FOCUS;
-    return goesOn ? 0 : 1;
 }

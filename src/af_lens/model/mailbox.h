@@ -17,9 +17,6 @@ bool createRecord(void);
 /// Take the record away from its users; Lens_Set_Command() refuses from now on.
 void withdrawRecord(void);
 
-/// Replace whatever the mailbox holds by @p followUp; the mailbox value afterwards.
-unsigned int leaveFollowUp(AF_CMD_em followUp);
-
 /// What the mailbox holds, a command and its argument; kNoRecord and 0 without a record.
 typedef struct {
     unsigned int command;
@@ -28,11 +25,14 @@ typedef struct {
 
 MailboxContent readMailbox(void);
 
-/// Replace @p seen, command and argument, by @p followUp; what has been stored since then stays.
-void leaveFollowUpOf(MailboxContent seen, AF_CMD_em followUp);
+/// Store command and argument as one; false without a record.
+bool storeMailbox(MailboxContent content);
+
+/// Replace @p seen, command and argument, by @p left; what has been stored since then stays.
+void exchangeMailbox(MailboxContent seen, MailboxContent left);
 
 /// The same for a command without an argument: only another command is something new.
-void leaveFollowUpOfCommand(unsigned int seen, AF_CMD_em followUp);
+void exchangeCommand(unsigned int seen, AF_CMD_em left);
 
 /// Publish a 16-bit position; nothing happens without a record.
 void publishZoomPosition16(unsigned short position16);

@@ -22,6 +22,8 @@ int g_Average, g_Remainder;
 unsigned short gPositionMap[kTagPoints][kQuarters];
 
 static const unsigned short kOutsideGrid = 65535;
+static const float kNearPosition16 = 49152.0f;
+static const float kFocusRange16 = 45056.0f;
 
 static int multipleOld = 0; // ratio on the screen
 
@@ -227,12 +229,33 @@ int Lens_Set_Multiple(int value) {
 
 // 49152 at the near end of the travel, 4096 at its far end. A counter below the origin, or ranges
 // that are not set yet, would give what no unsigned number holds: that is published as 0.
-unsigned short Lens_Map_FPosition(unsigned int afp) {
+unsigned short position16OfFocus(unsigned int focus) {
     const float range = static_cast<float>(PI_Near_Range + PI_Far_Range);
-    const float share = static_cast<float>(afp - FM_Step_Start) / range;
-    const float position = 49152.0f - share * 45056.0f;
-    const unsigned short rfp =
-        position > 0 ? static_cast<unsigned short>(static_cast<unsigned int>(position)) : 0;
+    const float share = static_cast<float>(focus - FM_Step_Start) / range;
+    const float position = kNearPosition16 - share * kFocusRange16;
+    return position > 0 ? static_cast<unsigned short>(static_cast<unsigned int>(position)) : 0;
+}
+
+unsigned short Lens_Map_FPosition(unsigned int afp) {
+    const unsigned short rfp = position16OfFocus(afp);
     publishFocusPosition16(rfp);
     return rfp;
+}
+
+unsigned int focusOfPosition16(unsigned short rfp) {
+    const float range = static_cast<float>(PI_Near_Range + PI_Far_Range);
+    const float share = (kNearPosition16 - static_cast<float>(rfp)) / kFocusRange16;
+    const float steps = share * range + 0.5f;
+    return FM_Step_Start + (steps > 0 ? static_cast<unsigned int>(steps) : 0);
+}
+
+unsigned short position16OfZoom(unsigned int zoom) {
+    const int section = findZoomSection(zoom);
+    if (section < 0)
+        return kOutsideGrid;
+    const int quarter =
+        section == kTeleTag
+            ? 0
+            : static_cast<int>((zoom - ZM_Step_Run[section]) / quarterLength(section));
+    return position16OfGridPoint(section, quarter);
 }

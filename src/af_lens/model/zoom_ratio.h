@@ -27,3 +27,10 @@ int firstPointAtOrAbove(unsigned short rzp);
 /// host's thread it may have moved on meanwhile, and come to rest.
 void publishZoomFrom(unsigned int published);
 void publishFocusFrom(unsigned int published);
+
+/// 16-bit position of the grid point at or below @p zoom; 65535 outside the grid.
+unsigned short position16OfZoom(unsigned int zoom);
+
+/// 16-bit position of a focus position, and the nearest focus position of a 16-bit one.
+unsigned short position16OfFocus(unsigned int focus);
+unsigned int focusOfPosition16(unsigned short rfp);

@@ -1,6 +1,7 @@
 #include "af_lens/motion/counted_move.h"
 
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/orders.h"
 #include "af_lens/motion/motors.h"
 #include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
@@ -75,8 +76,8 @@ static void runCountedPeriods(CountedAxis *zoom, CountedAxis *focus) {
         MS419XX_VDFZ();
         countPeriod(zoom);
         countPeriod(focus);
-        const bool overshot = zoom->done > zoom->total || focus->done > focus->total;
-        if (overshot) {
+        const bool isOver = isCancelled() || zoom->done > zoom->total || focus->done > focus->total;
+        if (isOver) {
             brakeBothChannels();
             return;
         }
@@ -97,13 +98,16 @@ static bool neverArrives(const CountedAxis &axis) {
 void Lens_Move_NSteps(MS_Action_em zType, int zSteps, MS_Action_em fType, int fSteps) {
     CountedAxis zoom = makeCountedAxis(true, zType, zSteps);
     CountedAxis focus = makeCountedAxis(false, fType, fSteps);
-    if (neverArrives(zoom) || neverArrives(focus))
+    if (neverArrives(zoom) || neverArrives(focus) || isCancelled())
         return;
     programAxis(zoom);
     programAxis(focus);
     runCountedPeriods(&zoom, &focus);
-    const int zoomChange = zType == MS_Z_WIDE ? -zSteps : zSteps;
-    const int focusChange = fType == MS_F_NEAR ? -fSteps : fSteps;
+    const bool isCut = isCancelled();
+    const int zoomSteps = isCut ? zoom.done : zSteps;
+    const int focusSteps = isCut ? focus.done : fSteps;
+    const int zoomChange = zType == MS_Z_WIDE ? -zoomSteps : zoomSteps;
+    const int focusChange = fType == MS_F_NEAR ? -focusSteps : focusSteps;
     setPosition(zoomPosition() + static_cast<unsigned int>(zoomChange),
                 focusPosition() + static_cast<unsigned int>(focusChange));
 }

@@ -2,6 +2,7 @@
 
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
+#include "af_lens/model/orders.h"
 #include "af_lens/motion/motors.h"
 #include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
@@ -13,19 +14,27 @@ static const unsigned char kFirstStep = 16;
 static const unsigned char kRampStep = 16;
 static const unsigned char kRampUpTo = 47; // 48 steps have the shortest step period there is
 
-enum Interrupts { kNoInterrupts, kCommandsInterrupt };
+// What ends a run early, beside its being cancelled.
+enum Interrupts { kNoInterrupts, kCommandsInterrupt, kAllElseInterrupts };
 
-static bool goesOn(Interrupts interrupts) {
-    return interrupts == kNoInterrupts || lensFocusInterrupt() == 0;
+static bool goesOn(Interrupts interrupts, unsigned int standing) {
+    switch (interrupts) {
+    case kCommandsInterrupt:
+        return lensFocusInterrupt() == 0;
+    case kAllElseInterrupts:
+        return Lens_Get_Command() == standing && !doesOrderWait() && !isCancelled();
+    default:
+        return !isCancelled();
+    }
 }
 
 // 16, 32, 48, 48, ... steps a period, the remainder in the last one; the counter follows each
 // period. Ends early, before a period, on a command that interrupts.
-static void runFocus(MS_Action_em fType, int fSteps, Interrupts interrupts) {
+static void runFocus(MS_Action_em fType, int fSteps, Interrupts interrupts, unsigned int standing) {
     unsigned char step = fSteps <= kFirstStep ? static_cast<unsigned char>(fSteps) : kFirstStep;
     int done = 0;
     MS419XX_Set_PSUM_ICNT_RegofFocus(fType, step);
-    while (goesOn(interrupts)) {
+    while (goesOn(interrupts, standing)) {
         MS419XX_VDF();
         Lens_Fresh_ZFLocation(fType, step);
         done += step;
@@ -51,7 +60,7 @@ int lensMotorFocusRunSteps(MS_Action_em fType, int fSteps) {
         TRACE_FORMAT("Stop and fSteps:%d.\n", fSteps);
         return 0;
     }
-    runFocus(fType, fSteps, kNoInterrupts);
+    runFocus(fType, fSteps, kNoInterrupts, CMD_NONE);
     return 0;
 }
 
@@ -61,8 +70,12 @@ int lensMotorFocusRun(MS_Action_em fType, int fSteps) {
         TRACE_FORMAT("Stop and fSteps:%d.\n", fSteps);
         return interrupted;
     }
-    runFocus(fType, fSteps, kCommandsInterrupt);
+    runFocus(fType, fSteps, kCommandsInterrupt, CMD_NONE);
     return lensFocusInterrupt();
+}
+
+void runFocusWhile(MS_Action_em fType, int fSteps, unsigned int standing) {
+    runFocus(fType, fSteps, kAllElseInterrupts, standing);
 }
 
 void lensMotorFocusHomeSet(void) {

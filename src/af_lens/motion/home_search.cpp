@@ -11,6 +11,8 @@
 #include "autofocus/types.h"
 #include "autofocus/zoom_ratio.h"
 #include "hisi_gpio/hisi_gpio.h"
+#include "platform/faults.h"
+#include "platform/shared_word.h"
 #include "platform/trace.h"
 
 #include <unistd.h>
@@ -170,11 +172,43 @@ int Lens_Search_PI(void) {
     return 0;
 }
 
+// ---- What the search finds the counters short of, by the steps that it has driven itself
+
+static int lostZoom = 0;
+static int lostFocus = 0;
+static bool isHomeKnown = false;
+
+static int shortfall(unsigned int edge, unsigned int counter, int drivenSteps) {
+    return static_cast<int>(edge - counter) - drivenSteps;
+}
+
+static void noteLostSteps(DrivenSteps before) {
+    const DrivenSteps now = countDrivenSteps();
+    if (isHomeKnown) {
+        storeWord(&lostZoom, shortfall(ZM_PI_Position, zoomPosition(), now.zoom - before.zoom));
+        storeWord(&lostFocus, shortfall(FM_PI_Position, focusPosition(), now.focus - before.focus));
+    }
+    isHomeKnown = true;
+}
+
+int lostZoomSteps() {
+    return loadWord(&lostZoom);
+}
+
+int lostFocusSteps() {
+    return loadWord(&lostFocus);
+}
+
 int Lens_Check_PIPosition(void) {
-    if (Lens_Search_PI() != 0) {
+    const DrivenSteps before = countDrivenSteps();
+    const bool isFound = Lens_Search_PI() == 0;
+    noteCall(kFaultHoming, isFound);
+    noteCall(kFaultPosition, isFound);
+    if (!isFound) {
         TRACE_TEXT("Failure.");
         return -1;
     }
+    noteLostSteps(before);
     setPosition(ZM_PI_Position, FM_PI_Position);
     return 0;
 }

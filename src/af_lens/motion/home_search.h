@@ -13,3 +13,8 @@ bool checkPiTwice();
 /// Find home and go to the wide limit with the focus on the infinity line, found or not; both
 /// positions are stored and published.
 void parkAtWide();
+
+/// Steps by which the last search found each counter short of the truth; 0 until home was found
+/// twice. A search that failed in between makes them the loss since it began. Any thread.
+int lostZoomSteps();
+int lostFocusSteps();

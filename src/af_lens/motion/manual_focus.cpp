@@ -1,11 +1,12 @@
 // Focus by hand: two steps a 10 ms period for as long as the command stays in the mailbox, ending
 // exactly on the limit. The next zoom or autofocus run returns to where the first one began.
 #include "af_lens/model/lens_state.h"
-#include "af_lens/model/mailbox.h"
+#include "af_lens/model/orders.h"
 #include "af_lens/motion/focus_runs.h"
 #include "af_lens/motion/motors.h"
 #include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
+#include "autofocus/mailbox.h"
 #include "autofocus/moves.h"
 #include "autofocus/persistence.h"
 #include "autofocus/types.h"

@@ -1,6 +1,7 @@
 #include "af_lens/motion/zoom_to_target.h"
 
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/orders.h"
 #include "af_lens/motion/motors.h"
 #include "af_lens/motion/steps.h"
 #include "af_lens/motion/zoom_tracking.h"
@@ -26,7 +27,7 @@ static void runPeriodsToTarget(MS_Action_em zType, unsigned int target, const ch
         return;
     TrackedStep programmed = step;
     programTrackedStep(zType, programmed);
-    while (zoomPosition() != target) {
+    while (zoomPosition() != target && !isCancelled()) {
         MS419XX_VDZ(kRunningColumn, step.zStep, step.fStep);
         Lens_Fresh_ZFLocation(zType, step.zStep);
         Lens_Fresh_ZFLocation(step.fType, step.fStep);

@@ -1,0 +1,232 @@
+#include "af_lens/control/order_in_hand.h"
+
+#include "af_lens/focus/verdict.h"
+#include "af_lens/model/lens_state.h"
+#include "af_lens/model/mailbox.h"
+#include "af_lens/model/orders.h"
+#include "af_lens/model/zoom_ratio.h"
+#include "af_lens/motion/home_search.h"
+#include "af_orders/ledger.h"
+#include "autofocus/persistence.h"
+#include "autofocus/statistics.h"
+#include "autofocus/types.h"
+#include "autofocus_control.h"
+#include "platform/faults.h"
+
+static struct {
+    int ticket; // 0: what runs has none
+    unsigned int command;
+    unsigned int activity;
+    bool isOrdered;     // somebody may wait for it
+    bool isPositioning; // the run that follows its move does not decide its outcome
+    bool isDone;        // of that move
+    bool awaitsFollowUp;
+    bool awaitsVerdict;
+} hand;
+
+static const unsigned char kActivities[] = {
+    AF_ACTIVITY_AUTOFOCUS,   // CMD_ZSTOP
+    AF_ACTIVITY_ZOOMING,     // CMD_WIDE
+    AF_ACTIVITY_ZOOMING,     // CMD_TELE
+    AF_ACTIVITY_FOCUSING,    // CMD_NEAR
+    AF_ACTIVITY_FOCUSING,    // CMD_FAR
+    AF_ACTIVITY_HOMING,      // CMD_RESET
+    AF_ACTIVITY_AUTOFOCUS,   // CMD_FOCUS
+    AF_ACTIVITY_CALIBRATING, // CMD_FLINE
+    AF_ACTIVITY_IDLE,        // CMD_SPST
+    AF_ACTIVITY_POSITIONING, // CMD_CAPST
+    AF_ACTIVITY_IDLE,        // CMD_CLPST
+    AF_ACTIVITY_POSITIONING, // CMD_DZF
+    AF_ACTIVITY_HOMING,      // CMD_RST
+};
+
+static unsigned int activityOf(unsigned int command, OrderKind kind) {
+    if (kind != kAsCommand)
+        return AF_ACTIVITY_POSITIONING;
+    if (command >= sizeof kActivities)
+        return AF_ACTIVITY_IDLE;
+    return kActivities[command];
+}
+
+static bool isAutofocusRun() {
+    return hand.activity == AF_ACTIVITY_AUTOFOCUS;
+}
+
+static void close(AF_Outcome_em outcome) {
+    noteLostSteps(lostZoomSteps(), lostFocusSteps());
+    hand.awaitsFollowUp = hand.awaitsVerdict = false;
+    if (hand.ticket != 0)
+        closeTicket(hand.ticket, hand.activity, outcome);
+    hand.ticket = 0;
+}
+
+static AF_Outcome_em outcomeOfMove() {
+    return hand.isDone ? AF_OUTCOME_DONE : AF_OUTCOME_FAULT;
+}
+
+// ---- Beginning
+
+static void closeGone(const TakenOrder &taken) {
+    for (int ticket = taken.goneAfter; ticket != taken.goneTo;) {
+        ticket = nextTicket(ticket);
+        if (ticket != taken.ticket)
+            closeTicket(ticket, AF_ACTIVITY_IDLE,
+                        ticket == taken.cancelled ? AF_OUTCOME_CANCELLED : AF_OUTCOME_REPLACED);
+    }
+}
+
+static void takeInHand(const TakenOrder &taken) {
+    const unsigned int command = taken.content.command;
+    hand.command = command;
+    hand.activity = activityOf(command, taken.kind);
+    if (taken.isContinued) {
+        enterFollowUp(hand.ticket, hand.activity);
+        return;
+    }
+    hand.ticket = taken.ticket;
+    hand.isOrdered = taken.isOrdered;
+    hand.isPositioning = !isAutofocusRun();
+    hand.isDone = true;
+    if (hand.ticket != 0)
+        enterActivity(hand.ticket, hand.activity);
+    else
+        standIn(hand.activity);
+}
+
+// A stop of the focus that waits while the zoom's own run begins has been obeyed already.
+static bool isStopBeside(const TakenOrder &taken) {
+    return taken.isOrdered && taken.ordered == CMD_FSTOP && taken.content.command != CMD_FSTOP;
+}
+
+static void begin(TakenOrder *order) {
+    if (hand.ticket != 0 && !order->isContinued)
+        close(outcomeOfMove()); // its follow-up never came to run
+    closeGone(*order);
+    if (isStopBeside(*order)) {
+        enterActivity(order->ticket, AF_ACTIVITY_IDLE);
+        closeTicket(order->ticket, AF_ACTIVITY_IDLE, AF_OUTCOME_DONE);
+        takeFollowing(order->content, order);
+    }
+    hand.awaitsFollowUp = false;
+    takeInHand(*order);
+}
+
+void beginOrder(TakenOrder *order) {
+    takeOrder(order);
+    begin(order);
+}
+
+void beginFollowing(MailboxContent content, TakenOrder *order) {
+    takeFollowing(content, order);
+    begin(order);
+}
+
+// ---- Ending
+
+static void standCancelled() {
+    Lens_Save_ZFLocation();
+    Lens_Map_ZPosition(zoomPosition());
+    Lens_Map_FPosition(focusPosition());
+    lensFocusMode(CMD_MFMODE);
+}
+
+// What the handler has left, or what it would have left had it come to its end; a command that has
+// been stored since stays.
+static bool isLeftover(unsigned int command) {
+    return !isWork(command) || command == hand.command || command == CMD_ZSTOP ||
+           command == CMD_FOCUS;
+}
+
+static void endCancelled() {
+    const unsigned int left = readMailbox().command;
+    if (isLeftover(left) && left != CMD_FSTOP)
+        leaveFollowUpOfCommand(left, CMD_FSTOP);
+    standCancelled();
+    if (isRunToJudge())
+        judgeRun(false);
+    close(AF_OUTCOME_CANCELLED);
+    putDown(false);
+}
+
+static void noteVerdict(AF_Outcome_em verdict) {
+    const RunSummary run = summariseRun();
+    noteRun(verdict, run.frames, run.start, run.peak, run.floor);
+    close(hand.isPositioning ? outcomeOfMove() : verdict);
+}
+
+static void endRun() {
+    putDown(false);
+    if (!isRunToJudge())
+        close(hand.isPositioning ? outcomeOfMove() : AF_OUTCOME_REPLACED);
+    else if (hand.isOrdered || !isRunComplete())
+        noteVerdict(judgeRun(hand.isOrdered));
+    else
+        hand.awaitsVerdict = true;
+}
+
+void settleVerdict() {
+    if (hand.awaitsVerdict)
+        noteVerdict(judgeRun(false));
+}
+
+static bool leavesFollowUp() {
+    const bool mayFocus =
+        hand.command == CMD_RESET || hand.command == CMD_RST || hand.command == CMD_DZF;
+    return mayFocus && !doesOrderWait() && readMailbox().command == CMD_FOCUS;
+}
+
+static bool hasFoundHome() {
+    return (presentFaults() & kFaultHoming) == 0;
+}
+
+void failOrder() {
+    hand.isDone = false;
+}
+
+bool endOrder() {
+    if (isCancelled()) {
+        endCancelled();
+        return false;
+    }
+    if (hand.activity == AF_ACTIVITY_HOMING)
+        hand.isDone = hasFoundHome();
+    if (isAutofocusRun()) {
+        endRun();
+        return true;
+    }
+    hand.awaitsFollowUp = leavesFollowUp();
+    putDown(hand.awaitsFollowUp);
+    if (!hand.awaitsFollowUp)
+        close(outcomeOfMove());
+    return true;
+}
+
+void noteStepping() {
+    if (hand.ticket == 0)
+        standIn(AF_ACTIVITY_STEPPING);
+}
+
+void abandonOrders() {
+    if (hand.ticket != 0)
+        close(AF_OUTCOME_CANCELLED);
+    TakenOrder left;
+    closeOrders(&left);
+    closeGone(left);
+    standIn(AF_ACTIVITY_STOPPED);
+}
+
+// ---- Start-up
+
+void beginStartUp() {
+    TakenOrder taken;
+    takeFollowing({CMD_RESET, 0}, &taken);
+    hand.ticket = taken.ticket;
+    hand.activity = AF_ACTIVITY_STARTING;
+    hand.isDone = true;
+    enterActivity(hand.ticket, hand.activity);
+}
+
+void endStartUp() {
+    putDown(false);
+    close(hasFoundHome() ? AF_OUTCOME_DONE : AF_OUTCOME_FAULT);
+}

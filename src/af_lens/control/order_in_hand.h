@@ -1,0 +1,33 @@
+// A command's way through the lens-control thread as an order: its ticket is taken, told, and ended
+// with an outcome. The handlers know nothing of it.
+#pragma once
+
+#include "af_lens/model/mailbox.h"
+#include "af_lens/model/orders.h"
+
+/// Take in hand what the mailbox holds. @p order gets what is to be dispatched and as which kind;
+/// nothing is when isCancelled() says so. Lens-control thread, as all of these.
+void beginOrder(TakenOrder *order);
+
+/// The same for @p content, which follows a command at once.
+void beginFollowing(MailboxContent content, TakenOrder *order);
+
+/// What is in hand could not be done.
+void failOrder();
+
+/// Its handler is back. @return false when the chain ends here, because it was cancelled.
+bool endOrder();
+
+/// Judge an autofocus run that has ended before, once a frame has come since. At each poll.
+void settleVerdict();
+
+/// Somebody else drives the motors.
+void noteStepping();
+
+/// End every ticket there is: the thread ends.
+void abandonOrders();
+
+// ---- Start-up, on its own thread
+
+void beginStartUp();
+void endStartUp();

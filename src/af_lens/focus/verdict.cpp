@@ -1,0 +1,159 @@
+#include "af_lens/focus/verdict.h"
+
+#include "af_interface/statistics/frame_noise.h"
+#include "af_interface/statistics/statistics.h"
+#include "af_lens/model/half_depth.h"
+#include "af_lens/model/lens_state.h"
+#include "af_lens/motion/steps.h"
+#include "autofocus_control.h"
+#include "platform/arithmetic.h"
+
+static const float kLeastFall = 0.015f;      // of a peak, on both its sides
+static const float kFallDeviations = 5;      // or so much noise
+static const float kContrastDeviations = 12; // of a run that has seen a picture
+static const float kShareOfRun = 0.85f;  // that the last pass must have met of the run's highest
+static const float kMostHalfDepths = 3;  // from its maximum to where the lens stands
+static const float kLeastReturn = 0.12f; // how far the frame afterwards may lie from the peak
+
+namespace {
+struct JudgedPass {
+    unsigned int maximum;
+    unsigned int position; // of the maximum
+    unsigned int lowestSoFar;
+    unsigned int lowestBefore; // the maximum
+    unsigned int lowestAfter;
+};
+
+enum Stage { kNoRun, kRunning, kEnded };
+} // namespace
+
+static const unsigned int kNothingYet = 0xFFFFFFFFu;
+
+static Stage stage = kNoRun;
+static int tag;
+static unsigned int looks;       // frames that were waited for
+static unsigned int recordsSeen; // of them those that came
+static RunSummary run;
+static JudgedPass pass;
+
+// ---- What a run sees
+
+void beginJudging(int index1) {
+    stage = kRunning;
+    tag = index1;
+    looks = 0;
+    recordsSeen = countRecords();
+    run = {0, 0, 0, kNothingYet};
+    beginJudgedPass();
+}
+
+void beginJudgedPass() {
+    pass = {0, focusPosition(), kNothingYet, kNothingYet, kNothingYet};
+}
+
+// False when the wait has ended without a frame: the value is an older one's, or none.
+static bool countFrame(unsigned int afv) {
+    looks += 1;
+    if (countRecords() == recordsSeen)
+        return false;
+    recordsSeen = countRecords();
+    if (run.frames == 0)
+        run.start = afv;
+    run.frames += 1;
+    run.peak = maxOf(run.peak, afv);
+    run.floor = minOf(run.floor, afv);
+    return true;
+}
+
+void judgeStart(unsigned int afv) {
+    countFrame(afv);
+}
+
+void judgeFrame(unsigned int afv) {
+    if (!countFrame(afv))
+        return;
+    if (afv > pass.maximum) {
+        pass.maximum = afv;
+        pass.position = focusPosition();
+        pass.lowestBefore = pass.lowestSoFar;
+        pass.lowestAfter = kNothingYet;
+    } else {
+        pass.lowestAfter = minOf(pass.lowestAfter, afv);
+    }
+    pass.lowestSoFar = minOf(pass.lowestSoFar, afv);
+}
+
+void endJudging() {
+    stage = kEnded;
+}
+
+bool isRunToJudge() {
+    return stage != kNoRun;
+}
+
+bool isRunComplete() {
+    return stage == kEnded;
+}
+
+RunSummary summariseRun() {
+    const RunSummary seen = {run.frames, run.start, run.peak, run.frames == 0 ? 0 : run.floor};
+    return seen;
+}
+
+// ---- The verdict
+
+static bool hasFallen(unsigned int lowest, float share) {
+    if (lowest == kNothingYet)
+        return false;
+    const float maximum = static_cast<float>(pass.maximum);
+    return maximum - static_cast<float>(lowest) > share * maximum;
+}
+
+static bool isWithin(unsigned int value, float share) {
+    const float maximum = static_cast<float>(pass.maximum);
+    const float distance = static_cast<float>(value) - maximum;
+    return distance <= share * maximum && -distance <= share * maximum;
+}
+
+static bool hasSeenPicture(float noise) {
+    const float floor = static_cast<float>(maxOf(run.floor, 1u));
+    return static_cast<float>(run.peak) > floor * (1 + kContrastDeviations * noise);
+}
+
+static bool standsOnMaximum() {
+    const float away = static_cast<float>(stepsBetween(focusPosition(), pass.position));
+    return away <= kMostHalfDepths * halfDepthSteps(tag);
+}
+
+static AF_Outcome_em judgePeak(float noise) {
+    const float fall = maxOf(kLeastFall, kFallDeviations * noise);
+    if (!hasFallen(pass.lowestAfter, fall))
+        return hasFallen(pass.lowestBefore, fall) ? AF_OUTCOME_EDGE : AF_OUTCOME_UNSURE;
+    const bool isHighest =
+        static_cast<float>(pass.maximum) > kShareOfRun * static_cast<float>(run.peak);
+    const bool isPeak = hasFallen(pass.lowestBefore, fall) && isHighest && standsOnMaximum();
+    return isPeak ? AF_OUTCOME_FOCUSED : AF_OUTCOME_UNSURE;
+}
+
+static AF_Outcome_em judgeFrames(unsigned int frameAfterwards) {
+    const float noise = noiseShareAt(tag);
+    if (!hasSeenPicture(noise))
+        return AF_OUTCOME_FLAT;
+    const AF_Outcome_em verdict = judgePeak(noise);
+    const float mostAway = maxOf(kLeastReturn, kFallDeviations * noise);
+    const bool isConfirmed = isWithin(frameAfterwards, mostAway);
+    return verdict == AF_OUTCOME_FOCUSED && !isConfirmed ? AF_OUTCOME_UNSURE : verdict;
+}
+
+AF_Outcome_em judgeRun(bool waits) {
+    const Stage judged = stage;
+    stage = kNoRun;
+    if (judged != kEnded)
+        return AF_OUTCOME_REPLACED;
+    AF_Statistics_Info record = latestStatistics();
+    if (waits)
+        afStatisticsFresh(&record);
+    if (run.frames * 2 < looks)
+        return AF_OUTCOME_BLIND;
+    return judgeFrames(focusValueAt(tag, record));
+}

@@ -1,0 +1,251 @@
+#include "af_lens/model/orders.h"
+
+#include "af_lens/model/mailbox.h"
+#include "autofocus/types.h"
+#include "platform/claim.h"
+#include "platform/shared_word.h"
+
+#include <limits.h>
+#include <string.h>
+
+static const int kLongestPlacingMs = 100;
+
+// ---- The slip, under the claim; the words may be looked at without it
+
+enum Waiting { kNothingWaits, kCommandWaits, kTargetWaits };
+
+static Claim ordering;
+static struct {
+    int ticket;
+    int before; // the last ticket given before
+    OrderKind kind;
+    MailboxContent content;
+    bool isCancelled;
+} slip;
+static Waiting waiting = kNothingWaits; // whether the slip's order has not been taken yet
+static int issued = 0;                  // the last ticket there is
+static int settled = 0;                 // the last one that was taken or never will be
+static bool isClosed = false;
+static MailboxContent contentInHand = {CMD_NONE, 0};
+static int ticketInHand = 0;
+static int ticketCancelled = 0;
+static bool awaitsFollowUp = false; // of what is in hand
+
+// The lens-control thread has nothing to do but wait for whoever is between these two lines.
+static void beginTaking() {
+    while (!awaitClaim(&ordering, kLongestPlacingMs)) {
+    }
+}
+
+int nextTicket(int ticket) {
+    return ticket == INT_MAX ? 1 : ticket + 1;
+}
+
+int lastTicket() {
+    return loadWord(&issued);
+}
+
+bool isWork(unsigned int command) {
+    return command < CMD_FSTOP;
+}
+
+static bool isAutofocus(unsigned int command) {
+    return command == CMD_ZSTOP || command == CMD_FOCUS;
+}
+
+static bool isSame(MailboxContent a, MailboxContent b) {
+    return a.command == b.command && a.value == b.value;
+}
+
+static bool stillHoldsSlip() {
+    return waiting != kNothingWaits && isSame(readMailbox(), slip.content);
+}
+
+// ---- Placing
+
+int placeOrder(MailboxContent content, OrderKind kind) {
+    if (!awaitClaim(&ordering, kLongestPlacingMs))
+        return -1;
+    int ticket = -1;
+    if (!isClosed && hasRecord()) {
+        slip = {nextTicket(issued), issued, kind, content, false};
+        storeWord(&issued, slip.ticket);
+        storeWord(&waiting, kind == kAsCommand ? kCommandWaits : kTargetWaits);
+        storeMailbox(content);
+        ticket = issued;
+    }
+    giveBackClaim(&ordering);
+    return ticket;
+}
+
+bool doesOrderWait() {
+    return loadWord(&waiting) != kNothingWaits;
+}
+
+// ---- Taking
+
+// An autofocus run at the end of a zoom is also the one that was ordered meanwhile; and it has
+// stopped the focus, if that was ordered.
+static bool serves(unsigned int command, unsigned int ordered) {
+    const bool isFulfilled = isAutofocus(ordered) || ordered == CMD_FSTOP;
+    return command == ordered || (isAutofocus(command) && isFulfilled);
+}
+
+// Everything that was placed but not taken up to @p last is gone.
+static void settle(TakenOrder *taken, int last) {
+    taken->goneAfter = settled;
+    taken->goneTo = settled = last;
+}
+
+static void takeSlip(TakenOrder *taken) {
+    taken->ticket = slip.ticket;
+    taken->ordered = slip.content.command;
+    if (slip.content.command == taken->content.command)
+        taken->content = slip.content;
+    taken->kind = slip.kind;
+    taken->isOrdered = true;
+    if (slip.isCancelled) // while it waited behind the same command
+        storeWord(&ticketCancelled, slip.ticket);
+}
+
+static bool continuesInHand(unsigned int command) {
+    return awaitsFollowUp && command == CMD_FOCUS && readMailbox().command == CMD_FOCUS;
+}
+
+// The last one placed is gone when something else lies in the mailbox, unless it is just waiting.
+static void takeUnderClaim(TakenOrder *taken) {
+    const unsigned int command = taken->content.command;
+    const bool stands = stillHoldsSlip();
+    if (stands && !serves(command, slip.content.command)) {
+        settle(taken, slip.before); // it goes on waiting
+        return;
+    }
+    const bool isLost = waiting != kNothingWaits && !stands;
+    storeWord(&waiting, kNothingWaits);
+    if (stands) {
+        takeSlip(taken);
+    } else if (continuesInHand(command)) {
+        taken->ticket = loadWord(&ticketInHand);
+        taken->isContinued = true;
+    } else if (isWork(command)) {
+        storeWord(&issued, nextTicket(issued));
+        taken->ticket = issued;
+    }
+    taken->cancelled = isLost && slip.isCancelled ? slip.ticket : 0;
+    settle(taken, issued);
+}
+
+static void take(const MailboxContent *following, TakenOrder *taken) {
+    memset(taken, 0, sizeof *taken);
+    beginTaking();
+    taken->content = following != nullptr ? *following : readMailbox();
+    takeUnderClaim(taken);
+    contentInHand = readMailbox();
+    storeWord(&ticketInHand, taken->ticket);
+    awaitsFollowUp = false;
+    giveBackClaim(&ordering);
+}
+
+void takeOrder(TakenOrder *taken) {
+    take(nullptr, taken);
+}
+
+void takeFollowing(MailboxContent content, TakenOrder *taken) {
+    take(&content, taken);
+}
+
+void putDown(bool isContinued) {
+    beginTaking();
+    awaitsFollowUp = isContinued;
+    if (!isContinued)
+        storeWord(&ticketInHand, 0);
+    giveBackClaim(&ordering);
+}
+
+void closeOrders(TakenOrder *left) {
+    memset(left, 0, sizeof *left);
+    beginTaking();
+    isClosed = true;
+    left->cancelled = waiting != kNothingWaits ? slip.ticket : 0;
+    storeWord(&waiting, kNothingWaits);
+    settle(left, issued);
+    giveBackClaim(&ordering);
+}
+
+// ---- Cancelling
+
+// What waits goes from the mailbox as if it had never come: what is in hand stays there.
+static void emptyMailboxOf(MailboxContent content) {
+    const MailboxContent standing = {CMD_FSTOP, content.value};
+    exchangeMailbox(content, loadWord(&ticketInHand) != 0 ? contentInHand : standing);
+}
+
+static bool cancelWaiting(int ticket) {
+    if (stillHoldsSlip()) {
+        if (ticket != 0 && ticket != slip.ticket)
+            return false;
+        slip.isCancelled = true;
+        emptyMailboxOf(slip.content);
+        return true;
+    }
+    const MailboxContent held = readMailbox();
+    const bool isStored = isWork(held.command) && !isSame(held, contentInHand);
+    if (ticket == 0 && isStored && !awaitsFollowUp)
+        emptyMailboxOf(held);
+    return false;
+}
+
+int cancelOrder(int ticket) {
+    if (!awaitClaim(&ordering, kLongestPlacingMs))
+        return -1;
+    bool isFound = cancelWaiting(ticket);
+    const int inHand = loadWord(&ticketInHand);
+    if (inHand != 0 && (ticket == 0 || ticket == inHand)) {
+        storeWord(&ticketCancelled, inHand);
+        isFound = true;
+    }
+    giveBackClaim(&ordering);
+    return isFound || ticket == 0 ? 0 : -1;
+}
+
+bool isCancelled() {
+    const int inHand = loadWord(&ticketInHand);
+    return inHand != 0 && loadWord(&ticketCancelled) == inHand;
+}
+
+// ---- What goes on, and what is left behind
+
+int lensFocusInterrupt(void) {
+    const unsigned int command = Lens_Get_Command();
+    const bool goesOn = isAutofocus(command) || command == CMD_FSTOP;
+    return goesOn && !isCancelled() ? 0 : 1;
+}
+
+int lensMotorInterrupt(AF_CMD_em emCmd) {
+    const unsigned int command = Lens_Get_Command();
+    const bool goesOn = command == static_cast<unsigned int>(emCmd) || command == CMD_FOCUS;
+    const bool isEnded = loadWord(&waiting) == kTargetWaits || isCancelled();
+    return goesOn && !isEnded ? 0 : 1;
+}
+
+unsigned int leaveFollowUp(AF_CMD_em followUp) {
+    beginTaking();
+    if (!stillHoldsSlip() && Lens_Get_Command() != static_cast<unsigned int>(followUp))
+        Lens_Set_Command(followUp);
+    giveBackClaim(&ordering);
+    return Lens_Get_Command();
+}
+
+void leaveFollowUpOf(MailboxContent seen, AF_CMD_em followUp) {
+    beginTaking();
+    if (!stillHoldsSlip())
+        exchangeMailbox(seen, {followUp, seen.value});
+    giveBackClaim(&ordering);
+}
+
+void leaveFollowUpOfCommand(unsigned int seen, AF_CMD_em followUp) {
+    beginTaking();
+    if (!stillHoldsSlip())
+        exchangeCommand(seen, followUp);
+    giveBackClaim(&ordering);
+}

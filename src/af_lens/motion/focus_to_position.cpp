@@ -1,0 +1,19 @@
+#include "af_lens/motion/focus_to_position.h"
+
+#include "af_lens/model/lens_state.h"
+#include "af_lens/model/zoom_ratio.h"
+#include "af_lens/motion/focus_runs.h"
+#include "af_lens/motion/steps.h"
+#include "autofocus/persistence.h"
+#include "autofocus/types.h"
+
+// As focusing by hand, so that the next zoom returns to where the first one began.
+void driveFocusTo(unsigned short rfp, unsigned int standing) {
+    const unsigned int target = keepInTravel(focusOfPosition16(rfp), FM_Near_Limit, FM_Far_Limit);
+    const unsigned int focus = focusPosition();
+    if (target != focus) {
+        lensMotorFocusHomeSet();
+        runFocusWhile(target > focus ? MS_F_FAR : MS_F_NEAR, stepsBetween(target, focus), standing);
+    }
+    Lens_Save_ZFLocation();
+}

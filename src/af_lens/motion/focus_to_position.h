@@ -1,0 +1,6 @@
+// The focus driven to a 16-bit position.
+#pragma once
+
+/// Drive there, clipped to the travel, as long as command @p standing stays in the mailbox and no
+/// order waits; the position is stored and published. Lens-control thread.
+void driveFocusTo(unsigned short rfp, unsigned int standing);
