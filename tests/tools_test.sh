@@ -65,10 +65,7 @@ grep -q 'VERDICT: BAD, 3 checks' said || { echo "a good verdict without files" &
 expect 1 "/dev/full: can't be written" "$bin/demo" --out vcd --vcd /dev/full
 
 # A picture without a detail shows an autofocus that fails, and whole beside the crop.
-base64 -d >flat.png <<'END'
-iVBORw0KGgoAAAANSUhEUgAAABAAAAAJCAIAAAC0SDtlAAAAEUlEQVR4nGNoIBEwjGoYFBoAGJ/YAfh07lQAAAAASUVORK5CYII=
-END
-expect 1 "" "$bin/demo" --picture flat.png --no-texture --out flat
+expect 1 "" "$bin/demo" --picture "$root/tests/scenario/pictures/flat.png" --no-texture --out flat
 grep -q 'BAD.*sharp' said && [ -s flat/scene.png ] || { echo "a flat picture comes out sharp" && failed=1; }
 ! grep -q 'trigger fires\|refocus done' said || { echo "a run that never came is told of" && failed=1; }
 ! grep -q nan flat/*.svg || { echo "a plot without points is no picture" && failed=1; }

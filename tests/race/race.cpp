@@ -3,9 +3,11 @@
 // at every look, or when all have come to rest. Which round meets a fault is chance: the stress may
 // miss one, but it never errs.
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/orders.h"
 #include "af_lens/model/preset_table.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
+#include "af_orders/ledger.h"
 #include "autofocus_service.h"
 #include "clock/next_call.h"
 #include "clock/seeded_random.h"
@@ -275,6 +277,82 @@ void playMailbox() {
     lens.join();
 }
 
+// ---- Orders from two threads and a raw store now and then, while a third takes them
+
+constexpr int kSlips = 4096;
+constexpr int kOrders = 20;
+
+struct Slip {
+    std::atomic<unsigned> given; ///< Argument that the ticket was given for.
+    std::atomic<unsigned> taken; ///< Argument that it was taken with; 0: it was not.
+    std::atomic<int> ends;
+};
+
+Slip slips[kSlips];
+std::atomic<int> ordering;
+
+template <int Who> void placeOrders() {
+    ++ordering;
+    for (int i = 1; i <= kOrders; ++i) {
+        const unsigned argument = static_cast<unsigned>(Who * 1000 + i);
+        slips[placeOrder({CMD_CAPST, argument}, kAsCommand) % kSlips].given = argument;
+        if (draw(0, 3) == 0)
+            lensDirectZPosition(CMD_SPST, 77);
+        stumble();
+    }
+    --ordering;
+}
+
+void takeOnce() {
+    TakenOrder taken;
+    takeOrder(&taken);
+    for (int ticket = taken.goneAfter; ticket != taken.goneTo;) {
+        ticket = nextTicket(ticket);
+        slips[ticket % kSlips].ends += ticket != taken.ticket ? 1 : 0;
+    }
+    if (taken.ticket != 0)
+        slips[taken.ticket % kSlips].ends++;
+    if (taken.isOrdered)
+        slips[taken.ticket % kSlips].taken = taken.content.value;
+    leaveFollowUpOf(taken.content, CMD_NONE);
+    putDown(false);
+}
+
+void takeOrders() {
+    for (int looks = 0; looks < 30 || ordering > 0; ++looks)
+        takeOnce();
+}
+
+void judgeOrders() {
+    static int judged = 0;
+    takeOnce();
+    while (judged != lastTicket()) {
+        judged = nextTicket(judged);
+        Slip &slip = slips[judged % kSlips];
+        require(slip.ends.exchange(0) == 1, "a ticket does not end exactly once");
+        const unsigned taken = slip.taken.exchange(0);
+        require(taken == 0 || taken == slip.given, "a ticket runs another one's argument");
+    }
+}
+
+// ---- The status
+
+void writeStatus() {
+    for (unsigned i = 1; i < 50; ++i) {
+        noteRun(i, i, i, i, i);
+        enterFollowUp(0, i % 2);
+    }
+}
+
+void readStatus() {
+    for (int look = 0; look < 50; ++look) {
+        const AF_Status_ST ledger = readLedger().status;
+        require(ledger.runOutcome == ledger.runFloor && ledger.runFrames == ledger.runPeak &&
+                    ledger.runStart == ledger.runFloor && ledger.runPeak == ledger.runFloor,
+                "a status is read half of one moment, half of another");
+    }
+}
+
 /// While the other thread releases the link.
 void transfer() {
     for (int i = 0; i < 20; ++i) {
@@ -317,6 +395,8 @@ const Kind kKinds[] = {
     {"presets", 50000, {setPresets, clearPresets}, judgePresets},
     {"pairs", 200000, {setPresets, readPresets}, judgePresets},
     {"mailbox", 2000, {playMailbox}, [] {}},
+    {"orders", 300, {placeOrders<1>, placeOrders<2>, takeOrders}, judgeOrders},
+    {"status", 50000, {writeStatus, readStatus}, [] {}},
     {"close", 100000, {SPI_Release, transfer}, [] { SPI_Init(); }},
     {"start", 1500, {playStart}, [] {}},
 };
@@ -397,6 +477,8 @@ int main(int argc, char **argv) {
                  "presets  the host called twice at once, or with a table that changes\n"
                  "pairs    a preset that is read half old, half new\n"
                  "mailbox  a command overwritten by another one's end\n"
+                 "orders   a ticket that ends twice or never, or runs another one's argument\n"
+                 "status   a status of two moments\n"
                  "close    a transfer that begins on a closed descriptor\n"
                  "start    a thread that is created twice, or not at all",
                  "race");

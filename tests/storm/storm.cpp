@@ -1,9 +1,11 @@
-// What no test would think of: for two virtual minutes two host threads, the controller on the
-// serial line, a writer of the mailbox, a service tool and the scenery act at random, all drawn
-// from one seed. Afterwards the lens must settle, its counters equal the truth, a standing state be
-// in the mailbox, the hardware have nothing to complain of and the serial port still answer.
+// What no test would think of: for two virtual minutes two host threads, two that order with
+// tickets, the controller on the serial line, a writer of the mailbox, a service tool and the
+// scenery act at random, all drawn from one seed. Afterwards the lens must settle, its counters
+// equal the truth, a standing state be in the mailbox, the hardware have nothing to complain of and
+// the serial port still answer.
 #include "scenario/scenario.h"
 
+#include "autofocus_control.h"
 #include "clock/seeded_random.h"
 #include "clock/virtual_clock.h"
 #include "devices/serial_port.h"
@@ -110,6 +112,83 @@ void sendDamaged(SeededRandom &random) {
 
 const Acts kSerialActs = {{20, sendFrame}, {4, sendDirectZoom}, {1, sendDamaged}};
 
+// ---- Orders with tickets, of which each must end once and in a status that agrees
+
+constexpr int kTickets = 1 << 16;
+
+struct Ticket {
+    bool isOrdered;
+    int starts;
+    int ends;
+};
+
+Ticket tickets[kTickets];
+
+void keepBooks(const AF_Event_ST *event, void *) {
+    Ticket &ticket = tickets[event->ticket % kTickets];
+    (event->outcome == AF_OUTCOME_NONE ? ticket.starts : ticket.ends) += 1;
+    if (event->outcome == AF_OUTCOME_NONE && event->ticket % 16 == 0)
+        AF_Manager_Cancel_API(event->ticket);
+}
+
+unsigned short drawPosition(SeededRandom &random) {
+    return static_cast<unsigned short>(random.drawBits());
+}
+
+int placeOrder(SeededRandom &random) {
+    switch (random.drawBetween(0, 13)) {
+    case 0:
+        return AF_Manager_Zoom_Tele_API();
+    case 1:
+        return AF_Manager_Zoom_Wide_API();
+    case 2:
+        return AF_Manager_Zoom_Stop_API();
+    case 3:
+        return AF_Manager_Focus_Near_API();
+    case 4:
+        return AF_Manager_Focus_Far_API();
+    case 5:
+        return AF_Manager_Focus_Stop_API();
+    case 6:
+        return AF_Manager_Autofocus_API();
+    case 7:
+        return AF_Manager_Zoom_To_API(drawPosition(random));
+    case 8:
+        return AF_Manager_Focus_To_API(drawPosition(random));
+    case 9:
+        return AF_Manager_Preset_Call_API(random.drawBetween(0, 3));
+    case 10:
+        return AF_Manager_Preset_Set_API(random.drawBetween(0, 3));
+    case 11:
+        return AF_Manager_Preset_Clear_API(random.drawBetween(-1, 255));
+    case 12:
+        return AF_Manager_Home_API();
+    default:
+        return random.drawBetween(0, 5) == 0 ? AF_Manager_Calibrate_API() : -1;
+    }
+}
+
+void order(SeededRandom &random) {
+    const int ticket = placeOrder(random);
+    if (ticket > 0)
+        tickets[ticket % kTickets].isOrdered = true;
+    if (ticket > 0 && random.drawBetween(0, 7) == 0)
+        AF_Manager_Wait_Ticket_API(ticket, random.drawBetween(0, 3000));
+}
+
+void expectEveryTicketEnded() {
+    for (int ticket = 0; ticket < kTickets; ++ticket) {
+        const Ticket &seen = tickets[ticket];
+        EXPECT_EQ(seen.ends, seen.isOrdered || seen.starts > 0 ? 1 : 0) << "ticket " << ticket;
+        EXPECT_LE(seen.starts, 1) << "ticket " << ticket;
+    }
+}
+
+const Acts kOrderActs = {
+    {12, order},
+    {2, [](SeededRandom &) { AF_Manager_Cancel_API(0); }},
+    {1, [](SeededRandom &r) { AF_Manager_Cancel_API(r.drawBetween(1, 500)); }}};
+
 // ---- The service tool's thread. Its zoom steps check no limit: only the careful requests.
 
 void requestByHand(SeededRandom &random) {
@@ -188,10 +267,12 @@ void runStorm(uint64_t seed) {
         {kHostActs, 4000, seed, 100},     {kHostActs, 4000, seed, 101},
         {kMailboxActs, 6000, seed, 102},  {kSerialActs, 3000, seed, 103},
         {kServiceActs, 40000, seed, 104}, {kSceneryActs, 20000, seed, 105},
+        {kOrderActs, 4000, seed, 106},    {kOrderActs, 4000, seed, 107},
     };
     std::vector<pthread_t> threads;
     SeededRandom random(seed, 99);
     g_LensType = static_cast<int>(seed % 2);
+    AF_Manager_Init_EventFun_API(keepBooks, nullptr);
     scenario::startLibrary();
     scenario::passMs(random.drawBetween(0, 20000)); // now and then the storm comes first
     pthread_t manual;
@@ -206,6 +287,7 @@ void runStorm(uint64_t seed) {
         pthread_join(thread, nullptr);
     scenario::waitSettled(kSettleS);
     scenario::expectSound();
+    expectEveryTicketEnded();
     EXPECT_TRUE(vcam::isStanding());
     EXPECT_EQ(memcmp(&g_APGroupInfo, &scenario::host().presets, sizeof g_APGroupInfo), 0);
     expectAnswer();
