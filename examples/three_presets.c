@@ -34,7 +34,7 @@ static const char *await(int ticket) {
 }
 
 int main(void) {
-    AF_Status_ST status = {0};
+    AF_Status_ST status;
     int i;
     AF_Manager_Init_PresetInfo_API(storePresets, loadPresets);
     if (AF_Manager_Start_API() != 0)
