@@ -35,7 +35,7 @@ TEST(SerialThread, long_frames_are_read_whole_and_the_next_one_is_answered) {
         command(CMD_MFMODE);
         passMs(50); // a direct zoom lets its command be seen for so long
         replyTo({0x81, 0x01, 0x04, 0x73, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 0xFF});
-        EXPECT_EQ(replyTo(vcam::kAskZoom), (Bytes{0x90, 0x50, 0, 0, 0, 0, 0xFF}));
+        EXPECT_EQ(replyTo(vcam::kAskZoom), vcam::viscaPositionReply(0));
     });
 }
 

@@ -3,6 +3,7 @@
 #include "fixtures.h"
 
 #include "autofocus_service.h"
+#include "host/controller_frames.h"
 
 #include <cstdlib>
 #include <poll.h>
@@ -18,7 +19,7 @@ static constexpr int kPauseMs = 300;
 
 static bool isAnswered(int controller, useconds_t pauseUs) {
     for (int i = 0; i < kTries; ++i) {
-        for (const char byte : {'\x81', '\x09', '\x04', '\x38', '\xFF'}) {
+        for (const uint8_t byte : vcam::kAskFocusMode) {
             EXPECT_EQ(write(controller, &byte, 1), 1);
             usleep(pauseUs);
         }

@@ -8,11 +8,10 @@
 #include <fcntl.h>
 #include <map>
 #include <numeric>
-#include <vector>
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using vcam::Bytes;
 
 /// Commands go into the mailbox of LensCase, replies into a pipe.
 class SerialCommands : public LensCase {
@@ -146,12 +145,12 @@ TEST_F(SerialCommands, icr_command_is_ignored_while_the_host_is_not_in_control) 
 
 TEST_F(SerialCommands, inquiry_gets_0_before_there_is_a_position_or_nothing_if_nobody_knows_it) {
     g_ShaPosInfo = nullptr;
-    const std::pair<unsigned char, Bytes> rows[] = {
-        {0x47, {0x90, 0x50, 0, 0, 0, 0, 0xFF}}, {0x48, {0x90, 0x50, 0, 0, 0, 0, 0xFF}}, {0x07, {}}};
-    for (const auto &[inquiry, answer] : rows) {
-        EXPECT_EQ(visca({0x81, 0x09, 0x04, inquiry, 0xFF}), 0);
-        EXPECT_EQ(reply(), answer) << int(inquiry);
+    for (const Bytes &inquiry : {vcam::kAskZoom, vcam::kAskFocus}) {
+        EXPECT_EQ(visca(inquiry), 0);
+        EXPECT_EQ(reply(), vcam::viscaPositionReply(0)) << int(inquiry[3]);
     }
+    EXPECT_EQ(visca({0x81, 0x09, 0x04, 0x07, 0xFF}), 0);
+    EXPECT_EQ(reply(), Bytes());
     InitUsartFd(-1);
     EXPECT_EQ(visca(vcam::kAskFocusMode), -1);
     EXPECT_EQ(text, "__SonyViscaProcess__write sendBuf failure__\n");
