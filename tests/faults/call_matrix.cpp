@@ -7,6 +7,7 @@
 // Not judged by the lens: a link to the motors that is gone for good.
 #include "faults/faults.h"
 #include "scenario/scenario.h"
+#include "scenario/temporary_folder.h"
 
 #include "boundary/faults.h"
 #include "devices/lens.h"
@@ -18,9 +19,6 @@
 #include <cerrno>
 #include <cstring>
 #include <dlfcn.h>
-#include <fstream>
-#include <sstream>
-#include <unistd.h>
 
 namespace faults {
 
@@ -168,15 +166,15 @@ void goToMiddle(const Move &move) {
     if (move.middleMs == 0)
         return;
     scenario::passMs(move.middleMs - longestPeriodMs);
-    const Place before = placeOfLens();
+    const scenario::Place before = scenario::truePlace();
     scenario::passMs(longestPeriodMs);
-    EXPECT_NE(before, placeOfLens()) << "this is not the middle of the move";
+    EXPECT_NE(before, scenario::truePlace()) << "this is not the middle of the move";
 }
 
 /// Judged by the lens, as far as the fault lets it be where the library counts it.
-void expectHarmless(Harm harm, const Place &start) {
+void expectHarmless(Harm harm, const scenario::Place &start) {
     if (harm == Harm::NoStart) {
-        EXPECT_EQ(placeOfLens(), start);
+        EXPECT_EQ(scenario::truePlace(), start);
     }
     if (harm == Harm::None || harm == Harm::Unheard)
         scenario::expectSound();
@@ -184,12 +182,12 @@ void expectHarmless(Harm harm, const Place &start) {
         return;
     EXPECT_EQ(Lens_Set_Command(CMD_RESET), 0);
     settle(kRehomeS);
-    EXPECT_EQ(placeOfLens(), countedPlace());
+    EXPECT_EQ(scenario::truePlace(), countedPlace());
 }
 
 void playCell(const Move &move, const Fault &fault, int timing) {
     const Harm harm = isAtStart(move) ? fault.harmAtStart : fault.harm;
-    const Place start = placeOfLens();
+    const scenario::Place start = scenario::truePlace();
     startFor(move, [&] {
         if (!isAtStart(move))
             goToMiddle(move);
@@ -215,14 +213,13 @@ bool judgeCell(int move, int faultIndex, int timing, const std::string &traceFil
     options.traceFile = traceFile;
     const scenario::Ending ending =
         scenario::runToEnd(options, [&] { playCell(kMoves[move], fault, kTimings[timing]); });
-    std::stringstream file;
-    file << std::ifstream(traceFile).rdbuf();
-    const size_t struckAt = file.str().find(" fault ");
+    const std::string trace = scenario::readAll(traceFile);
+    const size_t struckAt = trace.find(" fault ");
     if (struckAt == std::string::npos && ending.status == 0)
         return false;
     __atomic_add_fetch(&tally->struck[faultIndex], 1, __ATOMIC_RELAXED);
     const bool hasMessage =
-        fault.said == nullptr || file.str().find(fault.said, struckAt) != std::string::npos;
+        fault.said == nullptr || trace.find(fault.said, struckAt) != std::string::npos;
     if (ending.status == 0 && hasMessage)
         return true;
     __atomic_add_fetch(&tally->failed, 1, __ATOMIC_RELAXED);
@@ -270,10 +267,8 @@ bool playCallMatrix() {
     tally = vcam::share<Tally>();
     const int unknown = countUnknownImports();
     vcam::playAll(kMoveCount * kFaultCount, [](int index) {
-        char traceFile[] = "/tmp/fault-XXXXXX";
-        close(mkstemp(traceFile));
-        judgeAllTimings(index / kFaultCount, index % kFaultCount, traceFile);
-        remove(traceFile);
+        const scenario::TemporaryFolder folder;
+        judgeAllTimings(index / kFaultCount, index % kFaultCount, folder.file("trace"));
     });
     int struck = 0;
     int idle = 0;

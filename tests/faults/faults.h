@@ -4,8 +4,9 @@
 
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
+
+#include "scenario/scenario.h"
 
 namespace faults {
 
@@ -32,9 +33,7 @@ void startFor(const Move &move, const std::function<void()> &arm);
 /// Wait until the lens rests. Looks seldom, since looking costs more than the rest.
 void settle(double limitS);
 
-using Place = std::pair<int, int>; ///< Zoom, focus.
-Place placeOfLens();
-Place countedPlace();
+scenario::Place countedPlace();
 
 using Words = std::vector<std::string>;
 

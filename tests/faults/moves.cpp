@@ -3,7 +3,6 @@
 #include "scenario/scenario.h"
 
 #include "boundary/faults.h"
-#include "devices/lens.h"
 #include "optics/scene.h"
 #include "platform/shared_word.h"
 
@@ -101,11 +100,7 @@ void settle(double limitS) {
         limitS, [] {}, lookMs);
 }
 
-Place placeOfLens() {
-    return {vcam::truePosition(vcam::Axis::Zoom), vcam::truePosition(vcam::Axis::Focus)};
-}
-
-Place countedPlace() {
+scenario::Place countedPlace() {
     return {loadWord(&ZM_Step_Local), loadWord(&FM_Step_Local)};
 }
 

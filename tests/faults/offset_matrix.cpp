@@ -54,7 +54,7 @@ constexpr int kNoFault = kMostCells - 1; // an offset that no move reaches
 // ---- One cell
 
 struct End {
-    Place truth, counted;
+    scenario::Place truth, counted;
     int lost, violations, command, status;
 };
 
@@ -73,8 +73,8 @@ struct Shared {
 Shared *shared;
 
 int errorOf(const End &end) {
-    return std::max(abs(end.truth.first - end.counted.first),
-                    abs(end.truth.second - end.counted.second));
+    return std::max(abs(static_cast<int>(end.truth.first - end.counted.first)),
+                    abs(static_cast<int>(end.truth.second - end.counted.second)));
 }
 
 bool isWrong(const End &end) {
@@ -103,7 +103,7 @@ void playMove(const Cell &cell) {
         move.during();
     settle(move.limitS);
     const long lost = vcam::lostSteps(vcam::Axis::Zoom) + vcam::lostSteps(vcam::Axis::Focus);
-    *cell.end = {placeOfLens(),
+    *cell.end = {scenario::truePlace(),
                  countedPlace(),
                  static_cast<int>(lost),
                  vcam::violationCount(),
@@ -161,10 +161,11 @@ std::string sumOf(const Row &row, Extent extent) {
     uint64_t sum = 0xCBF29CE484222325;
     for (const Cell &cell : cellsOf(row, extent)) {
         const End &end = *cell.end;
-        for (const int number :
-             {end.truth.first, end.truth.second, end.counted.first, end.counted.second, end.lost,
-              end.violations, end.command, end.status})
-            sum = (sum ^ static_cast<unsigned>(number)) * prime;
+        for (const unsigned number :
+             {end.truth.first, end.truth.second, end.counted.first, end.counted.second,
+              unsigned(end.lost), unsigned(end.violations), unsigned(end.command),
+              unsigned(end.status)})
+            sum = (sum ^ number) * prime;
     }
     char text[24];
     snprintf(text, sizeof text, " %016" PRIx64, sum);
@@ -288,7 +289,7 @@ bool replayOffset(const Words &words, const std::string &traceFile) {
     if (move < 0 || call < 0 || offset < 0)
         return false;
     judgeCell({move, call, offset, &end}, traceFile);
-    printf("%s: zoom is at %d, counted %d; focus at %d, counted %d; %d steps lost, %d violations, "
+    printf("%s: zoom is at %u, counted %u; focus at %u, counted %u; %d steps lost, %d violations, "
            "command %d\n",
            isWrong(end) ? "wrong" : "right", end.truth.first, end.counted.first, end.truth.second,
            end.counted.second, end.lost, end.violations, end.command);

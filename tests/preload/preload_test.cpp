@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
@@ -23,10 +22,7 @@ class Preload : public testing::Test {
 protected:
     std::string file(const std::string &name) const { return folder_.file(name); }
 
-    std::string read(const std::string &name) const {
-        std::ifstream stream(file(name));
-        return std::string(std::istreambuf_iterator<char>(stream), {});
-    }
+    std::string read(const std::string &name) const { return scenario::readAll(file(name)); }
 
     /// @p settings as a shell writes them, VIRTUAL_CAMERA left off: "SEED=2 END_MS=1000".
     Ended runHost(const std::string &settings, const std::string &port = "/dev/virtual-serial",

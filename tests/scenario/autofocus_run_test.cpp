@@ -189,8 +189,7 @@ TEST(AutofocusRun, focus_goes_step_by_step_where_the_scene_made_up_for_it_leads)
             const AF_CMD_em harmless[] = {CMD_FOCUS, CMD_ZSTOP, CMD_FSTOP};
             focusOn(row.scene, harmless[(&row - rows) % 3]);
             EXPECT_EQ(runText("CD", startUs), row.runs);
-            EXPECT_EQ(host().savedPositions.back(),
-                      std::make_pair(row.zoom, loadWord(&FM_Step_Local)));
+            EXPECT_EQ(host().savedPositions.back(), Place(row.zoom, truePlace().second));
             EXPECT_EQ(loadWord(&g_AFVClearMax), row.clearMax);
             EXPECT_EQ(countSaid("______Start______", startUs), 1);
             expectSound();
@@ -214,7 +213,7 @@ TEST(AutofocusRun, command_ends_it_with_the_frame_and_is_obeyed_without_waiting_
             passMs(150);
             const std::string brakes = knock == 0 ? "" : "29=0600 VD 10000\n";
             EXPECT_EQ(motorText(frameUs).find(brakes + "29=0600 VD 10000\n24=0430 "), 0u);
-            EXPECT_EQ(host().savedPositions.back(), std::make_pair(kWide, focus));
+            EXPECT_EQ(host().savedPositions.back(), Place(kWide, focus));
             EXPECT_EQ(loadWord(&g_AutoCheckFlag), 0);
         });
     }

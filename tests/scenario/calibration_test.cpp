@@ -59,7 +59,7 @@ TEST(Calibration, every_grid_point_is_in_focus_and_the_host_gets_the_curve) {
             EXPECT_EQ(memcmp(&g_FLineInfo, &line, sizeof line), 0);
             EXPECT_EQ(FM_Step_Run[0][0], line.focus[0][0] - line.focus[0][1]);
             const unsigned wide = line.focus[0][0];
-            EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, wide));
+            EXPECT_EQ(host().savedPositions.back(), Place(10216, wide));
             EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shRZPosition), 0);
             const unsigned short shown = loadWord(&loadWord(&g_ShaPosInfo)->shRFPosition);
             EXPECT_EQ(shown, Lens_Map_FPosition(wide));
@@ -82,7 +82,7 @@ TEST(Calibration, without_a_peak_or_without_home_the_former_curve_stays) {
         EXPECT_EQ(countSaid("To Near Limit.") + countSaid("To Far Limit."), 12);
         EXPECT_EQ(countSaid("No peak at ZP: 10216, the former curve stays."), 1);
         EXPECT_EQ(memcmp(&g_FLineInfo, &former, sizeof former), 0);
-        EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, 12234u));
+        EXPECT_EQ(host().savedPositions.back(), Place(10216, 12234));
         expectSound();
         vcam::stickPhotoInterrupter(vcam::Axis::Zoom, 0);
         command(CMD_FLINE);
@@ -117,10 +117,7 @@ TEST(CurveDrawing, each_point_is_written_with_the_focus_found_there_until_one_ha
             const std::string file =
                 which == 1 ? "/mnt/flash/data/ZFCurve.txt" : "/mnt/flash/data/ZFCurve2.txt";
             startParked();
-            passMs(1500);
-            pthread_t thread;
-            ASSERT_EQ(pthread_create(&thread, nullptr, manualCtrlThread, nullptr), 0);
-            passMs(1); // it waits for a request now
+            startManualThread();
             draw(which, 2);
             const auto lines = readCurve(file);
             ASSERT_EQ(lines.size(), which == 1 ? 110u : 61u);

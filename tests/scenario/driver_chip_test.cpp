@@ -103,9 +103,10 @@ TEST(DriverChip, stop_behind_either_end_holds_the_lens_and_steps_into_it_are_los
     const struct {
         int lens, zoom, focus;
         unsigned zoomWord, focusWord; ///< 48 steps.
-        int zoomEnd, focusEnd, zoomLost, focusLost;
-    } rows[] = {{LENS_B, 10010, 10024, 0x0530, 0x0430, 9976, 9976, 14, 0},
-                {LENS_A, 20272, 14384, 0x0530, 0x0430, 20296, 14408, 24, 24}};
+        Place end;
+        int zoomLost, focusLost;
+    } rows[] = {{LENS_B, 10010, 10024, 0x0530, 0x0430, {9976, 9976}, 14, 0},
+                {LENS_A, 20272, 14384, 0x0530, 0x0430, {20296, 14408}, 24, 24}};
     for (const auto &row : rows) {
         run(startAt(row.zoom, row.focus, row.lens), [&] {
             MS419XX_Init();
@@ -113,8 +114,7 @@ TEST(DriverChip, stop_behind_either_end_holds_the_lens_and_steps_into_it_are_los
             sendFrame(0x25, 587);
             for (int periods = 0; periods < 2; ++periods) {
                 moveIn(25000, 0x29, row.focusWord, 587);
-                EXPECT_EQ(vcam::truePosition(Axis::Zoom), row.zoomEnd);
-                EXPECT_EQ(vcam::truePosition(Axis::Focus), row.focusEnd);
+                EXPECT_EQ(truePlace(), row.end);
                 EXPECT_EQ(vcam::lostSteps(Axis::Zoom), row.zoomLost + 48 * periods);
                 EXPECT_EQ(vcam::lostSteps(Axis::Focus), row.focusLost + 48 * periods);
             }

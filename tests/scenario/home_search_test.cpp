@@ -1,7 +1,7 @@
 // The search for the photo-interrupters: the sensors that fail it, and the search on command.
 #include "scenario.h"
+#include "temporary_folder.h"
 
-#include <fstream>
 #include <numeric>
 
 #include "boundary/redirect.h"
@@ -42,8 +42,7 @@ TEST(HomeSearch, stuck_sensor_ends_each_of_two_searches_at_the_whole_travel_and_
             EXPECT_EQ(std::accumulate(runs.begin(), runs.end(), 0), 2 * row.steps);
             EXPECT_EQ(vcam::peekRegister(isZoom ? 0x24 : 0x29), 0x0600); // braked
             EXPECT_TRUE(host().savedPositions.empty());
-            std::string logged;
-            std::getline(std::ifstream(vcam::scratchFolder() + "/tmp/aflog"), logged, '\0');
+            const std::string logged = readAll(vcam::scratchFolder() + "/tmp/aflog");
             EXPECT_EQ(logged.substr(0, 17), "2024-01-01 00:00:");
             EXPECT_EQ(logged.substr(19), " PI check error !\n"); // one line
         });
@@ -72,7 +71,7 @@ TEST(HomeSearch, edge_lost_in_a_later_pass_fails_at_its_bound_and_the_second_sea
             vcam::stickPhotoInterrupter(vcam::Axis::Zoom, -1);
             waitUntilSaid("ZM_Local: 10216 FM_Local: 12234", 1);
             EXPECT_EQ(countSaid("Failure."), 1);
-            EXPECT_EQ(vcam::truePosition(vcam::Axis::Zoom), 10216);
+            EXPECT_EQ(truePlace(), Place(10216, 12234));
         });
     }
 }
@@ -90,9 +89,9 @@ static void resetAndRest(AF_CMD_em code) {
 TEST(Reset, lens_parks_or_goes_back_to_where_its_counters_stood) {
     const struct {
         AF_CMD_em code;
-        unsigned zoom, focus;
+        Place reached;
         int zoom16;
-    } rows[] = {{CMD_RESET, 10216, 12234, 0}, {CMD_RST, 13000, 11900, 11037}};
+    } rows[] = {{CMD_RESET, {10216, 12234}, 0}, {CMD_RST, {13000, 11900}, 11037}};
     run([&] {
         startParked();
         for (const auto &row : rows) {
@@ -103,7 +102,7 @@ TEST(Reset, lens_parks_or_goes_back_to_where_its_counters_stood) {
             vcam::placeAt(vcam::Axis::Focus, 11870);
             resetAndRest(row.code);
             EXPECT_EQ(FM_Focus_Flag, 0u);
-            EXPECT_EQ(host().savedPositions.back(), std::make_pair(row.zoom, row.focus));
+            EXPECT_EQ(host().savedPositions.back(), row.reached);
             EXPECT_EQ(loadWord(&loadWord(&g_ShaPosInfo)->shRZPosition), row.zoom16);
             expectSound(); // the counters are true again
         }
@@ -115,6 +114,6 @@ TEST(Reset, lens_parks_or_goes_back_to_where_its_counters_stood) {
         resetAndRest(CMD_RESET);
         EXPECT_EQ(countSaid("Failure."), 1);
         // The way to park, added to where the counters stood: 13000 - 6528 and 11900 + 874.
-        EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, 12774u));
+        EXPECT_EQ(host().savedPositions.back(), Place(10216, 12774));
     });
 }

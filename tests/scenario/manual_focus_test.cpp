@@ -39,7 +39,7 @@ TEST(ManualFocus, two_steps_run_every_10_ms_until_another_command_or_the_limit) 
             EXPECT_EQ(motorText(pollUs), row.text);
             EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_FSTOP)); // the ending command is gone
             EXPECT_EQ(host().savedPositions.size(), stored + (row.text.empty() ? 0 : 1));
-            EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, row.reached));
+            EXPECT_EQ(host().savedPositions.back(), Place(10216, row.reached));
             expectSound();
         });
     }

@@ -8,20 +8,15 @@ using namespace scenario;
 
 static const int64_t kFrameUs = 40000;
 
-static void startThread() {
-    passMs(1500); // frames are there
-    pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, nullptr, manualCtrlThread, nullptr), 0);
-    passMs(1); // it waits for a request now
-}
-
-/// Ask and wait until the action is over: each one ends by storing the position. When that began.
+/// Ask and wait until the action is over: each one ends by storing where the lens truly is. When
+/// that began.
 static int64_t request(unsigned flag, unsigned step, unsigned vdfz, size_t stores = 1) {
     const int64_t startUs = vcam::nowUs();
     const size_t saved = host().savedPositions.size();
     manualCtrlFun(flag, step, vdfz);
     waitUntil([&] { return host().savedPositions.size() == saved + stores; }, 300, "it is done");
-    EXPECT_EQ(loadWord(&FM_Step_Local), host().savedPositions.back().second);
+    EXPECT_EQ(truePlace(), host().savedPositions.back());
+    expectSound();
     return startUs;
 }
 
@@ -38,7 +33,7 @@ TEST(ManualThread,
     };
     run([&] {
         startParked();
-        startThread();
+        startManualThread();
         for (const auto &row : rows) {
             SCOPED_TRACE(testing::Message() << row.step << " from " << row.focus);
             placeLens(10216, row.focus);
@@ -47,14 +42,12 @@ TEST(ManualThread,
             int64_t frameUs = startUs / kFrameUs * kFrameUs;
             for (const Event &group : events("chip", "run", startUs))
                 EXPECT_EQ(group.timeUs, frameUs += kFrameUs);
-            expectSound();
         }
         placeLens(10984, 12106);
         EXPECT_EQ(motorText(request(2, 32, 3)), "24=0420 25=0371 VD 25000\nVD 25000\nVD 25000\n"
                                                 "24=0600 29=0600 VD 25000\n");
         EXPECT_EQ(motorText(request(1, 32, 0xFFFFFFFF)),
                   "24=0520 25=0371 24=0600 29=0600 VD 25000\n");
-        expectSound();
     });
 }
 
@@ -77,12 +70,11 @@ TEST(ManualThread, service_action_ends_where_it_should_with_its_advice_and_the_p
     };
     run([&] {
         startParked();
-        startThread();
+        startManualThread();
         for (const auto &row : rows) {
             placeLens(10216, row.focus);
             const int64_t startUs = request(row.flag, row.step, 0, row.stores);
             EXPECT_EQ(countSaid(row.said, startUs), 1) << row.said;
-            expectSound();
         }
     });
 }
@@ -90,7 +82,7 @@ TEST(ManualThread, service_action_ends_where_it_should_with_its_advice_and_the_p
 TEST(ManualThread, action_waits_for_the_lens_command_in_hand_and_the_next_one_for_the_action) {
     run([] {
         startAndSettle();
-        startThread();
+        startManualThread();
         const int64_t startUs = vcam::nowUs();
         command(CMD_TELE);
         passMs(300);

@@ -20,8 +20,7 @@ static void obey(AF_CMD_em code, unsigned value, AF_CMD_em after = CMD_NONE) {
 }
 
 static void expectAt(unsigned zoom, unsigned focus) {
-    EXPECT_EQ(loadWord(&ZM_Step_Local), zoom);
-    EXPECT_EQ(loadWord(&FM_Step_Local), focus);
+    EXPECT_EQ(truePlace(), Place(zoom, focus));
     expectSound();
 }
 
@@ -55,11 +54,11 @@ TEST(Presets, direct_zoom_to_a_position_of_the_hosts_table_calls_the_first_prese
         EXPECT_EQ(motorText(thereUs), "");
         obey(CMD_CLPST, 8);
         obey(CMD_DZF, 0, CMD_FOCUS); // an empty preset is no match for 0
-        EXPECT_EQ(loadWord(&ZM_Step_Local), 10216u);
+        EXPECT_EQ(truePlace().first, 10216u);
         command(CMD_MFMODE);
         passMs(1000);
         obey(CMD_DZF, gPositionMap[7][0], CMD_FOCUS); // only the first one restores 15600, 13000
-        EXPECT_EQ(loadWord(&ZM_Step_Local), 15592u);
+        EXPECT_EQ(truePlace().first, 15592u);
     });
 }
 
@@ -113,9 +112,9 @@ TEST(Presets, command_that_comes_during_a_move_does_not_stop_it_and_is_obeyed_af
             command(row.first, row.value);
             passMs(500);
             command(row.second, row.secondValue);
-            waitUntil([] { return loadWord(&ZM_Step_Local) == 14056; }, 60, "it gets there");
+            waitUntil([] { return truePlace().first == 14056; }, 60, "it gets there");
             const int64_t thereUs = vcam::nowUs();
-            waitUntil([] { return loadWord(&ZM_Step_Local) == 10216; }, 60, "and back");
+            waitUntil([] { return truePlace().first == 10216; }, 60, "and back");
             waitIdle();
             EXPECT_LT(vcam::nowUs() - thereUs, 6000000);
             expectSound();

@@ -6,8 +6,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -65,12 +63,6 @@ static vcam::CameraOptions placeFiles(const vcam::CameraOptions &given,
     return options;
 }
 
-static std::string readAll(const std::string &file) {
-    std::stringstream text;
-    text << std::ifstream(file).rdbuf();
-    return text.str();
-}
-
 Ending runToEnd(const vcam::CameraOptions &given, const std::function<void()> &body) {
     const TemporaryFolder folder;
     const std::string errorFile = folder.file("stderr.txt");
@@ -102,6 +94,10 @@ void run(const vcam::CameraOptions &options, const std::function<void()> &body) 
 
 void run(const std::function<void()> &body) {
     run(vcam::CameraOptions{}, body);
+}
+
+Place truePlace() {
+    return {vcam::truePosition(vcam::Axis::Zoom), vcam::truePosition(vcam::Axis::Focus)};
 }
 
 vcam::CameraOptions startAt(int zoom, int focus, int lens) {
@@ -146,8 +142,15 @@ int64_t nextPollUs() {
 void placeLens(unsigned zoom, unsigned focus) {
     EXPECT_EQ(Lens_Check_PIPosition(), 0);
     Lens_To_Destination(zoom, focus);
-    EXPECT_EQ(vcam::truePosition(vcam::Axis::Zoom), static_cast<int>(zoom));
-    EXPECT_EQ(vcam::truePosition(vcam::Axis::Focus), static_cast<int>(focus));
+    EXPECT_EQ(truePlace(), Place(zoom, focus));
+}
+
+pthread_t startManualThread() {
+    pthread_t thread;
+    passMs(1500);
+    EXPECT_EQ(pthread_create(&thread, nullptr, manualCtrlThread, nullptr), 0);
+    passMs(1);
+    return thread;
 }
 
 // ---- Time and commands ----

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -40,6 +41,12 @@ using Event = vcam::TraceLine;
 void run(const vcam::CameraOptions &options, const std::function<void()> &body);
 void run(const std::function<void()> &body); ///< Default options, seed 1.
 
+/// Zoom and focus, as the host stores them.
+using Place = std::pair<unsigned, unsigned>;
+
+/// Where the lens stands, whatever the library counts.
+Place truePlace();
+
 /// Options with the lens at these positions at power-on.
 vcam::CameraOptions startAt(int zoom, int focus, int lens = LENS_B);
 
@@ -69,6 +76,9 @@ int64_t nextPollUs();
 
 /// Home and go to (@p zoom, @p focus) on the calling thread; only while CMD_MFMODE stands.
 void placeLens(unsigned zoom, unsigned focus);
+
+/// The manual stepping thread, once frames are there; it waits for its first request.
+pthread_t startManualThread();
 
 /// Let virtual time pass until @p isDone (polled every millisecond); a failure after @p limitS.
 void waitUntil(const std::function<bool()> &isDone, double limitS, const char *what);

@@ -2,9 +2,17 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 namespace scenario {
+
+/// All that is in @p file; nothing if there is none.
+inline std::string readAll(const std::string &file) {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 /// A new folder, which goes with this object and all that is in it.
 class TemporaryFolder {

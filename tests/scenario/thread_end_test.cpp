@@ -27,11 +27,7 @@ static const GetLensPosition kLoadNothing = [](unsigned *, unsigned *) { return 
 TEST(ThreadEnd, motors_of_a_thread_that_ends_inside_a_move_are_there_for_the_next_command) {
     run([] {
         startParked();
-        passMs(1500);
-        pthread_t thread;
-        ASSERT_EQ(pthread_create(&thread, nullptr, manualCtrlThread, nullptr), 0);
-        condemned = thread;
-        passMs(1);
+        condemned = startManualThread();
         AF_Manager_Init_LensPosition_API(endTheThread, kLoadNothing);
         manualCtrlFun(6, 0, 0); // a reset, which stores the position before it is over
         waitUntil([] { return isOver.load(); }, 60, "the thread has ended");

@@ -29,7 +29,7 @@ TEST(ZoomTracking, wide_from_tele_follows_the_2m_line_when_the_focus_stands_befo
         startParked();
         placeLens(20488, 12000);
         holdUntilStored(CMD_WIDE);
-        EXPECT_EQ(host().savedPositions.back(), std::make_pair(10216u, 12090u));
+        EXPECT_EQ(host().savedPositions.back(), Place(10216, 12090));
     });
 }
 
@@ -47,7 +47,7 @@ TEST(ZoomTracking, focus_stands_over_a_flat_stretch_and_at_its_limit_while_the_z
                                            "24=04c0 25=00ea 29=0500 2a=b014 VD 45076\n"
                                            "24=04c0 25=00ea 29=0600 VD 45076\nVD 45076\n";
         EXPECT_EQ(motorText(pollUs + kSoftStartUs).find(flatCutAtLimit), 0u);
-        EXPECT_EQ(host().savedPositions[2], std::make_pair(20488u, 14868u));
+        EXPECT_EQ(host().savedPositions[2], Place(20488, 14868));
     });
 }
 
@@ -80,7 +80,7 @@ TEST(ZoomTracking, command_on_the_way_ends_the_zoom_after_the_period_in_hand) {
             waitUntil([] { return host().savedPositions.size() == 3; }, 1, "the zoom ends");
             EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_ZSTOP)); // whatever has ended it
             EXPECT_EQ(motorText(pollUs), row.text + "24=0600 29=0600 VD 25000\n");
-            EXPECT_EQ(host().savedPositions[2], std::make_pair(zoom, focus));
+            EXPECT_EQ(host().savedPositions[2], Place(zoom, focus));
             expectSound();
         });
     }
