@@ -179,22 +179,20 @@ TEST(AutofocusRun, focus_goes_step_by_step_where_the_scene_made_up_for_it_leads)
         {0, 11611, makeFlat(5000), 6000, "48x-8 -1 4 95x8 6 -4 95x-8 -6 16 32 14x48 46 ", 19944},
         {0, 12518, makeFlat(5000), 6000, "65x-8 -4 4 130x8 4 -4 130x-8 -4 16 32 20x48 36 ", 20488},
     };
-    for (const auto &row : rows) {
-        run([&] {
-            startParked();
-            placeLens(row.zoom, row.from);
-            g_ZoomDir = row.zoomDirection;
-            storeWord(&g_ICUTState, row.night);
-            const int64_t startUs = vcam::nowUs();
-            const AF_CMD_em harmless[] = {CMD_FOCUS, CMD_ZSTOP, CMD_FSTOP};
-            focusOn(row.scene, harmless[(&row - rows) % 3]);
-            EXPECT_EQ(runText("CD", startUs), row.runs);
-            EXPECT_EQ(host().savedPositions.back(), Place(row.zoom, truePlace().second));
-            EXPECT_EQ(loadWord(&g_AFVClearMax), row.clearMax);
-            EXPECT_EQ(countSaid("______Start______", startUs), 1);
-            expectSound();
-        });
-    }
+    runEach(rows, [&](const auto &row) {
+        startParked();
+        placeLens(row.zoom, row.from);
+        g_ZoomDir = row.zoomDirection;
+        storeWord(&g_ICUTState, row.night);
+        const int64_t startUs = vcam::nowUs();
+        const AF_CMD_em harmless[] = {CMD_FOCUS, CMD_ZSTOP, CMD_FSTOP};
+        focusOn(row.scene, harmless[(&row - rows) % 3]);
+        EXPECT_EQ(runText("CD", startUs), row.runs);
+        EXPECT_EQ(host().savedPositions.back(), Place(row.zoom, truePlace().second));
+        EXPECT_EQ(loadWord(&g_AFVClearMax), row.clearMax);
+        EXPECT_EQ(countSaid("______Start______", startUs), 1);
+        expectSound();
+    });
 }
 
 TEST(AutofocusRun, command_ends_it_with_the_frame_and_is_obeyed_without_waiting_for_a_poll) {

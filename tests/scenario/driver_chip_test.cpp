@@ -62,16 +62,14 @@ TEST(DriverChip, what_hardware_would_not_forgive_is_recorded) {
          "gpio pin 47 driven but not set to output."
          "gpio VD pulse on pin 45, which is no VD output.gpio no line group 18 bit 0."},
     };
-    for (const auto &row : rows) {
-        run([&] {
-            MS419XX_Init();
-            row.act();
-            std::string texts;
-            for (const std::string &violation : vcam::violations())
-                texts += violation.substr(violation.find(' ') + 1) + ".";
-            EXPECT_EQ(texts, row.violations);
-        });
-    }
+    runEach(rows, [&](const auto &row) {
+        MS419XX_Init();
+        row.act();
+        std::string texts;
+        for (const std::string &violation : vcam::violations())
+            texts += violation.substr(violation.find(' ') + 1) + ".";
+        EXPECT_EQ(texts, row.violations);
+    });
 }
 
 TEST(DriverChip, steps_spread_evenly_in_every_period_and_a_reset_stops_them) {

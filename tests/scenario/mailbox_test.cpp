@@ -81,22 +81,19 @@ TEST(Mailbox, chain_after_an_autofocus_run_depends_on_the_command_that_started_i
         {CMD_FOCUS, {CMD_FOCUS, CMD_FOCUS, CMD_NONE}, 3, 1, 0},
         {CMD_FOCUS, std::vector<unsigned>(20, CMD_FOCUS), 16, 0, 0}, // then back to the poll
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.handBacks));
-        run([&] {
-            ASSERT_TRUE(vcam::replaceImport("libautofocus.so", "lensFocusCtrl",
-                                            reinterpret_cast<void *>(handBack)));
-            handBacks = row.handBacks;
-            runsTakeAPeriod = row.runUs > 0;
-            startParked();
-            const int64_t pollUs = nextPollUs();
-            storeWord(&g_AutoCheckFlag, 1);
-            command(row.started);
-            vcam::sleepUntilUs(pollUs + 1 + int64_t(row.runsInFirstPoll) * row.runUs);
-            EXPECT_EQ(runsPlayed, row.runsInFirstPoll);
-            EXPECT_EQ(loadWord(&g_AutoCheckFlag), row.armed);
-        });
-    }
+    runEach(rows, [&](const auto &row) {
+        ASSERT_TRUE(vcam::replaceImport("libautofocus.so", "lensFocusCtrl",
+                                        reinterpret_cast<void *>(handBack)));
+        handBacks = row.handBacks;
+        runsTakeAPeriod = row.runUs > 0;
+        startParked();
+        const int64_t pollUs = nextPollUs();
+        storeWord(&g_AutoCheckFlag, 1);
+        command(row.started);
+        vcam::sleepUntilUs(pollUs + 1 + int64_t(row.runsInFirstPoll) * row.runUs);
+        EXPECT_EQ(runsPlayed, row.runsInFirstPoll);
+        EXPECT_EQ(loadWord(&g_AutoCheckFlag), row.armed);
+    });
 }
 
 TEST(Mailbox, stopped_thread_drops_the_waiting_command_and_refuses_all_later_ones) {

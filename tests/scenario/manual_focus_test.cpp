@@ -24,25 +24,22 @@ TEST(ManualFocus, two_steps_run_every_10_ms_until_another_command_or_the_limit) 
         {14867, CMD_FAR, CMD_FAR, 14868, "29=0501 2a=2c10 VD 10000\n29=0600 VD 10000\n"},
         {14868, CMD_FAR, CMD_FAR, 14868, ""},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(testing::Message() << row.held << " from " << row.focus);
-        run([&] {
-            startParked();
-            placeLens(10216, row.focus);
-            const size_t stored = host().savedPositions.size();
-            const int64_t pollUs = nextPollUs();
-            command(row.held);
-            vcam::sleepUntilUs(pollUs + 20001);
-            if (row.held != row.after20Ms)
-                command(row.after20Ms);
-            passMs(200);
-            EXPECT_EQ(motorText(pollUs), row.text);
-            EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_FSTOP)); // the ending command is gone
-            EXPECT_EQ(host().savedPositions.size(), stored + (row.text.empty() ? 0 : 1));
-            EXPECT_EQ(host().savedPositions.back(), Place(10216, row.reached));
-            expectSound();
-        });
-    }
+    runEach(rows, [&](const auto &row) {
+        startParked();
+        placeLens(10216, row.focus);
+        const size_t stored = host().savedPositions.size();
+        const int64_t pollUs = nextPollUs();
+        command(row.held);
+        vcam::sleepUntilUs(pollUs + 20001);
+        if (row.held != row.after20Ms)
+            command(row.after20Ms);
+        passMs(200);
+        EXPECT_EQ(motorText(pollUs), row.text);
+        EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_FSTOP)); // the ending command is gone
+        EXPECT_EQ(host().savedPositions.size(), stored + (row.text.empty() ? 0 : 1));
+        EXPECT_EQ(host().savedPositions.back(), Place(10216, row.reached));
+        expectSound();
+    });
 }
 
 TEST(ManualFocus, next_zoom_or_autofocus_run_first_goes_back_to_where_the_first_move_began) {
@@ -61,27 +58,25 @@ TEST(ManualFocus, next_zoom_or_autofocus_run_first_goes_back_to_where_the_first_
          CMD_TELE, // there already
          "24=0430 25=024b 29=0408 2a=0dc5 VD 28203\n"},
     };
-    for (const auto &row : rows) {
-        run([&] {
-            startParked();
-            for (const auto &[code, position] : row.held) {
-                const unsigned last = position + (code == CMD_NEAR ? 2 : -2u);
-                command(code);
-                waitUntil([&] { return loadWord(&FM_Step_Local) == last; }, 1, "it is near");
-                command(CMD_FSTOP);
-                passMs(60);
-            }
-            const int64_t fromUs = vcam::nowUs();
-            command(row.next);
-            passMs(200);
-            const int64_t startUs = events("chip", "write", fromUs).front().timeUs;
-            EXPECT_EQ(motorText(startUs).substr(0, row.wayBack.size()), row.wayBack);
-            command(CMD_ZSTOP);
-            waitIdle();
-            EXPECT_EQ(FM_Focus_Flag, 0u);
-            expectSound();
-        });
-    }
+    runEach(rows, [&](const auto &row) {
+        startParked();
+        for (const auto &[code, position] : row.held) {
+            const unsigned last = position + (code == CMD_NEAR ? 2 : -2u);
+            command(code);
+            waitUntil([&] { return loadWord(&FM_Step_Local) == last; }, 1, "it is near");
+            command(CMD_FSTOP);
+            passMs(60);
+        }
+        const int64_t fromUs = vcam::nowUs();
+        command(row.next);
+        passMs(200);
+        const int64_t startUs = events("chip", "write", fromUs).front().timeUs;
+        EXPECT_EQ(motorText(startUs).substr(0, row.wayBack.size()), row.wayBack);
+        command(CMD_ZSTOP);
+        waitIdle();
+        EXPECT_EQ(FM_Focus_Flag, 0u);
+        expectSound();
+    });
 }
 
 TEST(FocusRun, move_ramps_by_16_ends_with_the_brake_and_heeds_a_command_after_the_period_in_hand) {

@@ -103,23 +103,20 @@ TEST(Presets, command_that_comes_during_a_move_does_not_stop_it_and_is_obeyed_af
         unsigned value, secondValue;
     } rows[] = {
         {CMD_CAPST, CMD_CAPST, 8, 9}, {CMD_CAPST, CMD_WIDE, 8, 8}, {CMD_DZF, CMD_DZF, 12289, 0}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(testing::Message() << row.first << ", then " << row.second);
-        run([&] {
-            storePreset(8, 14056, 11500);
-            storePreset(9, 10216, 12000);
-            startParked();
-            command(row.first, row.value);
-            passMs(500);
-            command(row.second, row.secondValue);
-            waitUntil([] { return truePlace().first == 14056; }, 60, "it gets there");
-            const int64_t thereUs = vcam::nowUs();
-            waitUntil([] { return truePlace().first == 10216; }, 60, "and back");
-            waitIdle();
-            EXPECT_LT(vcam::nowUs() - thereUs, 6000000);
-            expectSound();
-        });
-    }
+    runEach(rows, [&](const auto &row) {
+        storePreset(8, 14056, 11500);
+        storePreset(9, 10216, 12000);
+        startParked();
+        command(row.first, row.value);
+        passMs(500);
+        command(row.second, row.secondValue);
+        waitUntil([] { return truePlace().first == 14056; }, 60, "it gets there");
+        const int64_t thereUs = vcam::nowUs();
+        waitUntil([] { return truePlace().first == 10216; }, 60, "and back");
+        waitIdle();
+        EXPECT_LT(vcam::nowUs() - thereUs, 6000000);
+        expectSound();
+    });
 }
 
 // ---- One change at a time, until the host is done with it

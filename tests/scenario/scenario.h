@@ -41,6 +41,15 @@ using Event = vcam::TraceLine;
 void run(const vcam::CameraOptions &options, const std::function<void()> &body);
 void run(const std::function<void()> &body); ///< Default options, seed 1.
 
+/// run() for each of @p rows, which @p body takes; a failure says which.
+template <class Rows, class Body> void runEach(const Rows &rows, const Body &body) {
+    int number = 0;
+    for (const auto &row : rows) {
+        SCOPED_TRACE("row " + std::to_string(number++));
+        run([&] { body(row); });
+    }
+}
+
 /// Zoom and focus, as the host stores them.
 using Place = std::pair<unsigned, unsigned>;
 

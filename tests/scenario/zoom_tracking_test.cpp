@@ -64,24 +64,22 @@ TEST(ZoomTracking, command_on_the_way_ends_the_zoom_after_the_period_in_hand) {
         {CMD_NEAR, kSoftStartUs + 2 * kQuarterUs + 1, 4, // the last words are never latched
          kFromWide + kSecondQuarter + "VD 45076\nVD 45076\n24=04c0 25=00ea 29=0422 2a=052d "},
     };
-    for (const auto &row : rows) {
-        run([&] {
-            startParked();
-            g_FLineFlag = 1; // the line followed last has no say
-            const int64_t pollUs = nextPollUs();
-            command(CMD_TELE);
-            vcam::sleepUntilUs(pollUs + row.afterUs);
-            const unsigned zoom = loadWord(&ZM_Step_Local), focus = loadWord(&FM_Step_Local);
-            EXPECT_EQ(zoom, 10216 + 192 * row.quarters);
-            EXPECT_EQ(focus, 12234 - 32 * row.quarters);
-            const unsigned short zoom16 = loadWord(&loadWord(&g_ShaPosInfo)->shRZPosition);
-            EXPECT_EQ(zoom16, 6225 * row.quarters / 4); // of the way to the second ratio
-            command(row.code);
-            waitUntil([] { return host().savedPositions.size() == 3; }, 1, "the zoom ends");
-            EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_ZSTOP)); // whatever has ended it
-            EXPECT_EQ(motorText(pollUs), row.text + "24=0600 29=0600 VD 25000\n");
-            EXPECT_EQ(host().savedPositions[2], Place(zoom, focus));
-            expectSound();
-        });
-    }
+    runEach(rows, [&](const auto &row) {
+        startParked();
+        g_FLineFlag = 1; // the line followed last has no say
+        const int64_t pollUs = nextPollUs();
+        command(CMD_TELE);
+        vcam::sleepUntilUs(pollUs + row.afterUs);
+        const unsigned zoom = loadWord(&ZM_Step_Local), focus = loadWord(&FM_Step_Local);
+        EXPECT_EQ(zoom, 10216 + 192 * row.quarters);
+        EXPECT_EQ(focus, 12234 - 32 * row.quarters);
+        const unsigned short zoom16 = loadWord(&loadWord(&g_ShaPosInfo)->shRZPosition);
+        EXPECT_EQ(zoom16, 6225 * row.quarters / 4); // of the way to the second ratio
+        command(row.code);
+        waitUntil([] { return host().savedPositions.size() == 3; }, 1, "the zoom ends");
+        EXPECT_EQ(Lens_Get_Command(), unsigned(CMD_ZSTOP)); // whatever has ended it
+        EXPECT_EQ(motorText(pollUs), row.text + "24=0600 29=0600 VD 25000\n");
+        EXPECT_EQ(host().savedPositions[2], Place(zoom, focus));
+        expectSound();
+    });
 }
