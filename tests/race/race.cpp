@@ -394,8 +394,9 @@ const Kind kKinds[] = {
     {"publish", 300000, {[] { Lens_Set_Preset(7); }, moveBothAxes}, judgePublished},
     {"presets", 50000, {setPresets, clearPresets}, judgePresets},
     {"pairs", 200000, {setPresets, readPresets}, judgePresets},
-    {"mailbox", 2000, {playMailbox}, [] {}},
+    // Before "mailbox", whose thread closes the orders with its end.
     {"orders", 300, {placeOrders<1>, placeOrders<2>, takeOrders}, judgeOrders},
+    {"mailbox", 2000, {playMailbox}, [] {}},
     {"status", 50000, {writeStatus, readStatus}, [] {}},
     {"close", 100000, {SPI_Release, transfer}, [] { SPI_Init(); }},
     {"start", 1500, {playStart}, [] {}},
