@@ -25,6 +25,27 @@
 extern "C" {
 #endif
 
+/* ==== Settings ==== */
+
+/** What can be switched on; each is 0 at load, and the library then is as it is without. */
+typedef enum {
+    /** 0: the serial port answers three inquiries and nothing else. 1: VISCA with acknowledge and
+     * completion of every command, addresses, errors, presets, direct focus. 2: the same, and
+     * Pelco-D with masked pan and tilt, presets and the zoom query. Before start only. */
+    AF_SETTING_SERIAL_REPLIES = 0,
+    /** 1: a fault of the motor driver's links stops the lens, and home is found again before
+     * anything else moves. From the next order on. */
+    AF_SETTING_RECOVERY = 1
+} AF_Setting_em;
+
+/** Set an AF_Setting_em. @return 0; -1 and nothing changed: no such setting, a value out of its
+ * range, or after the first start one that may be set before only. */
+AUTOFOCUS_EXPORT int AF_Manager_Set_Setting_API(int setting, int value);
+
+/** Read an AF_Setting_em into @p value. @return 0; -1 and nothing written: no such setting, or
+ * @p value is NULL. */
+AUTOFOCUS_EXPORT int AF_Manager_Get_Setting_API(int setting, int *value);
+
 /* ==== Orders ==== */
 
 /** Zoom until another order comes; the focus follows. @return a ticket; -1. */

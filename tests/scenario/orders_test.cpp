@@ -78,6 +78,30 @@ TEST(Orders, are_refused_before_start_after_stop_and_with_bad_arguments) {
     });
 }
 
+TEST(Settings, are_off_at_load_and_take_what_is_in_range_in_its_time) {
+    run([] {
+        int value = -1;
+        for (const int setting : {AF_SETTING_SERIAL_REPLIES, AF_SETTING_RECOVERY}) {
+            EXPECT_EQ(AF_Manager_Get_Setting_API(setting, &value), 0);
+            EXPECT_EQ(value, 0);
+            EXPECT_EQ(AF_Manager_Set_Setting_API(setting, -1), -1);
+            EXPECT_EQ(AF_Manager_Set_Setting_API(setting, 3), -1);
+        }
+        EXPECT_EQ(AF_Manager_Set_Setting_API(-1, 0), -1);
+        EXPECT_EQ(AF_Manager_Set_Setting_API(99, 0), -1);
+        EXPECT_EQ(AF_Manager_Get_Setting_API(99, &value), -1);
+        EXPECT_EQ(AF_Manager_Get_Setting_API(0, nullptr), -1);
+        EXPECT_EQ(AF_Manager_Set_Setting_API(AF_SETTING_SERIAL_REPLIES, 2), 0);
+        startAndSettle();
+        EXPECT_EQ(AF_Manager_Set_Setting_API(AF_SETTING_SERIAL_REPLIES, 0), -1);
+        EXPECT_EQ(AF_Manager_Set_Setting_API(AF_SETTING_RECOVERY, 1), 0);
+        AF_Manager_Get_Setting_API(AF_SETTING_SERIAL_REPLIES, &value);
+        EXPECT_EQ(value, 2);
+        AF_Manager_Get_Setting_API(AF_SETTING_RECOVERY, &value);
+        EXPECT_EQ(value, 1);
+    });
+}
+
 TEST(Orders, start_and_end_once_each_and_say_how) {
     run([] {
         settleAndListen();

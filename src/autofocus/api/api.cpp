@@ -7,6 +7,7 @@
 #include "autofocus.h"
 #include "autofocus/host/osd_text.h"
 #include "autofocus/host/settings.h"
+#include "autofocus/host/settings_table.h"
 #include "autofocus/lens_control.h"
 #include "autofocus/serial_protocol.h"
 #include "autofocus/startup.h"
@@ -71,6 +72,7 @@ static int startWhatIsMissing() {
 int AF_Manager_Start_API(void) {
     if (!awaitClaim(&starting, kLongestStartMs))
         return -1;
+    closeEarlySettings();
     const int result = startWhatIsMissing();
     giveBackClaim(&starting);
     return result;
