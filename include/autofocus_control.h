@@ -164,7 +164,7 @@ typedef struct {
     int ticket;                 /**< In hand; 0: none. */
     int endedTicket;            /**< The one that ended last; 0: none yet. */
     unsigned int endedOutcome;  /**< Its AF_Outcome_em. */
-    unsigned int zoomSteps;     /**< Zoom position in motor steps. */
+    unsigned int zoomSteps;     /**< Zoom position in motor steps; all four 0 until start-up ends. */
     unsigned int focusSteps;    /**< Focus position in motor steps. */
     unsigned int zoomPosition;  /**< Zoom position, 16 bits. */
     unsigned int focusPosition; /**< Focus position, 16 bits. */

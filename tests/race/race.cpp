@@ -295,7 +295,7 @@ template <int Who> void placeOrders() {
     ++ordering;
     for (int i = 1; i <= kOrders; ++i) {
         const unsigned argument = static_cast<unsigned>(Who * 1000 + i);
-        slips[placeOrder({CMD_CAPST, argument}, kAsCommand) % kSlips].given = argument;
+        slips[placeOrder(makeContent(CMD_CAPST, argument), kAsCommand) % kSlips].given = argument;
         if (draw(0, 3) == 0)
             lensDirectZPosition(CMD_SPST, 77);
         stumble();
@@ -304,8 +304,7 @@ template <int Who> void placeOrders() {
 }
 
 void takeOnce() {
-    TakenOrder taken;
-    takeOrder(&taken);
+    const TakenOrder &taken = takeOrder();
     for (int ticket = taken.goneAfter; ticket != taken.goneTo;) {
         ticket = nextTicket(ticket);
         slips[ticket % kSlips].ends += ticket != taken.ticket ? 1 : 0;
@@ -313,7 +312,7 @@ void takeOnce() {
     if (taken.ticket != 0)
         slips[taken.ticket % kSlips].ends++;
     if (taken.isOrdered)
-        slips[taken.ticket % kSlips].taken = taken.content.value;
+        slips[taken.ticket % kSlips].taken = valueOf(taken.content);
     leaveFollowUpOf(taken.content, CMD_NONE);
     putDown(false);
 }

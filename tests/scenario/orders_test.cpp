@@ -10,20 +10,30 @@
 #include "platform/shared_word.h"
 
 #include <filesystem>
+#include <mutex>
 
 using namespace scenario;
 using vcam::Axis;
 
 static constexpr int kLongMs = 60000;
 
-/// What the events told, a line each: "ticket activity outcome".
+/// What the events told on the library's threads, a line each: "ticket activity outcome".
 static std::vector<std::string> told;
+static std::mutex telling;
 
 static void tell(const AF_Event_ST *event, void *user) {
     char text[64];
     snprintf(text, sizeof text, "%d %u %u", event->ticket, event->activity, event->outcome);
-    static_cast<std::vector<std::string> *>(user)->push_back(text);
+    {
+        const std::lock_guard<std::mutex> guard(telling);
+        static_cast<std::vector<std::string> *>(user)->push_back(text);
+    }
     EXPECT_EQ(AF_Manager_Wait_Ticket_API(event->ticket, 0), -1); // the lens waits with it
+}
+
+static std::vector<std::string> toldSoFar() {
+    const std::lock_guard<std::mutex> guard(telling);
+    return told;
 }
 
 static AF_Status_ST status() {
@@ -46,7 +56,6 @@ static int truth(Axis axis) {
 static void settleAndListen() {
     startAndSettle();
     passMs(100);
-    told.clear();
     AF_Manager_Init_EventFun_API(tell, &told);
 }
 
@@ -124,7 +133,7 @@ TEST(Orders, start_and_end_once_each_and_say_how) {
         EXPECT_EQ(seen.runOutcome, unsigned(AF_OUTCOME_FOCUSED));
         EXPECT_GT(seen.runPeak, seen.runFloor);
         EXPECT_GT(seen.runFrames, 10u);
-        EXPECT_EQ(told, (std::vector<std::string>{
+        EXPECT_EQ(toldSoFar(), (std::vector<std::string>{
                             spell(tele, AF_ACTIVITY_ZOOMING, 0),
                             spell(tele, AF_ACTIVITY_ZOOMING, AF_OUTCOME_DONE),
                             spell(stop, AF_ACTIVITY_AUTOFOCUS, 0),

@@ -17,6 +17,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <atomic>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -117,9 +118,9 @@ const Acts kSerialActs = {{20, sendFrame}, {4, sendDirectZoom}, {1, sendDamaged}
 constexpr int kTickets = 1 << 16;
 
 struct Ticket {
-    bool isOrdered;
-    int starts;
-    int ends;
+    std::atomic<bool> isOrdered;
+    std::atomic<int> starts;
+    std::atomic<int> ends;
 };
 
 Ticket tickets[kTickets];

@@ -50,7 +50,7 @@ static Next runAutofocus(AF_CMD_em alsoEndsOn) {
 
 // Every handler runs with the refocus trigger disarmed.
 static Next dispatch(MailboxContent taken) {
-    const unsigned int command = taken.command;
+    const unsigned int command = commandOf(taken);
     switch (command) {
     case CMD_ZSTOP:
         lensFocusMode(CMD_MFMODE);
@@ -121,9 +121,7 @@ static Next obey(const TakenOrder &order) {
 // another for ever without sleeping: after so many the chain goes back to the poll.
 static void runChain() {
     unsigned int periods = countVdPeriods();
-    static TakenOrder order; // off the stack, which calibration takes to its end
-    beginOrder(&order);
-    Next next = obey(order);
+    Next next = obey(beginOrder());
     for (int withoutPeriod = 1; next.again; ++withoutPeriod) {
         if (countVdPeriods() != periods) {
             periods = countVdPeriods();
@@ -131,8 +129,7 @@ static void runChain() {
         }
         if (withoutPeriod == kMostWithoutPeriod)
             return;
-        beginFollowing({next.command, readMailbox().value}, &order);
-        next = obey(order);
+        next = obey(beginFollowing(makeContent(next.command, valueOf(readMailbox()))));
     }
 }
 

@@ -20,7 +20,6 @@ static struct {
     bool isOrdered;     // somebody may wait for it
     bool isPositioning; // the run that follows its move does not decide its outcome
     bool isDone;        // of that move
-    bool awaitsFollowUp;
     bool awaitsVerdict;
 } hand;
 
@@ -54,7 +53,7 @@ static bool isAutofocusRun() {
 
 static void close(AF_Outcome_em outcome) {
     noteLostSteps(lostZoomSteps(), lostFocusSteps());
-    hand.awaitsFollowUp = hand.awaitsVerdict = false;
+    hand.awaitsVerdict = false;
     if (hand.ticket != 0)
         closeTicket(hand.ticket, hand.activity, outcome);
     hand.ticket = 0;
@@ -76,7 +75,7 @@ static void closeGone(const TakenOrder &taken) {
 }
 
 static void takeInHand(const TakenOrder &taken) {
-    const unsigned int command = taken.content.command;
+    const unsigned int command = commandOf(taken.content);
     hand.command = command;
     hand.activity = activityOf(command, taken.kind);
     if (taken.isContinued) {
@@ -95,30 +94,28 @@ static void takeInHand(const TakenOrder &taken) {
 
 // A stop of the focus that waits while the zoom's own run begins has been obeyed already.
 static bool isStopBeside(const TakenOrder &taken) {
-    return taken.isOrdered && taken.ordered == CMD_FSTOP && taken.content.command != CMD_FSTOP;
+    return taken.isOrdered && taken.ordered == CMD_FSTOP && commandOf(taken.content) != CMD_FSTOP;
 }
 
-static void begin(TakenOrder *order) {
-    if (hand.ticket != 0 && !order->isContinued)
+static const TakenOrder &begin(const TakenOrder &order) {
+    if (hand.ticket != 0 && !order.isContinued)
         close(outcomeOfMove()); // its follow-up never came to run
-    closeGone(*order);
-    if (isStopBeside(*order)) {
-        enterActivity(order->ticket, AF_ACTIVITY_IDLE);
-        closeTicket(order->ticket, AF_ACTIVITY_IDLE, AF_OUTCOME_DONE);
-        takeFollowing(order->content, order);
+    closeGone(order);
+    if (isStopBeside(order)) {
+        enterActivity(order.ticket, AF_ACTIVITY_IDLE);
+        closeTicket(order.ticket, AF_ACTIVITY_IDLE, AF_OUTCOME_DONE);
+        takeFollowing(order.content);
     }
-    hand.awaitsFollowUp = false;
-    takeInHand(*order);
+    takeInHand(order);
+    return order;
 }
 
-void beginOrder(TakenOrder *order) {
-    takeOrder(order);
-    begin(order);
+const TakenOrder &beginOrder() {
+    return begin(takeOrder());
 }
 
-void beginFollowing(MailboxContent content, TakenOrder *order) {
-    takeFollowing(content, order);
-    begin(order);
+const TakenOrder &beginFollowing(MailboxContent content) {
+    return begin(takeFollowing(content));
 }
 
 // ---- Ending
@@ -138,7 +135,7 @@ static bool isLeftover(unsigned int command) {
 }
 
 static void endCancelled() {
-    const unsigned int left = readMailbox().command;
+    const unsigned int left = commandOf(readMailbox());
     if (isLeftover(left) && left != CMD_FSTOP)
         leaveFollowUpOfCommand(left, CMD_FSTOP);
     standCancelled();
@@ -172,7 +169,7 @@ void settleVerdict() {
 static bool leavesFollowUp() {
     const bool mayFocus =
         hand.command == CMD_RESET || hand.command == CMD_RST || hand.command == CMD_DZF;
-    return mayFocus && !doesOrderWait() && readMailbox().command == CMD_FOCUS;
+    return mayFocus && !doesOrderWait() && commandOf(readMailbox()) == CMD_FOCUS;
 }
 
 static bool hasFoundHome() {
@@ -194,9 +191,9 @@ bool endOrder() {
         endRun();
         return true;
     }
-    hand.awaitsFollowUp = leavesFollowUp();
-    putDown(hand.awaitsFollowUp);
-    if (!hand.awaitsFollowUp)
+    const bool isContinued = leavesFollowUp();
+    putDown(isContinued);
+    if (!isContinued)
         close(outcomeOfMove());
     return true;
 }
@@ -209,18 +206,14 @@ void noteStepping() {
 void abandonOrders() {
     if (hand.ticket != 0)
         close(AF_OUTCOME_CANCELLED);
-    TakenOrder left;
-    closeOrders(&left);
-    closeGone(left);
+    closeGone(closeOrders());
     standIn(AF_ACTIVITY_STOPPED);
 }
 
 // ---- Start-up
 
 void beginStartUp() {
-    TakenOrder taken;
-    takeFollowing({CMD_RESET, 0}, &taken);
-    hand.ticket = taken.ticket;
+    hand.ticket = takeFollowing(makeContent(CMD_RESET, 0)).ticket;
     hand.activity = AF_ACTIVITY_STARTING;
     hand.isDone = true;
     enterActivity(hand.ticket, hand.activity);

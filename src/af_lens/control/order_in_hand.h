@@ -5,12 +5,12 @@
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/orders.h"
 
-/// Take in hand what the mailbox holds. @p order gets what is to be dispatched and as which kind;
-/// nothing is when isCancelled() says so. Lens-control thread, as all of these.
-void beginOrder(TakenOrder *order);
+/// Take in hand what the mailbox holds. @return what is to be dispatched and as which kind; nothing
+/// is when isCancelled() says so. Lens-control thread, as all of these.
+const TakenOrder &beginOrder();
 
 /// The same for @p content, which follows a command at once.
-void beginFollowing(MailboxContent content, TakenOrder *order);
+const TakenOrder &beginFollowing(MailboxContent content);
 
 /// What is in hand could not be done.
 void failOrder();

@@ -29,11 +29,11 @@ static bool clearPreset(unsigned int value) {
 }
 
 static unsigned short zoomOf(MailboxContent seen) {
-    return static_cast<unsigned short>(seen.value & 0xFFFF);
+    return static_cast<unsigned short>(valueOf(seen) & 0xFFFF);
 }
 
 static unsigned short focusOf(MailboxContent seen) {
-    return static_cast<unsigned short>(seen.value >> 16);
+    return static_cast<unsigned short>(valueOf(seen) >> 16);
 }
 
 bool obeyPresetCommand(AF_CMD_em emCmd, MailboxContent seen) {
@@ -41,13 +41,13 @@ bool obeyPresetCommand(AF_CMD_em emCmd, MailboxContent seen) {
     bool refocus = false;
     switch (emCmd) {
     case CMD_SPST:
-        isDone = Lens_Set_Preset(static_cast<int>(seen.value)) == 0;
+        isDone = Lens_Set_Preset(static_cast<int>(valueOf(seen))) == 0;
         break;
     case CMD_CAPST:
-        isDone = callPreset(seen.value);
+        isDone = callPreset(valueOf(seen));
         break;
     case CMD_CLPST:
-        isDone = clearPreset(seen.value);
+        isDone = clearPreset(valueOf(seen));
         break;
     default: // CMD_DZF
         refocus = Lens_Direct_ZFPosition(zoomOf(seen), focusOf(seen)) != 0;
@@ -59,12 +59,12 @@ bool obeyPresetCommand(AF_CMD_em emCmd, MailboxContent seen) {
 
 void driveToBoth(MailboxContent seen) {
     Lens_Direct_ZPosition(zoomOf(seen));
-    driveFocusTo(focusOf(seen), seen.command);
+    driveFocusTo(focusOf(seen), commandOf(seen));
     leaveFollowUpOf(seen, CMD_FSTOP);
 }
 
 void driveToFocus(MailboxContent seen) {
-    driveFocusTo(zoomOf(seen), seen.command);
+    driveFocusTo(zoomOf(seen), commandOf(seen));
     leaveFollowUpOf(seen, CMD_FSTOP);
 }
 

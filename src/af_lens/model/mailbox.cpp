@@ -5,7 +5,6 @@
 #include <stddef.h>
 #include <stdint.h>
 #include <stdlib.h>
-#include <string.h>
 
 Lens_ShaPos_ST *g_ShaPosInfo = nullptr;
 
@@ -42,63 +41,48 @@ int Lens_Set_Command(unsigned int cmd) {
 // record that a host or a plain allocator has put anywhere. There the argument goes first and is
 // read last.
 
-typedef unsigned long long __attribute__((may_alias)) MailboxWord;
+typedef MailboxContent __attribute__((may_alias)) MailboxWord;
 
-static const bool kHasAccessToBoth = __atomic_always_lock_free(sizeof(MailboxWord), nullptr);
+static const bool kHasAccessToBoth = __atomic_always_lock_free(sizeof(MailboxContent), nullptr);
 
-static_assert(sizeof(MailboxContent) == sizeof(MailboxWord), "one word holds both");
 static_assert(offsetof(Lens_ShaPos_ST, shCommand) == 0 && offsetof(Lens_ShaPos_ST, shValue) == 4,
               "the record begins with command and argument");
 
 static bool isAligned(const Lens_ShaPos_ST *record) {
-    return reinterpret_cast<uintptr_t>(record) % sizeof(MailboxWord) == 0;
-}
-
-static MailboxWord joinMailbox(MailboxContent content) {
-    MailboxWord word;
-    memcpy(&word, &content, sizeof word);
-    return word;
+    return reinterpret_cast<uintptr_t>(record) % sizeof(MailboxContent) == 0;
 }
 
 static void storeContent(Lens_ShaPos_ST *record, MailboxContent content) {
     if constexpr (kHasAccessToBoth) {
         if (isAligned(record)) {
-            __atomic_store_n(reinterpret_cast<MailboxWord *>(record), joinMailbox(content),
-                             __ATOMIC_RELEASE);
+            __atomic_store_n(reinterpret_cast<MailboxWord *>(record), content, __ATOMIC_RELEASE);
             return;
         }
     }
-    storeWord(&record->shValue, content.value);
-    storeWord(&record->shCommand, content.command);
+    storeWord(&record->shValue, valueOf(content));
+    storeWord(&record->shCommand, commandOf(content));
 }
 
 static MailboxContent loadContent(const Lens_ShaPos_ST *record) {
-    MailboxContent content;
     if constexpr (kHasAccessToBoth) {
-        if (isAligned(record)) {
-            const MailboxWord word =
-                __atomic_load_n(reinterpret_cast<const MailboxWord *>(record), __ATOMIC_ACQUIRE);
-            memcpy(&content, &word, sizeof content);
-            return content;
-        }
+        if (isAligned(record))
+            return __atomic_load_n(reinterpret_cast<const MailboxWord *>(record),
+                                   __ATOMIC_ACQUIRE);
     }
-    content.command = loadWord(&record->shCommand);
-    content.value = loadWord(&record->shValue);
-    return content;
+    const unsigned int command = loadWord(&record->shCommand);
+    return makeContent(command, loadWord(&record->shValue));
 }
 
 static void exchangeContent(Lens_ShaPos_ST *record, MailboxContent seen, MailboxContent left) {
     if constexpr (kHasAccessToBoth) {
         if (isAligned(record)) {
-            MailboxWord expected = joinMailbox(seen);
-            __atomic_compare_exchange_n(reinterpret_cast<MailboxWord *>(record), &expected,
-                                        joinMailbox(left), false, __ATOMIC_ACQ_REL,
-                                        __ATOMIC_ACQUIRE);
+            __atomic_compare_exchange_n(reinterpret_cast<MailboxWord *>(record), &seen, left, false,
+                                        __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE);
             return;
         }
     }
-    if (loadWord(&record->shValue) == seen.value)
-        exchangeWord(&record->shCommand, seen.command, left.command);
+    if (loadWord(&record->shValue) == valueOf(seen))
+        exchangeWord(&record->shCommand, commandOf(seen), commandOf(left));
 }
 
 bool storeMailbox(MailboxContent content) {
@@ -109,13 +93,13 @@ bool storeMailbox(MailboxContent content) {
 }
 
 int lensDirectZPosition(unsigned int cmd, unsigned short zp) {
-    return storeMailbox({cmd, zp}) ? 0 : -1;
+    return storeMailbox(makeContent(cmd, zp)) ? 0 : -1;
 }
 
 MailboxContent readMailbox(void) {
     const Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
     if (record == nullptr)
-        return {kNoRecord, 0};
+        return makeContent(kNoRecord, 0);
     return loadContent(record);
 }
 

@@ -17,12 +17,26 @@ bool createRecord(void);
 /// Take the record away from its users; Lens_Set_Command() refuses from now on.
 void withdrawRecord(void);
 
-/// What the mailbox holds, a command and its argument; kNoRecord and 0 without a record.
-typedef struct {
-    unsigned int command;
-    unsigned int value;
-} MailboxContent;
+/// A command and its argument as they lie in the record, in a word that goes through registers.
+typedef unsigned long long MailboxContent;
 
+static const int kCommandShift = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? 0 : 32;
+static const int kValueShift = 32 - kCommandShift;
+
+constexpr MailboxContent makeContent(unsigned int command, unsigned int value) {
+    return static_cast<MailboxContent>(command) << kCommandShift |
+           static_cast<MailboxContent>(value) << kValueShift;
+}
+
+constexpr unsigned int commandOf(MailboxContent content) {
+    return static_cast<unsigned int>(content >> kCommandShift);
+}
+
+constexpr unsigned int valueOf(MailboxContent content) {
+    return static_cast<unsigned int>(content >> kValueShift);
+}
+
+/// What the mailbox holds; kNoRecord and 0 without a record.
 MailboxContent readMailbox(void);
 
 /// Store command and argument as one; false without a record.

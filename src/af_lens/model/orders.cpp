@@ -6,7 +6,6 @@
 #include "platform/shared_word.h"
 
 #include <limits.h>
-#include <string.h>
 
 static const int kLongestPlacingMs = 100;
 
@@ -26,10 +25,11 @@ static Waiting waiting = kNothingWaits; // whether the slip's order has not been
 static int issued = 0;                  // the last ticket there is
 static int settled = 0;                 // the last one that was taken or never will be
 static bool isClosed = false;
-static MailboxContent contentInHand = {CMD_NONE, 0};
+static MailboxContent contentInHand = makeContent(CMD_NONE, 0);
 static int ticketInHand = 0;
 static int ticketCancelled = 0;
 static bool awaitsFollowUp = false; // of what is in hand
+static TakenOrder taken;            // the lens-control thread's own
 
 // The lens-control thread has nothing to do but wait for whoever is between these two lines.
 static void beginTaking() {
@@ -53,12 +53,8 @@ static bool isAutofocus(unsigned int command) {
     return command == CMD_ZSTOP || command == CMD_FOCUS;
 }
 
-static bool isSame(MailboxContent a, MailboxContent b) {
-    return a.command == b.command && a.value == b.value;
-}
-
 static bool stillHoldsSlip() {
-    return waiting != kNothingWaits && isSame(readMailbox(), slip.content);
+    return waiting != kNothingWaits && readMailbox() == slip.content;
 }
 
 // ---- Placing
@@ -92,66 +88,67 @@ static bool serves(unsigned int command, unsigned int ordered) {
 }
 
 // Everything that was placed but not taken up to @p last is gone.
-static void settle(TakenOrder *taken, int last) {
-    taken->goneAfter = settled;
-    taken->goneTo = settled = last;
+static void settle(int last) {
+    taken.goneAfter = settled;
+    taken.goneTo = settled = last;
 }
 
-static void takeSlip(TakenOrder *taken) {
-    taken->ticket = slip.ticket;
-    taken->ordered = slip.content.command;
-    if (slip.content.command == taken->content.command)
-        taken->content = slip.content;
-    taken->kind = slip.kind;
-    taken->isOrdered = true;
+static void takeSlip() {
+    taken.ticket = slip.ticket;
+    taken.ordered = commandOf(slip.content);
+    if (taken.ordered == commandOf(taken.content))
+        taken.content = slip.content;
+    taken.kind = slip.kind;
+    taken.isOrdered = true;
     if (slip.isCancelled) // while it waited behind the same command
         storeWord(&ticketCancelled, slip.ticket);
 }
 
 static bool continuesInHand(unsigned int command) {
-    return awaitsFollowUp && command == CMD_FOCUS && readMailbox().command == CMD_FOCUS;
+    return awaitsFollowUp && command == CMD_FOCUS && Lens_Get_Command() == CMD_FOCUS;
 }
 
 // The last one placed is gone when something else lies in the mailbox, unless it is just waiting.
-static void takeUnderClaim(TakenOrder *taken) {
-    const unsigned int command = taken->content.command;
+static void takeUnderClaim(MailboxContent content) {
+    taken = TakenOrder();
+    taken.content = content;
+    const unsigned int command = commandOf(content);
     const bool stands = stillHoldsSlip();
-    if (stands && !serves(command, slip.content.command)) {
-        settle(taken, slip.before); // it goes on waiting
+    if (stands && !serves(command, commandOf(slip.content))) {
+        settle(slip.before); // it goes on waiting
         return;
     }
     const bool isLost = waiting != kNothingWaits && !stands;
     storeWord(&waiting, kNothingWaits);
     if (stands) {
-        takeSlip(taken);
+        takeSlip();
     } else if (continuesInHand(command)) {
-        taken->ticket = loadWord(&ticketInHand);
-        taken->isContinued = true;
+        taken.ticket = loadWord(&ticketInHand);
+        taken.isContinued = true;
     } else if (isWork(command)) {
         storeWord(&issued, nextTicket(issued));
-        taken->ticket = issued;
+        taken.ticket = issued;
     }
-    taken->cancelled = isLost && slip.isCancelled ? slip.ticket : 0;
-    settle(taken, issued);
+    taken.cancelled = isLost && slip.isCancelled ? slip.ticket : 0;
+    settle(issued);
 }
 
-static void take(const MailboxContent *following, TakenOrder *taken) {
-    memset(taken, 0, sizeof *taken);
+static const TakenOrder &take(MailboxContent content, bool isHeld) {
     beginTaking();
-    taken->content = following != nullptr ? *following : readMailbox();
-    takeUnderClaim(taken);
     contentInHand = readMailbox();
-    storeWord(&ticketInHand, taken->ticket);
+    takeUnderClaim(isHeld ? contentInHand : content);
+    storeWord(&ticketInHand, taken.ticket);
     awaitsFollowUp = false;
     giveBackClaim(&ordering);
+    return taken;
 }
 
-void takeOrder(TakenOrder *taken) {
-    take(nullptr, taken);
+const TakenOrder &takeOrder() {
+    return take(0, true);
 }
 
-void takeFollowing(MailboxContent content, TakenOrder *taken) {
-    take(&content, taken);
+const TakenOrder &takeFollowing(MailboxContent content) {
+    return take(content, false);
 }
 
 void putDown(bool isContinued) {
@@ -162,21 +159,22 @@ void putDown(bool isContinued) {
     giveBackClaim(&ordering);
 }
 
-void closeOrders(TakenOrder *left) {
-    memset(left, 0, sizeof *left);
+const TakenOrder &closeOrders() {
     beginTaking();
     isClosed = true;
-    left->cancelled = waiting != kNothingWaits ? slip.ticket : 0;
+    taken.ticket = 0;
+    taken.cancelled = waiting != kNothingWaits ? slip.ticket : 0;
     storeWord(&waiting, kNothingWaits);
-    settle(left, issued);
+    settle(issued);
     giveBackClaim(&ordering);
+    return taken;
 }
 
 // ---- Cancelling
 
 // What waits goes from the mailbox as if it had never come: what is in hand stays there.
 static void emptyMailboxOf(MailboxContent content) {
-    const MailboxContent standing = {CMD_FSTOP, content.value};
+    const MailboxContent standing = makeContent(CMD_FSTOP, valueOf(content));
     exchangeMailbox(content, loadWord(&ticketInHand) != 0 ? contentInHand : standing);
 }
 
@@ -189,7 +187,7 @@ static bool cancelWaiting(int ticket) {
         return true;
     }
     const MailboxContent held = readMailbox();
-    const bool isStored = isWork(held.command) && !isSame(held, contentInHand);
+    const bool isStored = isWork(commandOf(held)) && held != contentInHand;
     if (ticket == 0 && isStored && !awaitsFollowUp)
         emptyMailboxOf(held);
     return false;
@@ -239,7 +237,7 @@ unsigned int leaveFollowUp(AF_CMD_em followUp) {
 void leaveFollowUpOf(MailboxContent seen, AF_CMD_em followUp) {
     beginTaking();
     if (!stillHoldsSlip())
-        exchangeMailbox(seen, {followUp, seen.value});
+        exchangeMailbox(seen, makeContent(followUp, valueOf(seen)));
     giveBackClaim(&ordering);
 }
 

@@ -24,7 +24,7 @@ enum OrderKind {
 /// one is being placed for longer than anybody needs. Any thread.
 int placeOrder(MailboxContent content, OrderKind kind);
 
-/// What the lens-control thread is to do about the mailbox.
+/// What the lens-control thread is to do about the mailbox; stays until the next is taken.
 struct TakenOrder {
     MailboxContent content; ///< To be dispatched.
     int ticket;             ///< Of what is to be dispatched; 0: it has none.
@@ -38,11 +38,11 @@ struct TakenOrder {
 };
 
 /// Take in hand what the mailbox holds. Lens-control thread.
-void takeOrder(TakenOrder *taken);
+const TakenOrder &takeOrder();
 
 /// Take @p content in hand, which follows a command at once; the order that the mailbox holds is
 /// taken with it only if that serves it. Lens-control thread.
-void takeFollowing(MailboxContent content, TakenOrder *taken);
+const TakenOrder &takeFollowing(MailboxContent content);
 
 /// The order in hand is done with; with @p isContinued its follow-up command still belongs to it.
 /// Lens-control thread.
@@ -51,8 +51,8 @@ void putDown(bool isContinued);
 /// Whether an order that was placed here waits in the mailbox.
 bool doesOrderWait();
 
-/// No order is accepted any more. @p left gets what was still waiting, as of takeOrder().
-void closeOrders(TakenOrder *left);
+/// No order is accepted any more. @return what was still waiting, as of takeOrder().
+const TakenOrder &closeOrders();
 
 /// Cancel @p ticket, or with 0 whatever is in hand or waits. @return 0; -1 when it is neither. Any
 /// thread.

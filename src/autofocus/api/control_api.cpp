@@ -21,7 +21,7 @@ static const useconds_t kLookUs = 10000;
 // ---- Orders
 
 static int order(unsigned int command, unsigned int argument, OrderKind kind) {
-    return loadWord(&gLensCtrl) != 0 ? -1 : placeOrder({command, argument}, kind);
+    return loadWord(&gLensCtrl) != 0 ? -1 : placeOrder(makeContent(command, argument), kind);
 }
 
 static int orderCommand(AF_CMD_em command) {
@@ -66,10 +66,9 @@ int AF_Manager_Zoom_To_API(unsigned short position) {
     return order(CMD_DZF, position, kAsCommand);
 }
 
-// Whoever looks at the mailbox sees the direction in which it goes from here.
+// The mailbox shows it as a focus drive, whichever way it goes.
 int AF_Manager_Focus_To_API(unsigned short position) {
-    const bool isFar = focusOfPosition16(position) > focusPosition();
-    return order(isFar ? CMD_FAR : CMD_NEAR, position, kFocusTo);
+    return order(CMD_FAR, position, kFocusTo);
 }
 
 int AF_Manager_Preset_Call_API(int preset) {
@@ -130,7 +129,7 @@ int AF_Manager_Get_Status_API(AF_Status_ST *status) {
     AF_Status_ST whole = readLedger().status;
     whole.size = status->size;
     whole.faults = presentFaults();
-    if (areLimitsKnown())
+    if (whole.endedTicket != 0) // start-up is over: what follows does not change any more
         fillPositions(&whole);
     memcpy(status, &whole, minOf<size_t>(status->size, sizeof whole));
     return 0;
