@@ -158,15 +158,15 @@ typedef enum {
 
 /** What the lens does and where it stands. */
 typedef struct {
-    unsigned int size;          /**< In: sizeof(AF_Status_ST) of the caller. */
-    unsigned int activity;      /**< AF_Activity_em. */
-    unsigned int faults;        /**< AF_FAULT_... bits. */
-    int ticket;                 /**< In hand; 0: none. */
-    int endedTicket;            /**< The one that ended last; 0: none yet. */
-    unsigned int endedOutcome;  /**< Its AF_Outcome_em. */
-    unsigned int zoomSteps;     /**< Zoom position in motor steps; all four 0 until start-up ends. */
-    unsigned int focusSteps;    /**< Focus position in motor steps. */
-    unsigned int zoomPosition;  /**< Zoom position, 16 bits. */
+    unsigned int size;         /**< In: sizeof(AF_Status_ST) of the caller. */
+    unsigned int activity;     /**< AF_Activity_em. */
+    unsigned int faults;       /**< AF_FAULT_... bits. */
+    int ticket;                /**< In hand; 0: none. */
+    int endedTicket;           /**< The one that ended last; 0: none yet. */
+    unsigned int endedOutcome; /**< Its AF_Outcome_em. */
+    unsigned int zoomSteps;    /**< Zoom position in motor steps; all four 0 until start-up ends. */
+    unsigned int focusSteps;   /**< Focus position in motor steps. */
+    unsigned int zoomPosition; /**< Zoom position, 16 bits. */
     unsigned int focusPosition; /**< Focus position, 16 bits. */
     unsigned int runs;          /**< Autofocus runs since start; what follows is of the last one. */
     unsigned int runOutcome;    /**< Its verdict, AF_OUTCOME_FOCUSED to _CANCELLED; 0 before. */

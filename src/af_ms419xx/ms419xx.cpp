@@ -1,13 +1,16 @@
 #include "af_ms419xx/ms419xx.h"
 
 #include "af_common/link/gpio_setup.h"
+#include "af_lens/model/orders.h"
 #include "af_ms419xx/registers.h"
+#include "af_ms419xx/sure_link.h"
 #include "af_ms419xx/vd_timing.h"
 #include "autofocus/gpio.h"
 #include "autofocus/host/settings.h"
 #include "autofocus/spi.h"
 #include "autofocus/types.h"
 #include "platform/arithmetic.h"
+#include "platform/faults.h"
 #include "platform/shared_word.h"
 
 #include <stdio.h>
@@ -43,8 +46,16 @@ DrivenSteps countDrivenSteps() {
     return driven;
 }
 
+static void brakeBoth() {
+    MS419XX_Break_MotorAB(LED_DISABLE);
+    MS419XX_Break_MotorCD(LED_DISABLE);
+}
+
 static void pulseVd(unsigned int pin, unsigned int periodUs) {
-    if (Hisi_Gpio_SetVDF(pin, periodUs) == -1)
+    if (hasOrderFailed())
+        brakeBoth();
+    const bool runsMotor = pin == kPinVd && (stepsAPeriod.zoom != 0 || stepsAPeriod.focus != 0);
+    if (!passPeriod(pin, periodUs, runsMotor))
         return;
     storeWord(&g_vdPeriods, g_vdPeriods + 1);
     if (pin == kPinVd) {
@@ -62,11 +73,15 @@ static bool isFocus(MS_Action_em type) {
 }
 
 void MS419XX_Init(void) {
+    if (isRecovering() && loadWord(&g_SPIFd) > 0)
+        SPI_Release(); // not for the first time
     SPI_Init();
     Af_Gpio_Init();
     MS419XX_Rest();
+    setChipUp(!isPresent(kFaultGpio) && !isPresent(kFaultDriver)); // in reset it loses every word
     MS419XX_Init_Register();
-    MS419XX_Printf_Register();
+    if (!hasOrderFailed())
+        MS419XX_Printf_Register();
 }
 
 void MS419XX_Rest(void) {
@@ -79,16 +94,16 @@ void MS419XX_Rest(void) {
 }
 
 void MS419XX_Init_Register(void) {
-    Spi_Write(kRegChip, kChipSetup);
-    Spi_Write(kRegPulseWidthAB, kPulseWidth);
-    Spi_Write(kRegPulseWidthCD, kPulseWidth);
-    Spi_Write(kRegSetupAB, kChannelSetup);
+    writeRegister(kRegChip, kChipSetup);
+    writeRegister(kRegPulseWidthAB, kPulseWidth);
+    writeRegister(kRegPulseWidthCD, kPulseWidth);
+    writeRegister(kRegSetupAB, kChannelSetup);
     stepsAPeriod = {0, 0};
-    Spi_Write(kRegStepAB, kBrakeWord);
-    Spi_Write(kRegPeriodAB, kStartPeriod);
-    Spi_Write(kRegSetupCD, kChannelSetup);
-    Spi_Write(kRegStepCD, kBrakeWord);
-    Spi_Write(kRegPeriodCD, kStartPeriod);
+    writeRegister(kRegStepAB, kBrakeWord);
+    writeRegister(kRegPeriodAB, kStartPeriod);
+    writeRegister(kRegSetupCD, kChannelSetup);
+    writeRegister(kRegStepCD, kBrakeWord);
+    writeRegister(kRegPeriodCD, kStartPeriod);
     MS419XX_VDFZ(); // puts the words in force
     printf("__%s ok.\n", __func__);
 }
@@ -104,15 +119,15 @@ void MS419XX_Printf_Register(void) {
 
 static void programZoom(MS_Action_em type, unsigned char steps, unsigned int total, MS_LED_em led) {
     stepsAPeriod.zoom = type == MS_Z_TELE ? steps : -steps;
-    Spi_Write(kRegStepAB, encodeStepWord(type, steps, led, g_LensType));
-    Spi_Write(kRegPeriodAB, encodeStepPeriod(total, steps));
+    writeRegister(kRegStepAB, encodeStepWord(type, steps, led, g_LensType));
+    writeRegister(kRegPeriodAB, encodeStepPeriod(total, steps));
 }
 
 static void programFocus(MS_Action_em type, unsigned char steps, unsigned int total,
                          MS_LED_em led) {
     stepsAPeriod.focus = type == MS_F_FAR ? steps : -steps;
-    Spi_Write(kRegStepCD, encodeStepWord(type, steps, led, g_LensType));
-    Spi_Write(kRegPeriodCD, encodeStepPeriod(total, steps));
+    writeRegister(kRegStepCD, encodeStepWord(type, steps, led, g_LensType));
+    writeRegister(kRegPeriodCD, encodeStepPeriod(total, steps));
 }
 
 int MS419XX_Set_PSUM_ICNT_Register(MS_Action_em type, unsigned char nStep, MS_LED_em emLed) {
@@ -154,22 +169,22 @@ int MS419XX_Set_PSUM_ICNT_RegofFocus(MS_Action_em type, unsigned char nStep) {
 
 void MS419XX_Break_MotorAB(MS_LED_em emLed) {
     stepsAPeriod.zoom = 0;
-    Spi_Write(kRegStepAB, kBrakeWord | encodeLed(emLed));
+    writeRegister(kRegStepAB, kBrakeWord | encodeLed(emLed));
 }
 
 void MS419XX_Break_MotorCD(MS_LED_em emLed) {
     stepsAPeriod.focus = 0;
-    Spi_Write(kRegStepCD, kBrakeWord | encodeLed(emLed));
+    writeRegister(kRegStepCD, kBrakeWord | encodeLed(emLed));
 }
 
 void MS419XX_Stop_MotorAB(void) {
     stepsAPeriod.zoom = 0;
-    Spi_Write(kRegStepAB, kStopWord);
+    writeRegister(kRegStepAB, kStopWord);
 }
 
 void MS419XX_Stop_MotorCD(void) {
     stepsAPeriod.focus = 0;
-    Spi_Write(kRegStepCD, kStopWord);
+    writeRegister(kRegStepCD, kStopWord);
 }
 
 void MS419XX_VDFZ(void) {
@@ -212,9 +227,9 @@ void MS419XX_Wait_MotorCD_Stop(void) {
 }
 
 void MS419XX_Set_PPWAB_Register(unsigned int ppw) {
-    Spi_Write(kRegPulseWidthAB, ppw);
+    writeRegister(kRegPulseWidthAB, ppw);
 }
 
 void MS419XX_Set_PPWCD_Register(unsigned int ppw) {
-    Spi_Write(kRegPulseWidthCD, ppw);
+    writeRegister(kRegPulseWidthCD, ppw);
 }

@@ -23,6 +23,12 @@ typedef enum {
     GPIO_C_PLS = 49,
 } GPIO_CMD_EM;
 
-/// Make one request for a pin; the record's value afterwards, or -1 after a message.
+/// Make one request for a pin; the record's value afterwards, or -1 after a message. While
+/// recovering, what may be repeated without harm is, for up to a second.
 int Hisi_Gpio_Option(unsigned int num, GPIO_CMD_EM cmd, unsigned int value);
 }
+
+static const int kNotRequested = -2; ///< The device could not even be opened.
+
+/// The same, once; tells a request that was not made, kNotRequested, from one that has failed.
+int requestGpio(unsigned int num, GPIO_CMD_EM cmd, unsigned int value);

@@ -3,6 +3,7 @@
 #include "platform/shared_word.h"
 
 static unsigned int faults = 0;
+static bool recovering = false;
 
 void noteCall(Fault fault, bool hasWorked) {
     unsigned int former;
@@ -17,4 +18,12 @@ void noteCall(Fault fault, bool hasWorked) {
 
 unsigned int presentFaults() {
     return loadWord(&faults);
+}
+
+bool isRecovering() {
+    return loadWord(&recovering);
+}
+
+void setRecovering(bool isOn) {
+    storeWord(&recovering, isOn);
 }

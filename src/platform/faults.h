@@ -1,4 +1,5 @@
-// What is broken, as bits of one word that any thread sets and any thread reads.
+// What is broken, as bits of one word that any thread sets and any thread reads; and whether what
+// is in hand stops for it.
 #pragma once
 
 /// Bits of the word; their meaning is that of autofocus_control.h.
@@ -14,3 +15,18 @@ enum Fault : unsigned int {
 void noteCall(Fault fault, bool hasWorked);
 
 unsigned int presentFaults();
+
+/// Whether @p fault stands.
+inline bool isPresent(Fault fault) {
+    return (presentFaults() & fault) != 0;
+}
+
+/// Whether the hardware's links are watched: while an order is in hand that was taken with
+/// AF_SETTING_RECOVERY on.
+bool isRecovering();
+void setRecovering(bool isOn);
+
+/// Whether nothing but a home search may move, and no position be stored.
+inline bool isLost() {
+    return isRecovering() && isPresent(kFaultPosition);
+}

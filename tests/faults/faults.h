@@ -53,12 +53,22 @@ template <typename Named> int findNamed(const Named *all, int count, const std::
 /// beside those; every one.
 enum class Extent { Few, Usual, All };
 
+Extent extentOf(const Move &move, Extent asked);
+bool isIn(Extent extent, int offset);
+
 /// Every call that the library makes fails, once and for ever, in the middle of each kind of move.
 bool playCallMatrix();
 
 /// Each transfer to the driver chip, GPIO open and GPIO call of each kind of move fails once. The
 /// ends are compared with the kept table, or kept.
 bool playOffsetMatrix(Extent extent, bool renews);
+
+/// The same calls with recovery on, before and after their effect, once and for ever, and @p storms
+/// seeds of random ones.
+bool playRecoveryMatrix(Extent extent, int storms);
+
+/// One cell of it: MOVE LINK OFFSET, or storm at-random SEED.
+bool replayRecovery(const Words &words, const std::string &traceFile);
 
 /// One cell: MOVE FAULT TIMING of the first matrix, all but the move as numbers, or MOVE CALL
 /// OFFSET of the second. False also when there is no such cell.

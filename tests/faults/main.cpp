@@ -7,7 +7,7 @@
 static const char kAbout[] =
     "Makes the library's system calls fail. A cell is a move, a call and which of those calls "
     "fails,\n"
-    "played by a process with a virtual camera of its own. There are two kinds:\n"
+    "played by a process with a virtual camera of its own. There are three kinds:\n"
     "  - Each call that the library makes, once and for ever, in the middle of each move. It must\n"
     "    say its message, come to rest and keep its counters within the limits; a fault that "
     "keeps\n"
@@ -16,7 +16,9 @@ static const char kAbout[] =
     "stands,\n"
     "    the steps that it lost, the rules of the hardware broken. The library repeats no call, "
     "so\n"
-    "    many cells end wrong: tests/faults/table.txt keeps how many and how badly.";
+    "    many cells end wrong: tests/faults/table.txt keeps how many and how badly.\n"
+    "  - The same with recovery on, once and for ever, before and after the effect, and at random\n"
+    "    (--storms): none may end wrong, and the next order must be obeyed.";
 
 static const char kTrace[] = "build/fault.trace";
 
@@ -38,6 +40,8 @@ static int replay(bool isGood) {
 int main(int argc, char **argv) {
     faults::Words offset;
     faults::Words middle;
+    faults::Words recovery;
+    int storms = -1;
     bool all = false;
     bool few = false;
     bool offsetsOnly = false;
@@ -48,6 +52,9 @@ int main(int argc, char **argv) {
         ->expected(3);
     app.add_option("--middle", middle, "play one cell of the first kind, as a failure names it")
         ->expected(3);
+    app.add_option("--recovery", recovery, "play one cell of the third kind, as a failure names it")
+        ->expected(3);
+    app.add_option("--storms", storms, "play the third kind, with so many seeds of random faults");
     app.add_flag("--all", all,
                  "every offset of calibration and curve drawing too, else each tenth");
     app.add_flag("--few", few, "offsets 0, 1, 5, 25 and 125 only");
@@ -59,9 +66,13 @@ int main(int argc, char **argv) {
         return replay(faults::replayOffset(offset, kTrace));
     if (!middle.empty())
         return replay(faults::replayCall(middle, kTrace));
+    if (!recovery.empty())
+        return replay(faults::replayRecovery(recovery, kTrace));
     faults::Extent extent = few ? faults::Extent::Few : faults::Extent::Usual;
     if (all || renews)
         extent = faults::Extent::All;
+    if (storms >= 0)
+        return faults::playRecoveryMatrix(extent, storms) ? 0 : 1;
     const bool isFirstGood = offsetsOnly || renews || faults::playCallMatrix();
     return faults::playOffsetMatrix(extent, renews) && isFirstGood ? 0 : 1;
 }

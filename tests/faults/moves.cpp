@@ -104,6 +104,15 @@ scenario::Place countedPlace() {
     return {loadWord(&ZM_Step_Local), loadWord(&FM_Step_Local)};
 }
 
+bool isIn(Extent extent, int offset) {
+    const bool isFew = offset == 0 || offset == 1 || offset == 5 || offset == 25 || offset == 125;
+    return extent == Extent::All || isFew || (extent == Extent::Usual && offset % 10 == 0);
+}
+
+Extent extentOf(const Move &move, Extent asked) {
+    return asked == Extent::Usual && !move.isLong ? Extent::All : asked;
+}
+
 int toNumber(const std::string &word, int count) {
     int number = 0;
     char rest = 0;

@@ -137,13 +137,8 @@ struct Row {
     End *ends; ///< One an offset.
 };
 
-bool isIn(Extent extent, int offset) {
-    const bool isFew = offset == 0 || offset == 1 || offset == 5 || offset == 25 || offset == 125;
-    return extent == Extent::All || isFew || (extent == Extent::Usual && offset % 10 == 0);
-}
-
 Extent extentOf(const Row &row, Extent asked) {
-    return asked == Extent::Usual && !kMoves[row.move].isLong ? Extent::All : asked;
+    return extentOf(kMoves[row.move], asked);
 }
 
 std::vector<Cell> cellsOf(const Row &row, Extent extent) {

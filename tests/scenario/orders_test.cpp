@@ -134,10 +134,10 @@ TEST(Orders, start_and_end_once_each_and_say_how) {
         EXPECT_GT(seen.runPeak, seen.runFloor);
         EXPECT_GT(seen.runFrames, 10u);
         EXPECT_EQ(toldSoFar(), (std::vector<std::string>{
-                            spell(tele, AF_ACTIVITY_ZOOMING, 0),
-                            spell(tele, AF_ACTIVITY_ZOOMING, AF_OUTCOME_DONE),
-                            spell(stop, AF_ACTIVITY_AUTOFOCUS, 0),
-                            spell(stop, AF_ACTIVITY_AUTOFOCUS, AF_OUTCOME_FOCUSED)}));
+                                   spell(tele, AF_ACTIVITY_ZOOMING, 0),
+                                   spell(tele, AF_ACTIVITY_ZOOMING, AF_OUTCOME_DONE),
+                                   spell(stop, AF_ACTIVITY_AUTOFOCUS, 0),
+                                   spell(stop, AF_ACTIVITY_AUTOFOCUS, AF_OUTCOME_FOCUSED)}));
         EXPECT_EQ(await(AF_Manager_Preset_Set_API(7)), AF_OUTCOME_DONE);
         EXPECT_EQ(await(AF_Manager_Zoom_To_API(0)), AF_OUTCOME_DONE);
         EXPECT_EQ(truth(Axis::Zoom), int(ZM_Wide_Limit));

@@ -35,18 +35,25 @@ static Device findAnswering(int descriptor) {
     return isRegisteredThread() ? findDevice(descriptor) : Device::None;
 }
 
-static int answerIoctl(Device device, unsigned long request, void *argument) {
-    const Unobserved unobserved;
-    chargeCall();
-    if (device == Device::Closed)
-        return fail(EBADF);
-    if (failsNow("ioctl", nameDevice(device)))
-        return -1;
+static int actOn(Device device, unsigned long request, void *argument) {
     if (device == Device::Spi)
         return spidevIoctl(request, argument);
     if (device == Device::Gpio)
         return gpioIoctl(request, argument);
     return fail(ENOTTY);
+}
+
+static int answerIoctl(Device device, unsigned long request, void *argument) {
+    const Unobserved unobserved;
+    chargeCall();
+    if (device == Device::Closed)
+        return fail(EBADF);
+    const Strikes strikes = strikesNow("ioctl", nameDevice(device));
+    const int error = errno;
+    if (strikes == Strikes::Before)
+        return -1;
+    const int result = actOn(device, request, argument);
+    return strikes == Strikes::After ? fail(error) : result;
 }
 
 /// A duplicate is the device's too; its other descriptor flags are the placeholder's.

@@ -20,14 +20,30 @@ static const unsigned char kReadFlag = 0x40;
 int g_SPIFd = 0;
 unsigned char g_RxBuff[kFrameBytes];
 
-static unsigned char g_SPIMode = SPI_LSB_FIRST | SPI_CPOL | SPI_CPHA;
-static unsigned char g_SPIBits = 8;
-static unsigned int g_SPICLK = 1000000;
+static const unsigned char kMode = SPI_LSB_FIRST | SPI_CPOL | SPI_CPHA;
+static const unsigned char kBits = 8;
+static const unsigned int kClockHz = 1000000;
+
+// As the device has them: asked for, and read back.
+static unsigned char g_SPIMode = kMode;
+static unsigned char g_SPIBits = kBits;
+static unsigned int g_SPICLK = kClockHz;
 static unsigned short g_SPIDelay = 0;
 
-// C libraries differ in the type of a request; its 32 bits fit them all.
+static const int kMostRepeats = 100;
+static const useconds_t kRepeatUs = 10000;
+
+// C libraries differ in the type of a request; its 32 bits fit them all. While recovering it is
+// repeated for up to a second, unless that was in vain before.
 static void requestSetting(int fd, unsigned int request, void *setting, const char *failure) {
-    if (ioctl(fd, request, setting) < 0)
+    int repeats = isRecovering() && !isPresent(kFaultDriver) ? kMostRepeats : 0;
+    int result = ioctl(fd, request, setting);
+    for (; result < 0 && repeats > 0; --repeats) {
+        usleep(kRepeatUs);
+        result = ioctl(fd, request, setting);
+    }
+    noteCall(kFaultDriver, result >= 0);
+    if (result < 0)
         perror(failure);
 }
 
@@ -35,9 +51,13 @@ int SPI_Init(void) {
     const int fd = openAboveStandard(kSpiDevice, O_RDWR);
     storeWord(&g_SPIFd, fd);
     if (fd < 0) {
+        noteCall(kFaultDriver, false);
         puts("__can't open spi device");
         return -1;
     }
+    g_SPIMode = kMode;
+    g_SPIBits = kBits;
+    g_SPICLK = kClockHz;
     requestSetting(fd, SPI_IOC_WR_MODE, &g_SPIMode, "can't set spi mode");
     requestSetting(fd, SPI_IOC_RD_MODE, &g_SPIMode, "can't get spi mode");
     requestSetting(fd, SPI_IOC_WR_BITS_PER_WORD, &g_SPIBits, "can't set bits per word");
@@ -83,7 +103,7 @@ void SPI_SendByte(unsigned char *data, int len) {
     if (!isSent)
         perror("can't send spi message");
     noteCall(kFaultDriver, isSent);
-    if (!isSent)
+    if (!isSent && !isRecovering())
         noteCall(kFaultPosition, false);
 }
 

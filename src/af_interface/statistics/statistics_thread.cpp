@@ -5,7 +5,9 @@
 #include "af_interface/statistics/statistics.h"
 #include "af_interface/statistics/zone_reduction.h"
 #include "autofocus/host/settings.h"
+#include "autofocus/host/settings_table.h"
 #include "autofocus/spi.h"
+#include "autofocus_control.h"
 #include "platform/faults.h"
 #include "platform/isp.h"
 #include "platform/library_thread.h"
@@ -13,6 +15,7 @@
 
 #include <pthread.h>
 #include <stdio.h>
+#include <time.h>
 #include <unistd.h>
 
 static const ISP_DEV kIspDevice = 0;
@@ -25,6 +28,22 @@ static const unsigned int kFramesPerGrid = 9;
 // The platform's records are large and this thread is the only one of its kind.
 static ISP_STATISTICS_CFG_S stIspStaticsCfg;
 static ISP_STATISTICS_S stIspStatics;
+
+// With recovery a call that has failed is made again, at most once a second. The first time that is
+// at once: one frame is lost.
+static bool mayRetry() {
+    static time_t lastS = -1;
+    if (settingOf(AF_SETTING_RECOVERY) == 0)
+        return false;
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    if (now.tv_sec == lastS) {
+        sleep(1);
+        now.tv_sec += 1;
+    }
+    lastS = now.tv_sec;
+    return true;
+}
 
 static bool configureIsp() {
     ISP_FOCUS_STATISTICS_CFG_S stFocusCfg = makeFocusConfiguration();
@@ -78,15 +97,23 @@ static void waitForFrame() {
     while (HI_MPI_ISP_GetVDTimeOut(kIspDevice, &stVdInfo, kFrameWaitMs) != 0) {
         failures += failures < kPromptRetries ? 1 : 0;
         noteCall(kFaultIsp, false);
-        if (failures == kPromptRetries)
+        if (!mayRetry() && failures == kPromptRetries)
             usleep(kRetryUs);
     }
+}
+
+static bool configureIspAtLast() {
+    while (!configureIsp()) {
+        if (!mayRetry())
+            return false;
+    }
+    return true;
 }
 
 void *afvManageThread(void *) {
     pthread_detach(pthread_self());
     enterLibraryThread();
-    if (!configureIsp())
+    if (!configureIspAtLast())
         return nullptr;
     sleep(1);
     unsigned int gridFrames = 0;
@@ -99,6 +126,8 @@ void *afvManageThread(void *) {
         if (s32Ret != 0) {
             printf("HI_MPI_ISP_GetStatistics error!(s32Ret = 0x%x)\n",
                    static_cast<unsigned int>(s32Ret));
+            if (mayRetry())
+                continue;
             SPI_Release();
             return nullptr;
         }

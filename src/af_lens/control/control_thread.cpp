@@ -5,6 +5,7 @@
 #include "af_lens/focus/calibration.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/orders.h"
+#include "af_lens/motion/home_search.h"
 #include "af_lens/motion/motors.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/autofocus_run.h"
@@ -12,6 +13,8 @@
 #include "autofocus/moves.h"
 #include "autofocus/statistics.h"
 #include "autofocus/types.h"
+#include "platform/arithmetic.h"
+#include "platform/faults.h"
 #include "platform/library_thread.h"
 #include "platform/shared_word.h"
 
@@ -20,6 +23,8 @@
 #include <unistd.h>
 
 static const useconds_t kPollUs = 50000;
+static const int kPollsASecond = 1000000 / kPollUs;
+static const int kMostPauseS = 60;
 static const int kMostWithoutPeriod = 16; // dispatches of one chain
 
 int gLensCtrl = 0;
@@ -76,7 +81,7 @@ static Next dispatch(MailboxContent taken) {
     case CMD_FLINE:
         lensFocusMode(CMD_MFMODE);
         if (!obeyCalibration(command))
-            failOrder();
+            noteNotDone();
         return kDone;
     case CMD_SPST:
     case CMD_CAPST:
@@ -84,7 +89,7 @@ static Next dispatch(MailboxContent taken) {
     case CMD_DZF:
         lensFocusMode(CMD_MFMODE);
         if (!obeyPresetCommand(static_cast<AF_CMD_em>(command), taken))
-            failOrder();
+            noteNotDone();
         return kDone;
     case CMD_FSTOP:
         return kDone;
@@ -111,6 +116,7 @@ static Next obeyTarget(MailboxContent taken, OrderKind kind) {
 
 static Next obey(const TakenOrder &order) {
     Next next = kDone;
+    findHomeBefore();
     if (!isCancelled())
         next = order.kind == kAsCommand ? dispatch(order.content)
                                         : obeyTarget(order.content, order.kind);
@@ -133,13 +139,35 @@ static void runChain() {
     }
 }
 
+// After searches that have failed the next one waits, 1, 2, ... 60 s; orders wait in the mailbox.
+static int failures = 0;
+static int pollsToWait = 0;
+
+static void noteSearches(unsigned int failedBefore) {
+    if (!isPresent(kFaultHoming)) {
+        failures = 0;
+    } else if (isRecovering() && countFailedSearches() != failedBefore) {
+        failures = minOf(failures + 1, kMostPauseS);
+        pollsToWait = failures * kPollsASecond;
+    }
+}
+
+static void serveMailbox() {
+    const unsigned int failed = countFailedSearches();
+    settleVerdict();
+    runChain();
+    noteSearches(failed);
+    setRecovering(false); // whoever drives the motors next decides anew
+}
+
 void *thLensCtrl(void *) {
     pthread_detach(pthread_self());
     enterLibraryThread();
     while (loadWord(&gLensCtrl) == 0) {
-        if (claimMotors()) { // else the manual stepping thread drives: the command waits
-            settleVerdict();
-            runChain();
+        if (pollsToWait > 0) {
+            --pollsToWait;
+        } else if (claimMotors()) { // else the manual stepping thread drives: the command waits
+            serveMailbox();
             releaseMotors();
         } else {
             noteStepping();

@@ -6,7 +6,10 @@
 #include "af_lens/model/orders.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/home_search.h"
+#include "af_ms419xx/ms419xx.h"
+#include "af_ms419xx/sure_link.h"
 #include "af_orders/ledger.h"
+#include "autofocus/host/settings_table.h"
 #include "autofocus/persistence.h"
 #include "autofocus/statistics.h"
 #include "autofocus/types.h"
@@ -78,6 +81,7 @@ static void takeInHand(const TakenOrder &taken) {
     const unsigned int command = commandOf(taken.content);
     hand.command = command;
     hand.activity = activityOf(command, taken.kind);
+    setRecovering(taken.ticket != 0 && settingOf(AF_SETTING_RECOVERY) != 0);
     if (taken.isContinued) {
         enterFollowUp(hand.ticket, hand.activity);
         return;
@@ -141,7 +145,7 @@ static void endCancelled() {
     standCancelled();
     if (isRunToJudge())
         judgeRun(false);
-    close(AF_OUTCOME_CANCELLED);
+    close(hasOrderFailed() ? AF_OUTCOME_FAULT : AF_OUTCOME_CANCELLED);
     putDown(false);
 }
 
@@ -176,7 +180,16 @@ static bool hasFoundHome() {
     return (presentFaults() & kFaultHoming) == 0;
 }
 
-void failOrder() {
+// What stores or clears a preset moves nothing, and homing finds home by itself.
+void findHomeBefore() {
+    if (!isLost() || hand.activity == AF_ACTIVITY_IDLE)
+        return;
+    MS419XX_Init(); // with its bus the chip may have lost what it was told
+    if (hand.activity != AF_ACTIVITY_HOMING && !regainPosition())
+        giveUpOrder();
+}
+
+void noteNotDone() {
     hand.isDone = false;
 }
 
@@ -216,10 +229,12 @@ void beginStartUp() {
     hand.ticket = takeFollowing(makeContent(CMD_RESET, 0)).ticket;
     hand.activity = AF_ACTIVITY_STARTING;
     hand.isDone = true;
+    setRecovering(settingOf(AF_SETTING_RECOVERY) != 0);
     enterActivity(hand.ticket, hand.activity);
 }
 
 void endStartUp() {
     putDown(false);
+    setRecovering(false);
     close(hasFoundHome() ? AF_OUTCOME_DONE : AF_OUTCOME_FAULT);
 }

@@ -12,8 +12,12 @@ const TakenOrder &beginOrder();
 /// The same for @p content, which follows a command at once.
 const TakenOrder &beginFollowing(MailboxContent content);
 
+/// While the position is doubtful, find home before what is in hand goes anywhere; it is ended as a
+/// fault when that fails.
+void findHomeBefore();
+
 /// What is in hand could not be done.
-void failOrder();
+void noteNotDone();
 
 /// Its handler is back. @return false when the chain ends here, because it was cancelled.
 bool endOrder();

@@ -2,7 +2,10 @@
 
 #include "af_lens/model/lens_models.h"
 #include "autofocus/host/settings.h"
+#include "autofocus/host/settings_table.h"
 #include "autofocus/types.h"
+#include "autofocus_control.h"
+#include "platform/faults.h"
 #include "platform/trace.h"
 
 unsigned int ZM_Step_Start, FM_Step_Start;
@@ -65,6 +68,10 @@ void Lens_Init_GlobalVariable(void) {
     deriveLimits();
     deriveStepLevels();
     FM_Focus_Flag = 0;
+}
+
+bool isPositionWorthKeeping() {
+    return settingOf(AF_SETTING_RECOVERY) == 0 || !isPresent(kFaultPosition);
 }
 
 int Lens_Get_Location(unsigned int *zLocation, unsigned int *fLocation) {

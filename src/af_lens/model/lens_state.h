@@ -33,6 +33,9 @@ inline bool areLimitsKnown() {
     return ZM_Tele_Limit != 0 && FM_Far_Limit != 0;
 }
 
+/// Whether the counters may be kept for later: not while recovery is on and they are doubtful.
+bool isPositionWorthKeeping();
+
 /// A position moved into the travel, where the travel is known; called before start-up as it is.
 inline unsigned int keepInTravel(unsigned int position, unsigned int low, unsigned int high) {
     return high == 0 ? position : clampBetween(low, position, high);

@@ -66,8 +66,7 @@ static void storeContent(Lens_ShaPos_ST *record, MailboxContent content) {
 static MailboxContent loadContent(const Lens_ShaPos_ST *record) {
     if constexpr (kHasAccessToBoth) {
         if (isAligned(record))
-            return __atomic_load_n(reinterpret_cast<const MailboxWord *>(record),
-                                   __ATOMIC_ACQUIRE);
+            return __atomic_load_n(reinterpret_cast<const MailboxWord *>(record), __ATOMIC_ACQUIRE);
     }
     const unsigned int command = loadWord(&record->shCommand);
     return makeContent(command, loadWord(&record->shValue));

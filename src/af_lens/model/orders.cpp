@@ -28,6 +28,7 @@ static bool isClosed = false;
 static MailboxContent contentInHand = makeContent(CMD_NONE, 0);
 static int ticketInHand = 0;
 static int ticketCancelled = 0;
+static int ticketFailed = 0;
 static bool awaitsFollowUp = false; // of what is in hand
 static TakenOrder taken;            // the lens-control thread's own
 
@@ -209,6 +210,16 @@ int cancelOrder(int ticket) {
 bool isCancelled() {
     const int inHand = loadWord(&ticketInHand);
     return inHand != 0 && loadWord(&ticketCancelled) == inHand;
+}
+
+void failOrder() {
+    ticketFailed = loadWord(&ticketInHand);
+    storeWord(&ticketCancelled, ticketFailed);
+}
+
+bool hasOrderFailed() {
+    const int inHand = loadWord(&ticketInHand);
+    return inHand != 0 && ticketFailed == inHand;
 }
 
 // ---- What goes on, and what is left behind

@@ -61,6 +61,12 @@ int cancelOrder(int ticket);
 /// Whether what is in hand is cancelled.
 bool isCancelled();
 
+/// End what is in hand as a fault, on cancel's path. The thread that drives the motors.
+void failOrder();
+
+/// Whether it was ended so.
+bool hasOrderFailed();
+
 /// The last ticket given; 0 before the first. Any thread.
 int lastTicket();
 

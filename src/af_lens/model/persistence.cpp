@@ -38,7 +38,7 @@ int Lens_Save_ZFLocation(void) {
     const unsigned int focus = keepInTravel(focusPosition(), FM_Near_Limit, FM_Far_Limit);
     const unsigned int zoom = keepInTravel(zoomPosition(), ZM_Wide_Limit, ZM_Tele_Limit);
     setPosition(zoom, focus);
-    return fCallbakSetZMPosition(zoom, focus);
+    return isPositionWorthKeeping() ? fCallbakSetZMPosition(zoom, focus) : -1;
 }
 
 int Lens_Read_ZFLocation(void) {

@@ -118,6 +118,8 @@ int Lens_Set_Preset(int pst) {
     const unsigned int focus = focusPosition();
     TRACE_FORMAT("zLocation = %d fLocation = %d pst = %d__\n", static_cast<int>(zoom),
                  static_cast<int>(focus), pst);
+    if (!isPositionWorthKeeping())
+        return -1;
     if (!isInsideLimits(zoom, focus)) {
         printf("__%s Error zp = %d or fp = %d.\n", __func__, static_cast<int>(zoom),
                static_cast<int>(focus));

@@ -3,8 +3,10 @@
 #include "af_common/link/gpio_setup.h"
 #include "af_lens/model/lens_models.h"
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/orders.h"
 #include "af_lens/motion/motors.h"
 #include "af_ms419xx/ms419xx.h"
+#include "af_ms419xx/sure_link.h"
 #include "autofocus/focus_lines.h"
 #include "autofocus/moves.h"
 #include "autofocus/settings.h"
@@ -22,7 +24,8 @@
 // period; pass 4 crosses again at one step a period and stops on the first period after which the
 // level has changed. So the edge is always approached in pass 2's direction. The fast passes share
 // a travel counter bounded by the axis's whole travel, the slow ones have a bound of periods. A
-// sensor that cannot be read yields -1, which counts as a level of its own.
+// sensor that cannot be read yields -1, which counts as a level of its own; while recovering it
+// ends the search.
 //
 // Each sensor is lit by the LED output of the other channel, which stays as it is set while only
 // the searched channel is programmed.
@@ -58,8 +61,13 @@ static void brake(const SearchedAxis &axis) {
         MS419XX_Break_MotorCD(LED_DISABLE);
 }
 
+// Once the order has failed nobody knows whether its light is on.
 static int readSensor(const SearchedAxis &axis) {
-    return Hisi_Gpio_Read(axis.pin);
+    return hasOrderFailed() ? -1 : Hisi_Gpio_Read(axis.pin);
+}
+
+static bool isBlind(int level) {
+    return isRecovering() && level < 0;
 }
 
 static MS_Action_em opposite(MS_Action_em direction) {
@@ -86,6 +94,10 @@ static bool runFastPass(const SearchedAxis &axis, MS_Action_em direction, int *l
     for (;;) {
         MS419XX_VDFZ();
         const int now = readSensor(axis);
+        if (isBlind(now)) {
+            brakeBothChannels();
+            return false;
+        }
         if (now != *level) {
             *level = now;
             brake(axis);
@@ -119,6 +131,8 @@ static bool runSlowPass(const SearchedAxis &axis, MS_Action_em direction, unsign
     MS419XX_Set_PSUM_ICNT_Register(direction, step, LED_DISABLE);
     for (int periods = 0; periods <= mostPeriods; ++periods) {
         const int now = readSensor(axis);
+        if (isBlind(now))
+            break;
         if (now != *level) {
             *level = now;
             brake(axis);
@@ -137,6 +151,8 @@ static bool runSlowPass(const SearchedAxis &axis, MS_Action_em direction, unsign
 static bool searchAxis(const SearchedAxis &axis) {
     int level = readSensor(axis);
     unsigned int travelled = 0;
+    if (isBlind(level))
+        return false;
     if (level != 0 && !runFastPass(axis, towardEdge(axis, level), &level, &travelled))
         return false;
     const MS_Action_em approach = towardEdge(axis, level);
@@ -199,9 +215,18 @@ int lostFocusSteps() {
     return loadWord(&lostFocus);
 }
 
+static unsigned int failedSearches = 0;
+
+unsigned int countFailedSearches() {
+    return failedSearches;
+}
+
 int Lens_Check_PIPosition(void) {
     const DrivenSteps before = countDrivenSteps();
+    setSearching(true);
     const bool isFound = Lens_Search_PI() == 0;
+    setSearching(false);
+    failedSearches += isFound ? 0 : 1;
     noteCall(kFaultHoming, isFound);
     noteCall(kFaultPosition, isFound);
     if (!isFound) {
@@ -222,4 +247,13 @@ void parkAtWide() {
     Lens_To_Destination(ZM_Wide_Limit, g_FLineInfo.tagPosition[0][0]);
     Lens_Map_ZPosition(zoomPosition());
     Lens_Map_FPosition(focusPosition());
+}
+
+bool regainPosition() {
+    const unsigned int zoom = zoomPosition();
+    const unsigned int focus = focusPosition();
+    if (Lens_Check_PIPosition() != 0)
+        return false;
+    Lens_To_Destination(zoom, focus);
+    return true;
 }

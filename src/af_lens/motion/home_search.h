@@ -14,6 +14,13 @@ bool checkPiTwice();
 /// positions are stored and published.
 void parkAtWide();
 
+/// Searches since load that did not find home. The thread that drives the motors.
+unsigned int countFailedSearches();
+
+/// Find home, and go back to where the counters say that the lens was.
+/// @return false when home was not found, nothing else moved then.
+bool regainPosition();
+
 /// Steps by which the last search found each counter short of the truth; 0 until home was found
 /// twice. A search that failed in between makes them the loss since it began. Any thread.
 int lostZoomSteps();

@@ -1,5 +1,6 @@
 // The face of the library to a host that operates the lens: orders, waiting, cancelling, status.
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/mailbox.h"
 #include "af_lens/model/orders.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_orders/ledger.h"
