@@ -1,44 +1,35 @@
-// The serial thread: cuts the host's port into frames and hands each to its command set. It runs
-// until select fails.
+// The serial thread: cuts the host's port into frames and hands each to its command set, or leaves
+// that to replies/ where they are switched on. It runs until select fails.
+#include "autofocus/host/settings_table.h"
 #include "autofocus/serial_protocol.h"
+#include "autofocus_control.h"
 #include "platform/library_thread.h"
+#include "platform/select_readable.h"
 #include "platform/shared_word.h"
 #include "sony/framing.h"
+#include "sony/replies/frames.h"
+#include "sony/replies/replier.h"
 
-#include <errno.h>
 #include <pthread.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/select.h>
 #include <unistd.h>
 
 static const int kBufferSize = 32;
-static const time_t kSelectSeconds = 3;
+static const long kSelectUs = 3000000;
 static const useconds_t kQuietPortUs = 10000;
 static const useconds_t kDeadPortUs = 1000000;
+static const char kSelectFailed[] = "SonyViscaProtocol select() call";
 
 enum PortState { kPortReadable, kPortQuiet, kPortFailed };
 
-// As select(), which knows no descriptor from FD_SETSIZE on.
-static int selectReadable(int fd, fd_set *readable) {
-    struct timeval timeout = {kSelectSeconds, 0};
-    FD_ZERO(readable);
-    if (fd >= FD_SETSIZE) {
-        errno = EBADF;
-        return -1;
-    }
-    FD_SET(fd, readable);
-    return select(fd + 1, readable, nullptr, nullptr, &timeout);
-}
-
 static PortState waitForPort(int fd) {
-    fd_set readable;
-    const int ready = selectReadable(fd, &readable);
+    const int ready = selectReadable(fd, kSelectUs);
     if (ready < 0) {
-        perror("SonyViscaProtocol select() call");
+        perror(kSelectFailed);
         return kPortFailed;
     }
-    return ready > 0 && FD_ISSET(fd, &readable) ? kPortReadable : kPortQuiet;
+    return ready > 0 ? kPortReadable : kPortQuiet;
 }
 
 // The rest of a frame, however long the port stays quiet in its middle.
@@ -97,6 +88,23 @@ static void serveFrame(int fd, useconds_t *pauseUs) {
     processFrame(buffer, length, type);
 }
 
+static void serve(int fd) {
+    useconds_t pauseUs = kQuietPortUs;
+    for (PortState state = kPortQuiet; state != kPortFailed;) {
+        state = waitForPort(fd);
+        if (state == kPortReadable)
+            serveFrame(fd, &pauseUs);
+    }
+}
+
+// Pelco-D that is not answered comes back from there.
+static void serveWithReplies(int fd) {
+    openReplies(fd);
+    while (unsigned char *frame = answerUntilPelcoD(fd))
+        PelcodProcess(frame, kPelcoFrame);
+    perror(kSelectFailed);
+}
+
 void *SonyViscaProtocol(void *) {
     pthread_detach(pthread_self());
     enterLibraryThread();
@@ -105,12 +113,10 @@ void *SonyViscaProtocol(void *) {
         printf("__%s____ create failure ____\n", __func__);
     } else {
         printf("__%s____ create success____\n", __func__);
-        useconds_t pauseUs = kQuietPortUs;
-        for (PortState state = kPortQuiet; state != kPortFailed;) {
-            state = waitForPort(fd);
-            if (state == kPortReadable)
-                serveFrame(fd, &pauseUs);
-        }
+        if (settingOf(AF_SETTING_SERIAL_REPLIES) == 0)
+            serve(fd);
+        else
+            serveWithReplies(fd);
     }
     printf("\n\n\n\n__%s____ Quit ____\n\n\n\n", __func__);
     return nullptr;

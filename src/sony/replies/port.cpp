@@ -1,0 +1,54 @@
+#include "sony/replies/port.h"
+
+#include "sony/replies/frames.h"
+
+#include <fcntl.h>
+#include <termios.h>
+#include <time.h>
+#include <unistd.h>
+
+static const unsigned char kFromCamera1 = 0x90;
+static const unsigned int kErrorHead = 0x60;
+static const unsigned int kUsPerSecond = 1000000;
+static const long kNsPerUs = 1000;
+
+static int port = -1;
+
+// A terminal that waits for several bytes is not readable before they have come.
+static void wakeAtFirstByte(int fd) {
+    struct termios settings;
+    if (tcgetattr(fd, &settings) != 0 || settings.c_cc[VMIN] <= 1)
+        return;
+    settings.c_cc[VMIN] = 1;
+    tcsetattr(fd, TCSANOW, &settings);
+}
+
+void openPort(int fd) {
+    port = fd;
+    fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
+    wakeAtFirstByte(fd);
+}
+
+unsigned int nowUs() {
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<unsigned int>(now.tv_sec) * kUsPerSecond +
+           static_cast<unsigned int>(now.tv_nsec / kNsPerUs);
+}
+
+void sendBytes(const unsigned char *bytes, int count) {
+    const ssize_t written = write(port, bytes, static_cast<size_t>(count));
+    static_cast<void>(written);
+}
+
+void sendReply(unsigned int head, const unsigned char *payload, int count) {
+    unsigned char message[kLongestFrame] = {kFromCamera1, static_cast<unsigned char>(head)};
+    for (int i = 0; i < count; ++i)
+        message[2 + i] = payload[i];
+    message[2 + count] = kFrameEnd;
+    sendBytes(message, count + 3);
+}
+
+void sendError(int socket, unsigned char error) {
+    sendReply(kErrorHead + static_cast<unsigned int>(socket), &error, 1);
+}

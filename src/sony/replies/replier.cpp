@@ -1,0 +1,91 @@
+#include "sony/replies/replier.h"
+
+#include "autofocus/host/settings_table.h"
+#include "autofocus_control.h"
+#include "platform/arithmetic.h"
+#include "platform/select_readable.h"
+#include "sony/replies/frames.h"
+#include "sony/replies/pelco_d.h"
+#include "sony/replies/port.h"
+#include "sony/replies/sockets.h"
+#include "sony/replies/visca.h"
+
+#include <string.h>
+#include <unistd.h>
+
+static const int kPelcoToo = 2; // value of the setting
+static const long kIdleUs = 3000000;
+static const long kTendUs = 10000;                     // while something is to be completed
+static const unsigned int kLongestSilenceUs = 1000000; // inside a frame
+static const useconds_t kDeadPortUs = 1000000;
+
+static unsigned char received[kLongestFrame];
+static int receivedCount = 0;
+static unsigned int heardUs;
+static useconds_t pauseUs = kTendUs;
+
+void openReplies(int fd) {
+    openPort(fd);
+}
+
+static void drop(int count) {
+    receivedCount -= count;
+    memmove(received, received + count, static_cast<size_t>(receivedCount));
+}
+
+// The first frame of what was received, and its length; 0: none yet.
+static int takeFrame(unsigned char *frame) {
+    int length = 0;
+    while (receivedCount > 0 && length <= 0) {
+        length = measureFrame(received, receivedCount);
+        if (length == 0)
+            return 0;
+        if (length > 0)
+            memcpy(frame, received, static_cast<size_t>(length));
+        drop(length > 0 ? length : -length);
+    }
+    return maxOf(length, 0);
+}
+
+// A port that was hung up is readable for ever and has nothing: it is looked at less and less
+// often.
+static void restWhileDead() {
+    usleep(pauseUs);
+    pauseUs = minOf(2 * pauseUs, kDeadPortUs);
+}
+
+static void readPort(int fd) {
+    const unsigned int now = nowUs();
+    if (now - heardUs >= kLongestSilenceUs)
+        receivedCount = 0;
+    const ssize_t count =
+        read(fd, received + receivedCount, sizeof received - static_cast<size_t>(receivedCount));
+    if (count <= 0) {
+        restWhileDead();
+        return;
+    }
+    receivedCount += static_cast<int>(count);
+    heardUs = now;
+    pauseUs = kTendUs;
+}
+
+unsigned char *answerUntilPelcoD(int fd) {
+    static unsigned char frame[kLongestFrame];
+    for (;;) {
+        tendSockets();
+        const int length = areCommandsTaken() ? takeFrame(frame) : 0;
+        if (length > 0 && frame[0] != kFrameEnd) {
+            answerVisca(frame, length);
+        } else if (length > 0) {
+            if (settingOf(AF_SETTING_SERIAL_REPLIES) != kPelcoToo)
+                return frame;
+            obeyPelcoD(frame);
+        } else {
+            const int ready = selectReadable(fd, areSocketsBusy() ? kTendUs : kIdleUs);
+            if (ready < 0)
+                return nullptr;
+            if (ready > 0)
+                readPort(fd);
+        }
+    }
+}
