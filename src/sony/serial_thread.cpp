@@ -8,6 +8,7 @@
 #include "platform/shared_word.h"
 #include "sony/framing.h"
 #include "sony/replies/frames.h"
+#include "sony/replies/port.h"
 #include "sony/replies/replier.h"
 
 #include <pthread.h>
@@ -99,7 +100,7 @@ static void serve(int fd) {
 
 // Pelco-D that is not answered comes back from there.
 static void serveWithReplies(int fd) {
-    openReplies(fd);
+    openPort(fd);
     while (unsigned char *frame = answerUntilPelcoD(fd))
         PelcodProcess(frame, kPelcoFrame);
     perror(kSelectFailed);

@@ -4,6 +4,7 @@
 #include "af_lens/model/orders.h"
 #include "autofocus/types.h"
 #include "sony/replies/frames.h"
+#include "sony/replies/lens_state.h"
 #include "sony/replies/port.h"
 #include "sony/replies/sockets.h"
 
@@ -51,38 +52,23 @@ static void obeyDrive(unsigned int bits) {
 }
 
 static void answerZoom() {
-    unsigned short position = 0; // stays 0 before start-up
-    lensGetZMapPosition(&position);
-    const unsigned int high = position >> 8u;
-    const unsigned int low = position & 0xFFu;
-    const unsigned char answer[kPelcoFrame] = {
-        kFrameEnd,
-        kAddress,
-        0,
-        kZoomAnswer,
-        static_cast<unsigned char>(high),
-        static_cast<unsigned char>(low),
-        static_cast<unsigned char>(kAddress + kZoomAnswer + high + low)};
+    static unsigned char answer[kPelcoFrame] = {kFrameEnd, kAddress, 0, kZoomAnswer};
+    const unsigned int position = positions16();
+    answer[4] = position >> 8 & 0xFF;
+    answer[5] = position & 0xFF;
+    answer[6] = static_cast<unsigned char>(kAddress + kZoomAnswer + answer[4] + answer[5]);
     sendBytes(answer, kPelcoFrame);
 }
 
 static void obeyExtended(unsigned char command, unsigned int number) {
-    switch (command) {
-    case kSetPreset:
-        orderSilently({CMD_SPST, number});
-        break;
-    case kClearPreset:
-        orderSilently({CMD_CLPST, number});
-        break;
-    case kCallPreset:
-        orderSilently({CMD_CAPST, number});
-        break;
-    case kQueryZoom:
+    if (command == kQueryZoom)
         answerZoom();
-        break;
-    default:
-        break;
-    }
+    else if (command == kSetPreset)
+        orderSilently({CMD_SPST, number});
+    else if (command == kClearPreset)
+        orderSilently({CMD_CLPST, number});
+    else if (command == kCallPreset)
+        orderSilently({CMD_CAPST, number});
 }
 
 void obeyPelcoD(const unsigned char *frame) {

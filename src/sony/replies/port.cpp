@@ -30,7 +30,7 @@ void openPort(int fd) {
 }
 
 unsigned int nowUs() {
-    struct timespec now;
+    static struct timespec now; // off the stack, where it would be guarded
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<unsigned int>(now.tv_sec) * kUsPerSecond +
            static_cast<unsigned int>(now.tv_nsec / kNsPerUs);
@@ -42,7 +42,8 @@ void sendBytes(const unsigned char *bytes, int count) {
 }
 
 void sendReply(unsigned int head, const unsigned char *payload, int count) {
-    unsigned char message[kLongestFrame] = {kFromCamera1, static_cast<unsigned char>(head)};
+    static unsigned char message[kLongestFrame] = {kFromCamera1};
+    message[1] = static_cast<unsigned char>(head);
     for (int i = 0; i < count; ++i)
         message[2 + i] = payload[i];
     message[2 + count] = kFrameEnd;

@@ -21,30 +21,13 @@ static const useconds_t kDeadPortUs = 1000000;
 
 static unsigned char received[kLongestFrame];
 static int receivedCount = 0;
+static int usedCount = 0; // of them, which the next pass drops
 static unsigned int heardUs;
 static useconds_t pauseUs = kTendUs;
-
-void openReplies(int fd) {
-    openPort(fd);
-}
 
 static void drop(int count) {
     receivedCount -= count;
     memmove(received, received + count, static_cast<size_t>(receivedCount));
-}
-
-// The first frame of what was received, and its length; 0: none yet.
-static int takeFrame(unsigned char *frame) {
-    int length = 0;
-    while (receivedCount > 0 && length <= 0) {
-        length = measureFrame(received, receivedCount);
-        if (length == 0)
-            return 0;
-        if (length > 0)
-            memcpy(frame, received, static_cast<size_t>(length));
-        drop(length > 0 ? length : -length);
-    }
-    return maxOf(length, 0);
 }
 
 // A port that was hung up is readable for ever and has nothing: it is looked at less and less
@@ -69,23 +52,32 @@ static void readPort(int fd) {
     pauseUs = kTendUs;
 }
 
+static bool isReadAgain(int fd) {
+    const int ready = selectReadable(fd, areSocketsBusy() ? kTendUs : kIdleUs);
+    if (ready > 0)
+        readPort(fd);
+    return ready >= 0;
+}
+
+// What the buffer begins with; 0 as well while no more can be answered.
+static int measureFirst() {
+    return receivedCount > 0 && areCommandsTaken() ? measureFrame(received, receivedCount) : 0;
+}
+
 unsigned char *answerUntilPelcoD(int fd) {
-    static unsigned char frame[kLongestFrame];
     for (;;) {
+        drop(usedCount);
         tendSockets();
-        const int length = areCommandsTaken() ? takeFrame(frame) : 0;
-        if (length > 0 && frame[0] != kFrameEnd) {
-            answerVisca(frame, length);
+        const int length = measureFirst();
+        usedCount = length < 0 ? -length : length;
+        if (length > 0 && received[0] != kFrameEnd) {
+            answerVisca(received, length);
         } else if (length > 0) {
             if (settingOf(AF_SETTING_SERIAL_REPLIES) != kPelcoToo)
-                return frame;
-            obeyPelcoD(frame);
-        } else {
-            const int ready = selectReadable(fd, areSocketsBusy() ? kTendUs : kIdleUs);
-            if (ready < 0)
-                return nullptr;
-            if (ready > 0)
-                readPort(fd);
+                return received;
+            obeyPelcoD(received);
+        } else if (length == 0 && !isReadAgain(fd)) {
+            return nullptr;
         }
     }
 }

@@ -1,5 +1,5 @@
 // VISCA with an answer to every frame to camera 1. Serial thread.
 #pragma once
 
-/// Obey a whole frame to anybody.
-void answerVisca(const unsigned char *frame, int length);
+/// Obey a whole frame to anybody; it may be changed.
+void answerVisca(unsigned char *frame, int length);
