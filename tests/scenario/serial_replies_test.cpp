@@ -11,6 +11,7 @@
 #include "optics/lens_curves.h"
 #include "optics/scene.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
@@ -118,8 +119,10 @@ static int64_t lastPeriodEndUs(int64_t fromUs) {
     return endUs;
 }
 
-static bool doesZoomRun() {
-    return vcam::isMotorRunning(Axis::Zoom);
+static bool hasRun(Axis axis) {
+    const std::vector<int> runs =
+        motorRuns(axis == Axis::Zoom ? "AB" : "CD", vcam::nowUs() - 100000);
+    return std::any_of(runs.begin(), runs.end(), [](int steps) { return steps != 0; });
 }
 
 static void expectSharp() {
@@ -219,6 +222,7 @@ TEST(SerialReplies, focus_mode_is_what_was_set) {
             talk({0x81, 0x01, 0x04, 0x38, static_cast<unsigned char>(parameter), 0xFF});
             EXPECT_EQ(answerTo(vcam::kAskFocusMode), "90500" + std::to_string(mode) + "ff");
         }
+        talk(direct(0x47, 0x3000), 8000);
         vcam::setObjectDistanceM(3);
         const int64_t fromUs = vcam::nowUs();
         passMs(5000);
@@ -231,8 +235,9 @@ TEST(SerialReplies, focus_mode_is_what_was_set) {
 
 // ---- Direct orders
 
-static void expectZoom(int position) {
-    EXPECT_NEAR(zoomPosition16(), position, 300);
+static void expectZoom(unsigned position) {
+    EXPECT_GE(zoomPosition16(), position); // the next ratio's
+    EXPECT_LT(zoomPosition16(), position + 1100);
 }
 
 static void expectFocus(int position) {
@@ -275,7 +280,7 @@ TEST(SerialReplies, direct_order_is_completed_when_the_lens_has_arrived_and_with
         waitUntil([=] { return heardSince(sentUs).size() > 1; }, 30, "it ends");
         const int64_t completedUs = vcam::nowUs();
         order.expectThere();
-        passMs(3000); // the refocus trigger would have fired
+        passMs(500);
         EXPECT_EQ(textSince(sentUs), kObeyed);
         const int64_t endUs = lastPeriodEndUs(sentUs);
         EXPECT_LT(endUs, completedUs) << "it moves on";
@@ -323,37 +328,42 @@ TEST(SerialReplies, order_that_ends_otherwise_ends_in_an_error) {
         passMs(60);
         AF_Manager_Zoom_Tele_API();
         passMs(500);
-        EXPECT_TRUE(doesZoomRun());
+        EXPECT_TRUE(hasRun(Axis::Zoom));
         EXPECT_EQ(heardSince(sentUs).size(), 4u) << textSince(sentUs);
     });
 }
 
-TEST(SerialReplies, drives_and_stops_cancel_a_direct_order_and_do_not_wait) {
-    for (const int64_t ms : {10, 300, 1200, 1900}) { // waits, zooms, focuses afterwards
-        run([=] {
-            startAnswering(kVisca);
-            const int64_t sentUs = vcam::nowUs();
-            send(direct(0x47, 0x1000));
-            passMs(5);
-            send(direct(0x47, 0x2000)); // is held behind it
-            passMs(ms - 5);
-            const int64_t drivenUs = vcam::nowUs();
-            send(vcam::kViscaTele);
-            passMs(150);
-            EXPECT_TRUE(doesZoomRun()) << ms;
-            passMs(3000);
-            send(vcam::kViscaZoomStop);
-            passMs(6000);
-            EXPECT_EQ(heardSince(sentUs).size(), 8u) << textSince(sentUs);
-            const std::string text = textSince(drivenUs);
-            EXPECT_EQ(text.find("906204ff 9042ff"), 0u) << text;
-            EXPECT_NE(text.find("906104ff"), std::string::npos) << text;
-            EXPECT_EQ(text.substr(text.size() - 13), "9041ff 9051ff") << text;
-            EXPECT_GT(zoomPosition16(), 0x2100u) << "it drove past both targets";
-            expectSharp();
-            expectSound();
-        });
-    }
+TEST(SerialReplies, drives_and_stops_cancel_direct_orders_and_do_not_wait) {
+    const std::pair<Bytes, int64_t> rows[] = {{direct(0x47, 0x3000), 10}, // has not begun
+                                              {direct(0x47, 0x3000), 900},
+                                              {directBoth(0x3000, 0x8000), 500},
+                                              {vcam::kViscaOnePush, 400},
+                                              {memory(2, 1), 300}};
+    runEach(rows, [](const std::pair<Bytes, int64_t> &row) {
+        host().hasPresets = true;
+        host().presets.zoom[1] = 14000;
+        host().presets.focus[1] = 11500;
+        startAnswering(kVisca);
+        const int64_t sentUs = vcam::nowUs();
+        send(row.first);
+        passMs(5);
+        send(direct(0x47, 0x2000)); // is held behind it
+        passMs(row.second - 5);
+        send(vcam::kViscaTele);
+        passMs(150);
+        EXPECT_TRUE(hasRun(Axis::Zoom));
+        EXPECT_EQ(textSince(sentUs).find("9041ff 9042ff 906204ff 9042ff"), 0u) << textSince(sentUs);
+        EXPECT_NE(textSince(sentUs).find("906104ff"), std::string::npos) << textSince(sentUs);
+        passMs(3000);
+        const int64_t stoppedUs = vcam::nowUs();
+        send(vcam::kViscaZoomStop);
+        passMs(6000);
+        EXPECT_EQ(textSince(stoppedUs), kObeyed);
+        EXPECT_EQ(heardSince(sentUs).size(), 8u) << textSince(sentUs);
+        EXPECT_GT(zoomPosition16(), 0x3100u) << "it drove past the targets";
+        expectSharp();
+        expectSound();
+    });
 }
 
 TEST(SerialReplies, second_order_is_held_until_the_first_has_ended_and_a_third_is_full) {
@@ -433,7 +443,7 @@ TEST(SerialReplies, burst_of_drives_loses_neither_a_drive_nor_a_message) {
         for (int i = 0; i < drives; ++i)
             send(i % 2 == 0 ? vcam::kViscaTele : vcam::kViscaZoomStop);
         passMs(1000);
-        EXPECT_TRUE(doesZoomRun()) << "as the last one said";
+        EXPECT_TRUE(hasRun(Axis::Zoom)) << "as the last one said";
         int acknowledged = 0;
         int completed = 0;
         for (const Message &message : heardSince(sentUs)) {
@@ -464,6 +474,7 @@ TEST(SerialReplies, whatever_comes_before_a_frame_costs_none_after_it) {
     };
     run([&] {
         startAnswering(kVisca);
+        const int64_t fromUs = vcam::nowUs();
         for (const Bytes &garbage : rows) {
             const std::string what = std::to_string(garbage.size()) + " bytes";
             answerTo(garbage);
@@ -474,7 +485,7 @@ TEST(SerialReplies, whatever_comes_before_a_frame_costs_none_after_it) {
             twice.insert(twice.end(), twice.begin(), twice.begin() + 7);
             EXPECT_EQ(vcam::cameraSent(), twice) << what;
         }
-        EXPECT_EQ(lastPeriodEndUs(vcam::nowUs() - 1000000), 0);
+        EXPECT_EQ(lastPeriodEndUs(fromUs), 0);
     });
 }
 
@@ -499,10 +510,10 @@ TEST(SerialReplies, slow_sender_is_heard_and_one_that_stops_is_forgotten_after_a
 TEST(SerialReplies, failing_calls_and_a_line_that_hangs_up_end_nothing_but_themselves) {
     run([] {
         startAnswering(kVisca);
-        vcam::failCalls("read", "serial", 1, EAGAIN, 1);
-        vcam::failCalls("write", "serial", 1, EAGAIN, 1);
+        vcam::failCalls("read", "serial", 1, EAGAIN);
+        vcam::failCalls("write", "serial", 1, EAGAIN);
         EXPECT_EQ(talk(vcam::kViscaTele), "9051ff") << "what can't be written is dropped";
-        EXPECT_TRUE(doesZoomRun());
+        EXPECT_TRUE(hasRun(Axis::Zoom));
         EXPECT_EQ(talk(vcam::kViscaZoomStop), kObeyed);
         vcam::hangUpSerial();
         const int64_t hungUpUs = vcam::nowUs();
@@ -522,17 +533,17 @@ TEST(SerialReplies, pelco_d_at_1_does_what_it_did_without_replies) {
         const int64_t fromUs = vcam::nowUs();
         send(pelco(0, 0x22)); // a pan bit beside the lens's
         passMs(200);
-        EXPECT_FALSE(doesZoomRun());
+        EXPECT_FALSE(hasRun(Axis::Zoom));
         send(vcam::kPelcoTele);
         passMs(500);
-        EXPECT_TRUE(doesZoomRun());
+        EXPECT_TRUE(hasRun(Axis::Zoom));
         send(pelco(0, 0x02, 0x20)); // pan alone
         passMs(200);
-        EXPECT_TRUE(doesZoomRun());
+        EXPECT_TRUE(hasRun(Axis::Zoom));
         send(pelco(0, 0x55));
         send(vcam::kPelcoStop);
         passMs(200);
-        EXPECT_FALSE(doesZoomRun());
+        EXPECT_FALSE(hasRun(Axis::Zoom));
         EXPECT_EQ(textSince(fromUs), "");
     });
 }
@@ -550,10 +561,10 @@ TEST(SerialReplies, pelco_d_drives_by_any_lens_bit_and_stops_without_one) {
         for (const auto &[frame, axis] : rows) {
             send(frame);
             passMs(150);
-            EXPECT_TRUE(vcam::isMotorRunning(axis)) << int(frame[2]) << ' ' << int(frame[3]);
+            EXPECT_TRUE(hasRun(axis)) << int(frame[2]) << ' ' << int(frame[3]);
             send(pelco(0, 0x04, 0x20)); // it pans on
             passMs(100);
-            EXPECT_FALSE(doesZoomRun()) << int(frame[3]);
+            EXPECT_FALSE(hasRun(Axis::Zoom)) << int(frame[3]);
             passMs(4000);
         }
         const int64_t idleUs = vcam::nowUs();

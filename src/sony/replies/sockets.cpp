@@ -173,12 +173,20 @@ void cancelDirectOrders() {
         cancelDirect(i);
 }
 
+// A drive to a position of the focus says that it is done when another order has ended it.
+static unsigned int outcomeOfDirect(const DirectOrder &order) {
+    const unsigned int outcome = outcomeOfTicket(order.ticket);
+    const bool isLeft = order.kind != kAsCommand && order.state == kPlaced &&
+                        outcome == AF_OUTCOME_DONE && lastTicket() != order.ticket;
+    return isLeft ? static_cast<unsigned int>(AF_OUTCOME_REPLACED) : outcome;
+}
+
 // What has taken the place of an order came after the one that is held behind it, too.
 static void tendDirect(int socket) {
     const DirectOrder &order = orders[socket];
     if (order.state < kPlaced || !isDue(order.acknowledgedUs))
         return;
-    const unsigned int outcome = outcomeOfTicket(order.ticket);
+    const unsigned int outcome = outcomeOfDirect(order);
     if (outcome == AF_OUTCOME_NONE)
         return;
     const bool isReplaced = outcome == AF_OUTCOME_REPLACED && order.state == kPlaced;
