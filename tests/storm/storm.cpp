@@ -2,8 +2,9 @@
 // tickets, the controller on the serial line, a writer of the mailbox, a service tool and the
 // scenery act at random, all drawn from one seed. Afterwards the lens must settle, its counters
 // equal the truth, a standing state be in the mailbox, the hardware have nothing to complain of and
-// the serial port still answer.
+// the serial port still answer. With replies, the controller's books must balance as well.
 #include "scenario/scenario.h"
+#include "storm/reply_books.h"
 
 #include "autofocus_control.h"
 #include "clock/seeded_random.h"
@@ -36,6 +37,7 @@ struct Tally {
     long acts;
     long failed;
     int64_t virtualUs;
+    long acknowledged;
 };
 
 Tally *tally;
@@ -113,6 +115,57 @@ void sendDamaged(SeededRandom &random) {
 
 const Acts kSerialActs = {{20, sendFrame}, {4, sendDirectZoom}, {1, sendDamaged}};
 
+// ---- The controller of a port with replies: all that there is, in bursts, and kept books
+
+int replies = 0; // value of the setting
+
+vcam::Bytes drawAnswered(SeededRandom &random) {
+    const auto number = static_cast<uint8_t>(random.drawBetween(0, 5));
+    const auto pelcoPreset = static_cast<uint8_t>(2 * random.drawBetween(1, 3) + 1);
+    const auto pelcoSum = static_cast<uint8_t>(1 + pelcoPreset + number);
+    const auto what = static_cast<uint8_t>(random.drawBetween(0, 2));
+    const unsigned position = static_cast<unsigned>(random.drawBetween(0, 0xFFFF));
+    const vcam::Bytes frames[] = {
+        drawFrame(random),
+        drawFrame(random),
+        drawFrame(random),
+        drawFrame(random),
+        vcam::viscaDirectZoom(position),
+        vcam::viscaDirectZoom(position & 0x7000), // often the same one
+        vcam::wrapPosition({0x81, 0x01, 0x04, 0x48}, position),
+        {0x81, 0x01, 0x04, 0x3F, what, number, 0xFF},
+        {0x81, 0x01, 0x04, 0x38, static_cast<uint8_t>(2 + what), 0xFF},
+        {0x81, static_cast<uint8_t>(0x21 + what), 0xFF},
+        {0x81, 0x01, 0x06, 0x04, 0xFF},
+        {0x81, 0x01, 0x00, 0x01, 0xFF},
+        {0x88, 0x30, 0x01, 0xFF},
+        {0x81, 0x09, 0x00, 0x02, 0xFF},
+        {0xFF, 0x01, 0x00, pelcoPreset, 0x00, number, pelcoSum},
+        {0xFF, 0x01, 0x00, 0x22, 0x20, 0x00, 0x43},
+        {0xFF, 0x01, 0x00, 0x55, 0x00, 0x00, 0x56},
+    };
+    return frames[random.drawBetween(0, static_cast<int>(std::size(frames)) - 1)];
+}
+
+void sendAnswered(SeededRandom &random) {
+    const int burst = random.drawBetween(0, 3) == 0 ? random.drawBetween(2, 12) : 1;
+    for (int i = 0; i < burst; ++i) {
+        const vcam::Bytes frame = drawAnswered(random);
+        books::noteHeard(vcam::cameraSent());
+        books::noteSent(frame, replies);
+        scenario::send(frame);
+    }
+}
+
+const Acts kAnsweredActs = {{1, sendAnswered}};
+
+void expectBalancedBooks() {
+    scenario::passMs(1000);
+    books::noteHeard(vcam::cameraSent());
+    EXPECT_EQ(books::settle(), "");
+    __atomic_add_fetch(&tally->acknowledged, books::countAcknowledged(), __ATOMIC_RELAXED);
+}
+
 // ---- Orders with tickets, of which each must end once and in a status that agrees
 
 constexpr int kTickets = 1 << 16;
@@ -180,7 +233,9 @@ void order(SeededRandom &random) {
 void expectEveryTicketEnded() {
     for (int ticket = 0; ticket < kTickets; ++ticket) {
         const Ticket &seen = tickets[ticket];
-        EXPECT_EQ(seen.ends, seen.isOrdered || seen.starts > 0 ? 1 : 0) << "ticket " << ticket;
+        const bool isKnown = seen.isOrdered || seen.starts > 0;
+        const bool isOfThePort = replies != 0 && seen.ends == 1; // replaced before it began
+        EXPECT_EQ(seen.ends, isKnown || isOfThePort ? 1 : 0) << "ticket " << ticket;
         EXPECT_LE(seen.starts, 1) << "ticket " << ticket;
     }
 }
@@ -265,15 +320,20 @@ void expectAnswer() {
 
 void runStorm(uint64_t seed) {
     Actor actors[] = {
-        {kHostActs, 4000, seed, 100},     {kHostActs, 4000, seed, 101},
-        {kMailboxActs, 6000, seed, 102},  {kSerialActs, 3000, seed, 103},
-        {kServiceActs, 40000, seed, 104}, {kSceneryActs, 20000, seed, 105},
-        {kOrderActs, 4000, seed, 106},    {kOrderActs, 4000, seed, 107},
+        {kHostActs, 4000, seed, 100},
+        {kHostActs, 4000, seed, 101},
+        {kMailboxActs, 6000, seed, 102},
+        {replies == 0 ? kSerialActs : kAnsweredActs, replies == 0 ? 3000 : 700, seed, 103},
+        {kServiceActs, 40000, seed, 104},
+        {kSceneryActs, 20000, seed, 105},
+        {kOrderActs, 4000, seed, 106},
+        {kOrderActs, 4000, seed, 107},
     };
     std::vector<pthread_t> threads;
     SeededRandom random(seed, 99);
     g_LensType = static_cast<int>(seed % 2);
     AF_Manager_Init_EventFun_API(keepBooks, nullptr);
+    AF_Manager_Set_Setting_API(AF_SETTING_SERIAL_REPLIES, replies);
     scenario::startLibrary();
     scenario::passMs(random.drawBetween(0, 20000)); // now and then the storm comes first
     pthread_t manual;
@@ -291,6 +351,8 @@ void runStorm(uint64_t seed) {
     expectEveryTicketEnded();
     EXPECT_TRUE(vcam::isStanding());
     EXPECT_EQ(memcmp(&g_APGroupInfo, &scenario::host().presets, sizeof g_APGroupInfo), 0);
+    if (replies != 0)
+        expectBalancedBooks();
     expectAnswer();
     __atomic_add_fetch(&tally->virtualUs, vcam::nowUs(), __ATOMIC_RELAXED);
 }
@@ -305,8 +367,8 @@ bool isCalm(uint64_t seed, uint64_t tieSeed, const std::string &traceFile) {
     const scenario::Ending ending = scenario::runToEnd(options, [=] { runStorm(seed); });
     if (ending.status != 0)
         printf("%sstatus %d seed %" PRIu64 " failed; replay: ./run storm %" PRIu64
-               " --ties %" PRIu64 "\n",
-               ending.said.c_str(), ending.status, seed, seed, tieSeed);
+               " --ties %" PRIu64 " --replies %d\n",
+               ending.said.c_str(), ending.status, seed, seed, tieSeed, replies);
     fflush(stdout);
     return ending.status == 0;
 }
@@ -332,6 +394,8 @@ int main(int argc, char **argv) {
         app.add_option("--ties", tieSeed,
                        "only with the lots of this seed; 0: in the order of their start")
             ->check(CLI::NonNegativeNumber);
+    app.add_option("--replies", replies, "the port answers: 1 VISCA, 2 Pelco-D too")
+        ->check(CLI::Range(0, 2));
     app.add_option("--trace", traceFile, "keep the trace of one storm in one order here")
         ->needs("--ties");
     CLI11_PARSE(app, argc, argv);
@@ -353,5 +417,7 @@ int main(int argc, char **argv) {
     });
     printf("%d storms, %ld failed: %ld acts in %lld virtual s\n", count, tally->failed, tally->acts,
            static_cast<long long>(tally->virtualUs / 1000000));
+    if (replies != 0)
+        printf("%ld commands acknowledged, each ended once\n", tally->acknowledged);
     return tally->failed == 0 ? 0 : 1;
 }
