@@ -36,7 +36,7 @@ static unsigned int stopOfStarted = CMD_NONE; // none is started
 
 static void drive(unsigned int command, unsigned int stop) {
     cancelDirectOrders();
-    placeOrder({command, 0}, kAsCommand);
+    placeOrder(makeContent(command, 0), kAsCommand);
     stopOfStarted = stop;
 }
 
@@ -64,11 +64,11 @@ static void obeyExtended(unsigned char command, unsigned int number) {
     if (command == kQueryZoom)
         answerZoom();
     else if (command == kSetPreset)
-        orderSilently({CMD_SPST, number});
+        orderSilently(makeContent(CMD_SPST, number));
     else if (command == kClearPreset)
-        orderSilently({CMD_CLPST, number});
+        orderSilently(makeContent(CMD_CLPST, number));
     else if (command == kCallPreset)
-        orderSilently({CMD_CAPST, number});
+        orderSilently(makeContent(CMD_CAPST, number));
 }
 
 void obeyPelcoD(const unsigned char *frame) {

@@ -1,10 +1,7 @@
 #include "sony/replies/sockets.h"
 
-#include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/orders.h"
-#include "af_lens/model/zoom_ratio.h"
-#include "autofocus/types.h"
 #include "autofocus_control.h"
 #include "sony/replies/lens_state.h"
 #include "sony/replies/port.h"
@@ -102,21 +99,14 @@ static void endDirect(int socket, unsigned int outcome) {
         complete(socket, outcome == AF_OUTCOME_DONE || outcome == AF_OUTCOME_FOCUSED);
 }
 
-// Whoever looks at the mailbox sees the direction in which the focus goes from here.
 static void place(DirectOrder *order) {
-    MailboxContent content = order->content;
-    if (order->kind == kFocusTo) {
-        const unsigned short target = static_cast<unsigned short>(content.value);
-        content.command = focusOfPosition16(target) > focusPosition() ? CMD_FAR : CMD_NEAR;
-    }
-    order->ticket = placeOrder(content, order->kind);
+    order->ticket = placeOrder(order->content, order->kind);
     order->state = kPlaced;
 }
 
 static bool isSame(const DirectOrder &order, MailboxContent content, OrderKind kind) {
     const bool isWanted = order.state == kHeld || order.state == kPlaced;
-    return isWanted && order.kind == kind && order.content.command == content.command &&
-           order.content.value == content.value;
+    return isWanted && order.kind == kind && order.content == content;
 }
 
 // The silent one waits for nobody.

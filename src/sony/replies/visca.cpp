@@ -1,5 +1,6 @@
 #include "sony/replies/visca.h"
 
+#include "af_lens/model/mailbox.h"
 #include "af_lens/model/orders.h"
 #include "autofocus.h"
 #include "autofocus/callbacks.h"
@@ -111,7 +112,7 @@ static bool refocusesByItself() {
 static bool obeyAtOnce(const Row &row) {
     switch (row.act) {
     case kDrive:
-        return placeOrder({row.value, 0}, kAsCommand) > 0;
+        return placeOrder(makeContent(row.value, 0), kAsCommand) > 0;
     case kFilter:
         return loadWord(&icr_control_mode) == TYPE_OUTCONTROL &&
                fCallbackSetIcutMode(row.value) == 0;
@@ -135,7 +136,7 @@ static void orderPosition(const unsigned char *frame, int length, OrderKind kind
     }
     if (kind == kZoomAndFocusTo)
         position = position >> 16 | position << 16;
-    orderDirect({CMD_DZF, position}, kind);
+    orderDirect(makeContent(kind == kFocusTo ? CMD_FAR : CMD_DZF, position), kind);
 }
 
 static void obey(const unsigned char *frame, int length) {
@@ -143,7 +144,7 @@ static void obey(const unsigned char *frame, int length) {
     if (row == nullptr) {
         sendError(0, kSyntaxError);
     } else if (row->act == kOrder) {
-        orderDirect({row->value, length == kPresetFrame ? frame[5] : 0u}, kAsCommand);
+        orderDirect(makeContent(row->value, length == kPresetFrame ? frame[5] : 0), kAsCommand);
     } else if (row->act == kPosition) {
         orderPosition(frame, length, static_cast<OrderKind>(row->value));
     } else if (row->act == kClear) {
