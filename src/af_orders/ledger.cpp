@@ -4,41 +4,71 @@
 #include "platform/claim.h"
 #include "platform/shared_word.h"
 
-#include <limits.h>
-#include <string.h>
+#include <stddef.h>
 
 static const unsigned int kRecords = 8;
 static const int kLongestRegistrationMs = 100;
 
 // ---- The ring: words, so that a copy that comes too late is of no consequence
 
-static const unsigned int kWords = sizeof(Ledger) / sizeof(unsigned int);
-static_assert(sizeof(Ledger) % sizeof(unsigned int) == 0, "a record is made of words");
+static const unsigned int kWords = sizeof(AF_Status_ST) / sizeof(unsigned int);
+static const unsigned int kActivityAt = offsetof(AF_Status_ST, activity) / sizeof(unsigned int);
+static_assert(sizeof(AF_Status_ST) % sizeof(unsigned int) == 0, "a status is made of words");
+
+typedef unsigned int __attribute__((may_alias)) StatusWord;
 
 static unsigned int ring[kRecords][kWords];
 static unsigned int published = 0; // record number published % kRecords is the newest
-static Ledger present;             // the writer's own
+static AF_Status_ST present;       // the writer's own
 
 static void publish() {
-    unsigned int words[kWords];
-    memcpy(words, &present, sizeof words);
+    const StatusWord *words = reinterpret_cast<const StatusWord *>(&present);
     const unsigned int next = published + 1;
     for (unsigned int i = 0; i < kWords; ++i)
         storeWord(&ring[next % kRecords][i], words[i]);
     storeWord(&published, next);
 }
 
-Ledger readLedger() {
-    unsigned int words[kWords];
+void readStatus(AF_Status_ST *status) {
+    StatusWord *words = reinterpret_cast<StatusWord *>(status);
     unsigned int number;
     do {
         number = loadWord(&published);
         for (unsigned int i = 0; i < kWords; ++i)
             words[i] = loadWord(&ring[number % kRecords][i]);
     } while (loadWord(&published) - number >= kRecords - 1); // the next one may be in the making
-    Ledger ledger;
-    memcpy(&ledger, words, sizeof ledger);
-    return ledger;
+}
+
+unsigned int presentActivity() {
+    return loadWord(&ring[loadWord(&published) % kRecords][kActivityAt]);
+}
+
+// ---- How tickets ended: the outcome, and above it as much of the ticket as there is room for
+
+static const int kKnownOutcomes = 16;
+static const unsigned int kOutcomeBits = 4;
+static const unsigned int kOutcomeMask = (1u << kOutcomeBits) - 1;
+
+static unsigned int endings[kKnownOutcomes]; // at index ticket % kKnownOutcomes
+
+static unsigned int ticketPart(int ticket) {
+    return static_cast<unsigned int>(ticket) << kOutcomeBits;
+}
+
+// Tickets wrap, and this does with them.
+static bool isLater(unsigned int part, unsigned int than) {
+    return static_cast<int>(part - than) > 0;
+}
+
+unsigned int outcomeOf(int ticket, int last) {
+    const unsigned int known = loadWord(&endings[ticket % kKnownOutcomes]);
+    const unsigned int knownPart = known & ~kOutcomeMask;
+    const unsigned int part = ticketPart(ticket);
+    if (known != 0 && knownPart == part)
+        return known & kOutcomeMask;
+    const bool isOlder = known != 0 && isLater(knownPart, part);
+    const bool isGiven = last != 0 && !isLater(part, ticketPart(last));
+    return isGiven && !isOlder ? AF_OUTCOME_NONE : AF_OUTCOME_FORGOTTEN;
 }
 
 // ---- The event callback
@@ -70,68 +100,48 @@ static void tellHost(int ticket, unsigned int activity, unsigned int outcome) {
 // ---- What is written
 
 void enterActivity(int ticket, unsigned int activity) {
-    present.status.ticket = ticket;
-    present.status.activity = activity;
+    present.ticket = ticket;
+    present.activity = activity;
     publish();
     if (ticket != 0)
         tellHost(ticket, activity, AF_OUTCOME_NONE);
 }
 
 void enterFollowUp(int ticket, unsigned int activity) {
-    present.status.ticket = ticket;
-    present.status.activity = activity;
+    present.ticket = ticket;
+    present.activity = activity;
     publish();
 }
 
 void standIn(unsigned int activity) {
-    if (present.status.activity == activity && present.status.ticket == 0)
+    if (present.activity == activity && present.ticket == 0)
         return;
-    present.status.ticket = 0;
-    present.status.activity = activity;
+    present.ticket = 0;
+    present.activity = activity;
     publish();
 }
 
 void closeTicket(int ticket, unsigned int activity, unsigned int outcome) {
-    if (present.status.ticket == ticket)
-        present.status.ticket = 0;
-    present.status.endedTicket = ticket;
-    present.status.endedOutcome = outcome;
-    present.lastTickets[ticket % kKnownOutcomes] = ticket;
-    present.lastOutcomes[ticket % kKnownOutcomes] = outcome;
+    if (present.ticket == ticket)
+        present.ticket = 0;
+    present.endedTicket = ticket;
+    present.endedOutcome = outcome;
     publish();
+    storeWord(&endings[ticket % kKnownOutcomes], ticketPart(ticket) | outcome);
     tellHost(ticket, activity, outcome);
 }
 
 void noteRun(unsigned int outcome, unsigned int frames, unsigned int start, unsigned int peak,
              unsigned int floor) {
-    present.status.runs += 1;
-    present.status.runOutcome = outcome;
-    present.status.runFrames = frames;
-    present.status.runStart = start;
-    present.status.runPeak = peak;
-    present.status.runFloor = floor;
+    present.runs += 1;
+    present.runOutcome = outcome;
+    present.runFrames = frames;
+    present.runStart = start;
+    present.runPeak = peak;
+    present.runFloor = floor;
 }
 
 void noteLostSteps(int zoom, int focus) {
-    present.status.lostZoomSteps = zoom;
-    present.status.lostFocusSteps = focus;
-}
-
-// ---- What is read
-
-// How many tickets later @p later was given; they wrap from INT_MAX to 1.
-static int ageOf(int ticket, int later) {
-    return later >= ticket ? later - ticket : INT_MAX - ticket + later;
-}
-
-static bool isEarlier(int ticket, int than) {
-    return than != 0 && ticket != than && ageOf(ticket, than) < INT_MAX / 2;
-}
-
-unsigned int outcomeOf(const Ledger &ledger, int ticket, int last) {
-    const int known = ledger.lastTickets[ticket % kKnownOutcomes];
-    if (known == ticket)
-        return ledger.lastOutcomes[ticket % kKnownOutcomes];
-    const bool isGiven = ticket == last || isEarlier(ticket, last);
-    return isGiven && !isEarlier(ticket, known) ? AF_OUTCOME_NONE : AF_OUTCOME_FORGOTTEN;
+    present.lostZoomSteps = zoom;
+    present.lostFocusSteps = focus;
 }

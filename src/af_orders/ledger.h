@@ -2,27 +2,23 @@
 // the events that they are told.
 //
 // One thread writes at a time, the start-up thread and then the lens-control thread. It publishes
-// whole records into a ring; a reader copies the newest and starts again only when the writer has
-// come round meanwhile. No reader is ever waited for, and none waits.
+// each whole status into a ring; a reader copies the newest and starts again only when the writer
+// has come round meanwhile. A ticket's outcome is a word, which follows the status that tells of
+// it. No reader is ever waited for, and none waits.
 #pragma once
 
 #include "autofocus_control.h"
 
-static const int kKnownOutcomes = 16;
+/// Copy the newest status, but for faults and positions, which are read where they live. Any
+/// thread.
+void readStatus(AF_Status_ST *status);
 
-/// What a reader gets; words only.
-struct Ledger {
-    AF_Status_ST status; ///< But for faults and positions, which are read where they live.
-    int lastTickets[kKnownOutcomes]; ///< At index ticket % kKnownOutcomes.
-    unsigned int lastOutcomes[kKnownOutcomes];
-};
-
-/// The newest record. Any thread.
-Ledger readLedger();
+/// AF_Activity_em of the newest status. Any thread.
+unsigned int presentActivity();
 
 /// How @p ticket, above 0, ended; AF_OUTCOME_NONE when it has not, AF_OUTCOME_FORGOTTEN when nobody
-/// knows, or when it was not given up to @p last, the last one given.
-unsigned int outcomeOf(const Ledger &ledger, int ticket, int last);
+/// knows, or when it was not given up to @p last, the last one given. Any thread.
+unsigned int outcomeOf(int ticket, int last);
 
 /// Publish @p activity with what is in hand, and tell its start unless @p ticket is 0.
 void enterActivity(int ticket, unsigned int activity);

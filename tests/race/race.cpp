@@ -345,7 +345,8 @@ void writeStatus() {
 
 void readStatus() {
     for (int look = 0; look < 50; ++look) {
-        const AF_Status_ST ledger = readLedger().status;
+        AF_Status_ST ledger;
+        readStatus(&ledger);
         require(ledger.runOutcome == ledger.runFloor && ledger.runFrames == ledger.runPeak &&
                     ledger.runStart == ledger.runFloor && ledger.runPeak == ledger.runFloor,
                 "a status is read half of one moment, half of another");

@@ -82,7 +82,9 @@ void SPI_Release(void) {
 }
 
 void SPI_SendByte(unsigned char *data, int len) {
-    unsigned char tx[kFrameBytes] = {0, 0, 0};
+    static unsigned char tx[kFrameBytes]; // off the stack, like the transfer: one thread sends
+    static struct spi_ioc_transfer transfer;
+    memset(tx, 0, sizeof tx);
     memset(g_RxBuff, 0, sizeof g_RxBuff);
     if (len > kFrameBytes)
         len = kFrameBytes;
@@ -90,8 +92,6 @@ void SPI_SendByte(unsigned char *data, int len) {
         len = 0;
     memcpy(tx, data, static_cast<size_t>(len));
 
-    struct spi_ioc_transfer transfer;
-    memset(&transfer, 0, sizeof transfer);
     transfer.tx_buf = reinterpret_cast<uintptr_t>(tx);
     transfer.rx_buf = reinterpret_cast<uintptr_t>(g_RxBuff);
     transfer.len = static_cast<uint32_t>(len);

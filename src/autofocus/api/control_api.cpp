@@ -98,7 +98,7 @@ int AF_Manager_Wait_Ticket_API(int ticket, int timeoutMs) {
     if (ticket <= 0 || timeoutMs < -1 || isLibraryThread())
         return -1;
     for (;;) {
-        const unsigned int outcome = outcomeOf(readLedger(), ticket, lastTicket());
+        const unsigned int outcome = outcomeOf(ticket, lastTicket());
         if (outcome != AF_OUTCOME_NONE)
             return static_cast<int>(outcome);
         if (timeoutMs == 0)
@@ -127,7 +127,8 @@ static void fillPositions(AF_Status_ST *status) {
 int AF_Manager_Get_Status_API(AF_Status_ST *status) {
     if (status == nullptr || status->size < 2 * sizeof(unsigned int))
         return -1;
-    AF_Status_ST whole = readLedger().status;
+    AF_Status_ST whole;
+    readStatus(&whole);
     whole.size = status->size;
     whole.faults = presentFaults();
     if (whole.endedTicket != 0) // start-up is over: what follows does not change any more

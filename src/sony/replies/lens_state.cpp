@@ -13,12 +13,8 @@ unsigned int positions16() {
     return zoom | static_cast<unsigned int>(focus) << 16;
 }
 
-unsigned int presentActivity() {
-    return readLedger().status.activity;
-}
-
 unsigned int outcomeOfTicket(int ticket) {
     if (ticket < 0)
         return AF_OUTCOME_FAULT;
-    return outcomeOf(readLedger(), ticket, lastTicket());
+    return outcomeOf(ticket, lastTicket());
 }

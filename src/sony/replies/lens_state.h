@@ -4,8 +4,5 @@
 /// The published positions, the zoom's in the low half; 0 before start-up.
 unsigned int positions16();
 
-/// AF_Activity_em.
-unsigned int presentActivity();
-
 /// AF_Outcome_em of a ticket, or of an order that got none, below 0.
 unsigned int outcomeOfTicket(int ticket);

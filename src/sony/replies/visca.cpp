@@ -2,6 +2,7 @@
 
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/orders.h"
+#include "af_orders/ledger.h"
 #include "autofocus.h"
 #include "autofocus/callbacks.h"
 #include "autofocus/settings.h"
