@@ -1,6 +1,7 @@
 #include "host.h"
 
 #include "autofocus.h"
+#include "autofocus_control.h"
 
 #include <atomic>
 
@@ -52,9 +53,14 @@ static int switchDayNight(int mode) {
     return 0;
 }
 
-bool startHost(const FileStore &fileStore, int serialFd) {
+static bool make(Settings settings) {
+    return AF_Manager_Set_Setting_API(AF_SETTING_SERIAL_REPLIES, settings.serialReplies) == 0 &&
+           AF_Manager_Set_Setting_API(AF_SETTING_RECOVERY, settings.recovery ? 1 : 0) == 0;
+}
+
+bool startHost(const FileStore &fileStore, int serialFd, Settings settings) {
     store = &fileStore;
-    return AF_Manager_Init_LensPosition_API(savePosition, loadPosition) == 0 &&
+    return make(settings) && AF_Manager_Init_LensPosition_API(savePosition, loadPosition) == 0 &&
            AF_Manager_Init_PresetInfo_API(savePresets, loadPresets) == 0 &&
            AF_Manager_Init_FocusPoint_API(saveFocusLine, loadFocusLine) == 0 &&
            AF_Manager_Init_DayNightModeFun_API(switchDayNight) == 0 &&

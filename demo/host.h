@@ -6,9 +6,15 @@
 
 namespace demo {
 
+/// What the host switches on in the library.
+struct Settings {
+    int serialReplies;
+    bool recovery;
+};
+
 /// Register the callbacks over @p store (which must outlive the library), hand over the serial
-/// descriptor and start the library; false when it refuses.
-bool startHost(const FileStore &store, int serialFd);
+/// descriptor, make the settings and start the library; false when it refuses.
+bool startHost(const FileStore &store, int serialFd, Settings settings);
 
 /// Times the library has handed its position to be kept.
 int countSavedPositions();

@@ -75,6 +75,15 @@ int main(int argc, char **argv) {
         if (!isOfStage(option))
             offer(app, option, options);
     }
+    options.serialReplies = 2;
+    options.recovery = true;
+    app.add_flag_callback(
+        "--as-loaded",
+        [&options] {
+            options.serialReplies = 0;
+            options.recovery = false;
+        },
+        "every setting of the library off, as it is at load: no replies, no recovery");
     app.add_option("--out", out, "folder for pictures, plots, trace and the host's files")
         ->check(CLI::Validator(checkFolder, "FOLDER", "out"));
     app.footer("A story with two power-ons draws two waveforms.");

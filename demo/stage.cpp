@@ -10,6 +10,7 @@
 #include "autofocus.h"
 #include "autofocus/lens_state.h"
 #include "autofocus/settings.h"
+#include "autofocus_control.h"
 #include "camera.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
@@ -18,6 +19,7 @@
 #include "host.h"
 #include "host/lens_watch.h"
 #include "isp/isp.h"
+#include "narrator.h"
 #include "optics/lens_curves.h"
 
 namespace demo {
@@ -27,6 +29,8 @@ static constexpr int64_t kProgressEveryUs = 2500000;
 static constexpr double kSharpHalfDepths = 1;
 static constexpr double kBootLimitS = 60;
 static constexpr double kRunLimitS = 60;
+static constexpr int64_t kVerdictUs = 160000;
+static constexpr double kMostCalledFocused = 2; // half depths
 
 using vcam::Axis;
 
@@ -48,7 +52,8 @@ static size_t findExtension(const std::string &path) {
 
 Stage::Stage(vcam::CameraOptions options, const std::string &outFolder, const std::string &part)
     : out(outFolder), store(outFolder + "/store"),
-      framePeriodUs(std::lround(kUsPerS / options.frameRateHz)) {
+      framePeriodUs(std::lround(kUsPerS / options.frameRateHz)),
+      isTelling(options.serialReplies != 0) {
     options.scratch = out + "/camera";
     options.traceFile = out + "/trace" + part + ".txt";
     options.consoleFile = out + "/console" + part + ".txt";
@@ -65,7 +70,9 @@ Stage::Stage(vcam::CameraOptions options, const std::string &outFolder, const st
     fprintf(stdout, "%9s  %-46s %13s %13s  %-4s %8s\n", "", "", "zoom  focus", "zoom  focus", "",
             "half dof");
     report("power on, the lens stands somewhere unknown");
-    if (!startHost(store, vcam::serialDescriptor())) {
+    if (isTelling)
+        listenToEvents();
+    if (!startHost(store, vcam::serialDescriptor(), {options.serialReplies, options.recovery})) {
         fprintf(stdout, "the library refuses to start: see %s\n", options.consoleFile.c_str());
         exit(EXIT_FAILURE);
     }
@@ -97,6 +104,14 @@ void Stage::noteSample() {
                           vcam::focusErrorHalfDepths()});
 }
 
+void Stage::showLines() {
+    if (!isTelling)
+        return;
+    for (const Line &line : takeLines())
+        fprintf(stdout, "%9.3f  %s\n", line.timeS, line.text.c_str());
+    fflush(stdout);
+}
+
 // Samples fall on the frames' ends, where the ISP looks too.
 void Stage::advanceUs(int64_t us) {
     const int64_t endUs = vcam::nowUs() + us;
@@ -105,6 +120,7 @@ void Stage::advanceUs(int64_t us) {
         vcam::sleepUntilUs(nextFrameUs < endUs ? nextFrameUs : endUs);
         if (vcam::nowUs() == nextFrameUs)
             noteSample();
+        showLines();
     }
 }
 
@@ -139,7 +155,10 @@ void Stage::inquire(const std::string &meaning, const std::vector<uint8_t> &byte
                     const std::vector<uint8_t> &expected) {
     vcam::cameraSent(); // whatever came before
     send(meaning, bytes);
+    const bool isTellingLater = isTelling; // this one is shown here
+    isTelling = false;
     advanceUs(framePeriodUs);
+    isTelling = isTellingLater;
     const std::vector<uint8_t> reply = vcam::cameraSent();
     report("    reply: " + spellBytes(reply));
     check(reply == expected, meaning + " is answered " + spellBytes(expected));
@@ -172,6 +191,19 @@ void Stage::awaitRun(const std::string &name) {
         report(name + " done, " + std::to_string(vcam::frameCount() - frames) + " frames");
     checkCountersTrue(name);
     checkSharp(name);
+    if (isTelling)
+        judgeVerdict(name);
+}
+
+/// The library's own verdict of the run, which waits for a frame more, against the truth.
+void Stage::judgeVerdict(const std::string &name) {
+    advanceUs(kVerdictUs);
+    AF_Status_ST status = {};
+    status.size = sizeof status;
+    AF_Manager_Get_Status_API(&status);
+    const bool isSharp = std::fabs(vcam::focusErrorHalfDepths()) <= kMostCalledFocused;
+    check(isSharp || status.runOutcome != AF_OUTCOME_FOCUSED,
+          name + ": the library calls it " + nameOutcome(status.runOutcome));
 }
 
 // ---- Verdict ----

@@ -88,10 +88,13 @@ public:
 
 private:
     void noteSample();
+    void showLines();
+    void judgeVerdict(const std::string &name);
 
     std::string out;
     FileStore store;
     int64_t framePeriodUs;
+    bool isTelling; ///< The library answers: what it tells belongs to the timeline.
     std::vector<Sample> allSamples;
     std::vector<Phase> allPhases;
     int checksFailed = 0;

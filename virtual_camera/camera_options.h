@@ -26,7 +26,9 @@ struct CameraOptions {
     bool gaussianBlur = false; ///< Gaussian instead of the disc, whose side lobes make false peaks.
     double noise = 1;          ///< Factor on the zones' noise; 0: none.
     bool builtInCurves = false; ///< The unit's curves are exactly the library's built-in ones.
-    int zoomStart = -1;         ///< True position at power-on; -1: from the seed.
+    int serialReplies = 0;      ///< The library's settings, for its host to make.
+    bool recovery = false;
+    int zoomStart = -1; ///< True position at power-on; -1: from the seed.
     int focusStart = -1;
 };
 

@@ -17,6 +17,7 @@ static constexpr double kNearestM = 1.5;
 static constexpr double kMostNoise = 100;
 static constexpr double kLowestFrameRate = 5;
 static constexpr double kHighestFrameRate = 120;
+static constexpr uint64_t kMostReplies = 2;
 static constexpr uint64_t kLastPosition = 30000; // beyond every lens's stop
 
 // ---- What a text says; false when it is none of that
@@ -59,6 +60,13 @@ static bool parsePosition(const std::string &text, int &position) {
 static bool parseSwitch(const std::string &text, bool &isOn) {
     isOn = text == "on";
     return isOn || text == "off";
+}
+
+static bool parseReplies(const std::string &text, int &replies) {
+    uint64_t number = 0;
+    const bool isGood = parseWhole(text, number) && number <= kMostReplies;
+    replies = static_cast<int>(number);
+    return isGood;
 }
 
 static bool parseText(const std::string &text, std::string &value) {
@@ -119,6 +127,11 @@ static std::vector<Option> makeTable() {
          startRange, into<&Camera::zoomStart, parsePosition>},
         {"focus-start", "POSITION", "true focus position at power-on; from the seed unless given",
          startRange, into<&Camera::focusStart, parsePosition>},
+        {"replies", "0|1|2",
+         "the library's serial replies: none but to inquiries, standard VISCA, Pelco-D too",
+         "is none of 0, 1 and 2", into<&Camera::serialReplies, parseReplies>},
+        {"recovery", "", "the library stops for faults of its links and finds home again", neither,
+         into<&Camera::recovery, parseSwitch>},
         {"ties", "NUMBER",
          "seed of the lots that say who goes on first of threads due at one instant; 0, the "
          "default, is in order of their start",

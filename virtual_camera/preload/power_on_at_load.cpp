@@ -2,6 +2,7 @@
 //
 // Only in a program that has the library loaded: a shell or another tool between the environment
 // and the host is left alone.
+#include "autofocus_control.h"
 #include "camera.h"
 #include "camera_options.h"
 #include "clock/trace.h"
@@ -74,6 +75,13 @@ static void tellLibrary(const char *name, int value) {
         *word = value;
 }
 
+/// The same by the library's own function, for a host that does not know it.
+static void makeSetting(int setting, int value) {
+    using Setter = int (*)(int, int);
+    if (void *found = dlsym(RTLD_DEFAULT, "AF_Manager_Set_Setting_API"))
+        reinterpret_cast<Setter>(found)(setting, value);
+}
+
 static void greet(const CameraOptions &camera) {
     fprintf(stderr, "virtual camera: seed %llu, lens %s, serial port %s",
             static_cast<unsigned long long>(camera.seed), lensModelOf(camera.lensType).name,
@@ -95,6 +103,8 @@ __attribute__((constructor)) static void powerOnAtLoad() {
     }
     tellLibrary("g_LensType", settings.camera.lensType);
     tellLibrary("g_ICUTState", settings.camera.night ? 1 : 0);
+    makeSetting(AF_SETTING_SERIAL_REPLIES, settings.camera.serialReplies);
+    makeSetting(AF_SETTING_RECOVERY, settings.camera.recovery ? 1 : 0);
     handleSignals();
     powerOn(settings.camera);
     atexit(closeRun);
