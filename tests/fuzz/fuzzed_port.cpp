@@ -4,12 +4,12 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <sys/select.h>
 #include <unistd.h>
 
 namespace fuzzed {
 
-constexpr int kPort = 200;
 constexpr unsigned kNothingStored = 0xFFFFFFFF; // neither a command nor a position of 16 bits
 constexpr size_t kMostSent = 1 << 20;
 
@@ -19,12 +19,15 @@ static bool wasQuiet;
 static uint8_t sent[kMostSent];
 static size_t sentCount;
 static Lens_ShaPos_ST record;
+static int64_t clockMs = 1000;
+static int silenceMs;
 
 void beginRun(const uint8_t *bytes, size_t size) {
     toRead = bytes;
     leftToRead = size;
     wasQuiet = false;
     sentCount = 0;
+    silenceMs = 0;
     record = {kNothingStored, kNothingStored, 0x1234, 0xABCD};
     g_ShaPosInfo = &record;
     InitUsartFd(kPort);
@@ -43,6 +46,14 @@ bool hasStored() {
 
 size_t sentSize() {
     return sentCount;
+}
+
+const uint8_t *sentBytes() {
+    return sent;
+}
+
+void fallSilentFor(int ms) {
+    silenceMs = ms;
 }
 
 /// 90 50 02 FF, or 90 50 with the zoom or the focus position in four nibbles and FF.
@@ -110,8 +121,22 @@ ssize_t __wrap_write(int descriptor, const void *bytes, size_t size) {
 }
 
 /// Readable while there are bytes; then it fails, which ends the serial thread.
-int __wrap_select(int, fd_set *, fd_set *, fd_set *, struct timeval *) {
-    return fuzzed::leftToRead > 0 ? 1 : -1;
+int __wrap_select(int, fd_set *, fd_set *, fd_set *, struct timeval *timeout) {
+    using namespace fuzzed;
+    if (leftToRead > 0)
+        return 1;
+    if (silenceMs <= 0)
+        return -1;
+    const int64_t waitedMs = timeout->tv_sec * 1000 + timeout->tv_usec / 1000;
+    clockMs += waitedMs;
+    silenceMs -= static_cast<int>(waitedMs);
+    return 0;
+}
+
+int __wrap_clock_gettime(clockid_t, struct timespec *now) {
+    now->tv_sec = static_cast<time_t>(fuzzed::clockMs / 1000);
+    now->tv_nsec = static_cast<long>(fuzzed::clockMs % 1000 * 1000000);
+    return 0;
 }
 
 int __wrap_usleep(useconds_t) {

@@ -162,7 +162,6 @@ static void obey(const unsigned char *frame, int length) {
 
 // ---- Inquiries: each is answered by a part of all that the camera says of itself
 
-static const int kNearLimitAt = 4;
 static const int kFocusAt = 6;
 static const int kModeBitAt = 11;
 static const int kMovingAt = 12; // the last one of the lens block, which begins with the zoom
