@@ -12,11 +12,12 @@ static const unsigned int kErrorHead = 0x60;
 static const unsigned int kUsPerSecond = 1000000;
 static const long kNsPerUs = 1000;
 
+// What is written by address is kept off the stack, where each function would guard it.
 static int port = -1;
 
 // A terminal that waits for several bytes is not readable before they have come.
 static void wakeAtFirstByte(int fd) {
-    struct termios settings;
+    static struct termios settings;
     if (tcgetattr(fd, &settings) != 0 || settings.c_cc[VMIN] <= 1)
         return;
     settings.c_cc[VMIN] = 1;
@@ -30,7 +31,7 @@ void openPort(int fd) {
 }
 
 unsigned int nowUs() {
-    static struct timespec now; // off the stack, where it would be guarded
+    static struct timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<unsigned int>(now.tv_sec) * kUsPerSecond +
            static_cast<unsigned int>(now.tv_nsec / kNsPerUs);

@@ -52,8 +52,8 @@ static void readPort(int fd) {
     pauseUs = kTendUs;
 }
 
-static bool isReadAgain(int fd) {
-    const int ready = selectReadable(fd, areSocketsBusy() ? kTendUs : kIdleUs);
+static bool isReadAgain(int fd, bool isBusy) {
+    const int ready = selectReadable(fd, isBusy ? kTendUs : kIdleUs);
     if (ready > 0)
         readPort(fd);
     return ready >= 0;
@@ -67,7 +67,7 @@ static int measureFirst() {
 unsigned char *answerUntilPelcoD(int fd) {
     for (;;) {
         drop(usedCount);
-        tendSockets();
+        const bool isBusy = tendSockets();
         const int length = measureFirst();
         usedCount = length < 0 ? -length : length;
         if (length > 0 && received[0] != kFrameEnd) {
@@ -76,7 +76,7 @@ unsigned char *answerUntilPelcoD(int fd) {
             if (settingOf(AF_SETTING_SERIAL_REPLIES) != kPelcoToo)
                 return received;
             obeyPelcoD(received);
-        } else if (length == 0 && !isReadAgain(fd)) {
+        } else if (length == 0 && !isReadAgain(fd, isBusy)) {
             return nullptr;
         }
     }

@@ -185,14 +185,11 @@ static void tendDirect(int socket) {
         cancelDirectOrders();
 }
 
-void tendSockets() {
+bool tendSockets() {
     completeFinished();
     for (int i = kSilent; i <= kSockets; ++i)
         tendDirect(i);
     startHeld();
-}
-
-bool areSocketsBusy() {
     bool isBusy = finishedCount != completedCount;
     for (const DirectOrder &order : orders)
         isBusy = isBusy || order.state != kFree;

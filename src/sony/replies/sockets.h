@@ -28,11 +28,9 @@ void cancelSocket(int socket);
 /// Cancel every direct order.
 void cancelDirectOrders();
 
-/// What has become due: completions, and the order that is held.
-void tendSockets();
-
-/// Whether tendSockets() has something to look after.
-bool areSocketsBusy();
+/// What has become due: completions, and the order that is held. @return whether anything is left
+/// to look after.
+bool tendSockets();
 
 /// Whether another command may be obeyed before tendSockets().
 bool areCommandsTaken();

@@ -96,7 +96,7 @@ static unsigned char parameterOf(const unsigned char *frame, int length) {
 }
 
 static const Row *findRow(const unsigned char *frame, int length) {
-    static unsigned char key[4]; // off the stack, where it would be guarded
+    static unsigned char key[4]; // off the stack, as in port.cpp
     memcpy(key, frame + 2, 2);
     key[2] = parameterOf(frame, length);
     key[3] = static_cast<unsigned char>(length);
