@@ -110,6 +110,12 @@ static bool refocusesByItself() {
     return loadWord(&g_AutoCheckEnable) != 0;
 }
 
+static bool switchTrigger(unsigned char value) {
+    const bool isOn = value == kOther ? !refocusesByItself() : value == kYes;
+    storeWord(&g_AutoCheckEnable, isOn ? 1 : 0);
+    return true;
+}
+
 static bool obeyAtOnce(const Row &row) {
     switch (row.act) {
     case kDrive:
@@ -118,8 +124,7 @@ static bool obeyAtOnce(const Row &row) {
         return loadWord(&icr_control_mode) == TYPE_OUTCONTROL &&
                fCallbackSetIcutMode(row.value) == 0;
     case kTrigger:
-        storeWord(&g_AutoCheckEnable, row.value == kOther ? !refocusesByItself() : row.value);
-        return true;
+        return switchTrigger(row.value);
     default: // kAnswerOnly
         return row.value == kYes;
     }
@@ -220,7 +225,7 @@ static void sayAll() {
     const unsigned int positions = positions16();
     sayPosition(0, positions);
     sayPosition(kFocusAt, positions >> 16);
-    said[kModeBitAt] = refocusesByItself();
+    said[kModeBitAt] = refocusesByItself() ? 1 : 0;
     said[kModeAt] = static_cast<unsigned char>(kManualMode - said[kModeBitAt]);
     said[kMovingAt] = kMovingAxes[presentActivity()];
 }
