@@ -79,6 +79,19 @@ TEST_F(Preload, script_speaks_at_its_instants_and_answers_are_shown) {
         EXPECT_NE(text.find(line), std::string::npos) << line;
 }
 
+TEST_F(Preload, library_gets_its_settings_though_the_host_knows_none) {
+    std::ofstream(file("script")) << "15000 81 01 04 08 02 FF\n15500 FF 01 00 55 00 00 56\n";
+    for (const int replies : {0, 1, 2}) {
+        const Ended ended = runHost("RECOVERY=on END_MS=17000 SCRIPT=" + file("script") +
+                                    " REPLIES=" + std::to_string(replies));
+        const bool isAcknowledged = ended.said.find("90 41 FF") != std::string::npos;
+        const bool isTold = ended.said.find("FF 01 00 5D 00 00 5E") != std::string::npos;
+        EXPECT_EQ(isAcknowledged, replies > 0) << ended.said;
+        EXPECT_EQ(isTold, replies > 1) << ended.said;
+        EXPECT_EQ(ended.status, 0);
+    }
+}
+
 TEST_F(Preload, only_the_named_path_is_the_serial_port_and_only_the_librarys_program_a_host) {
     EXPECT_EQ(runHost("END_MS=1 SERIAL=/dev/ttyS9", "/dev/ttyS9").status, 0);
     EXPECT_EQ(runHost("END_MS=1 SERIAL=/dev/ttyS9").status, 1);
@@ -98,6 +111,7 @@ TEST_F(Preload, wrong_setting_is_named_before_anything_runs) {
     const std::pair<std::string, std::string> rows[] = {
         {"LENS=none", "VIRTUAL_CAMERA_LENS: none is no lens model: A or B"},
         {"FRAME_RATE=nan", "VIRTUAL_CAMERA_FRAME_RATE: nan is no frame rate from 5 to 120 Hz"},
+        {"REPLIES=3", "VIRTUAL_CAMERA_REPLIES: 3 is none of 0, 1 and 2"},
         {"NIGHT=1", "VIRTUAL_CAMERA_NIGHT: 1 is neither on nor off"},
         {"END_MS=-1", "VIRTUAL_CAMERA_END_MS: -1 is no whole number of milliseconds"},
         {"SEDE=1", "VIRTUAL_CAMERA_SEDE: there is no such setting"},

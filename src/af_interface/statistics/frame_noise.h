@@ -1,7 +1,7 @@
 // How much the focus value differs from frame to frame while nothing moves.
 //
-// Learned at idle, while the refocus trigger is armed, over some sixteen frames. It begins, and after
-// a change of the gain begins again, with what a sensor of this gain is assumed to have.
+// Learned at idle, while the refocus trigger is armed, over some sixteen frames. It begins, and
+// after a change of the gain begins again, with what a sensor of this gain is assumed to have.
 #pragma once
 
 #include "autofocus/statistics.h"

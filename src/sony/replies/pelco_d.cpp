@@ -1,5 +1,6 @@
 #include "sony/replies/pelco_d.h"
 
+#include "af_lens/model/mailbox.h"
 #include "af_lens/model/orders.h"
 #include "autofocus/types.h"
 #include "sony/replies/frames.h"
