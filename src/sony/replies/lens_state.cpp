@@ -6,8 +6,9 @@
 #include "autofocus_control.h"
 
 unsigned int positions16() {
-    unsigned short zoom = 0;
-    unsigned short focus = 0;
+    static unsigned short zoom; // off the stack, as in port.cpp
+    static unsigned short focus;
+    zoom = focus = 0;
     lensGetZMapPosition(&zoom);
     lensGetFMapPosition(&focus);
     return zoom | static_cast<unsigned int>(focus) << 16;
