@@ -29,6 +29,9 @@
 #include "af_ms419xx/vd_timing.h"
 #include "host/controller_frames.h"
 #include "platform/isp.h"
+#include "sony/replies/frames.h"
+#include "sony/replies/port.h"
+#include "sony/replies/visca.h"
 #include "unit/built_lens.h"
 
 namespace {
@@ -142,6 +145,18 @@ void answerZoomPositionInquiryWithItsMessage(benchmark::State &state) {
     answer(state, vcam::kAskZoom);
 }
 
+void answerZoomPositionInquiryWithReplies(benchmark::State &state) {
+    const int sink = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    openPort(sink);
+    vcam::Bytes frame = vcam::kAskZoom;
+    const int length = static_cast<int>(frame.size());
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(measureFrame(frame.data(), length));
+        answerVisca(frame.data(), length);
+    }
+    close(sink);
+}
+
 // ---- What is measured, and the least that it must do ----
 
 const struct {
@@ -165,6 +180,8 @@ const struct {
      "5 bytes to read, the mode, 4 bytes to write, a system call"},
     {"answerZoomPositionInquiryWithItsMessage", answerZoomPositionInquiryWithItsMessage, 15,
      "5 bytes to read, the position, 7 bytes to write, a system call, a message"},
+    {"answerZoomPositionInquiryWithReplies", answerZoomPositionInquiryWithReplies, 14,
+     "5 bytes to read, the position, 7 bytes to write, a system call"},
 };
 
 // `--bounds` lists them for the script that counts instructions; `--iterations N` runs each so
