@@ -56,8 +56,8 @@ static unsigned int ticketPart(int ticket) {
 }
 
 // Tickets wrap, and this does with them.
-static bool isLater(unsigned int part, unsigned int than) {
-    return static_cast<int>(part - than) > 0;
+static bool isLater(unsigned int later, unsigned int earlier) {
+    return static_cast<int>(later - earlier) > 0;
 }
 
 unsigned int outcomeOf(int ticket, int last) {

@@ -512,6 +512,19 @@ TEST(SerialReplies, slow_sender_is_heard_and_one_that_stops_is_forgotten_after_a
         EXPECT_EQ(answerTo({0xFF}), "");
         passMs(1000);
         EXPECT_EQ(answerTo(vcam::kAskZoom), "905000000000ff");
+        // Nor is one forgotten whose first half came along with what takes the host a while.
+        AF_Manager_Init_DayNightModeFun_API([](int) {
+            passMs(2000);
+            return 0;
+        });
+        const int64_t sentUs = vcam::nowUs();
+        Bytes frames = vcam::kViscaNight;
+        frames.insert(frames.end(), vcam::kAskZoom.begin(), vcam::kAskZoom.begin() + 3);
+        send(frames);
+        passMs(500);
+        send(Bytes(vcam::kAskZoom.begin() + 3, vcam::kAskZoom.end()));
+        passMs(2000);
+        EXPECT_EQ(textSince(sentUs), "9041ff 905000000000ff 9051ff");
     });
 }
 

@@ -21,8 +21,8 @@ static const useconds_t kDeadPortUs = 1000000;
 
 static unsigned char received[kLongestFrame];
 static int receivedCount = 0;
-static int usedCount = 0; // of them, which the next pass drops
-static unsigned int heardUs;
+static int usedCount = 0;         // of them, which the next pass drops
+static unsigned int silentUs = 0; // since the last byte, as long as somebody was listening
 static useconds_t pauseUs = kTendUs;
 
 static void drop(int count) {
@@ -38,8 +38,7 @@ static void restWhileDead() {
 }
 
 static void readPort(int fd) {
-    const unsigned int now = nowUs();
-    if (now - heardUs >= kLongestSilenceUs)
+    if (silentUs >= kLongestSilenceUs)
         receivedCount = 0;
     const ssize_t count =
         read(fd, received + receivedCount, sizeof received - static_cast<size_t>(receivedCount));
@@ -48,12 +47,14 @@ static void readPort(int fd) {
         return;
     }
     receivedCount += static_cast<int>(count);
-    heardUs = now;
+    silentUs = 0;
     pauseUs = kTendUs;
 }
 
 static bool isReadAgain(int fd, bool isBusy) {
+    const unsigned int beginUs = nowUs();
     const int ready = selectReadable(fd, isBusy ? kTendUs : kIdleUs);
+    silentUs += nowUs() - beginUs;
     if (ready > 0)
         readPort(fd);
     return ready >= 0;
