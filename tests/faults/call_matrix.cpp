@@ -107,14 +107,15 @@ const char *const kIspCalls[] = {
     "HI_MPI_ISP_GetStatistics",       "HI_MPI_ISP_QueryExposureInfo",
 };
 
-// What the library imports beside: no system call, one that cannot fail on valid arguments, or one
-// that printf stands for. A blank around each name.
+// What the library imports beside: no system call, one that cannot fail on valid arguments, one
+// whose failure leaves a port as its host has set it, or one that printf stands for. A blank around
+// each name.
 const char kOtherImports[] =
-    " __errno_location ceil ceilf clock_gettime fcntl floor floorf gettimeofday localtime_r memcpy "
-    "memset perror pthread_cond_signal pthread_detach pthread_equal pthread_getspecific "
-    "pthread_key_create pthread_mutex_lock pthread_mutex_unlock pthread_once pthread_self "
-    "pthread_setspecific pthread_sigmask putchar puts sigdelset sigfillset snprintf sqrtf strcpy "
-    "strlen time ";
+    " __errno_location ceil ceilf clock_gettime fcntl floor floorf gettimeofday localtime_r "
+    "memcmp memcpy memset perror pthread_cond_signal pthread_detach pthread_equal "
+    "pthread_getspecific pthread_key_create pthread_mutex_lock pthread_mutex_unlock "
+    "pthread_once pthread_self pthread_setspecific pthread_sigmask putchar puts sigdelset "
+    "sigfillset snprintf sqrtf strcpy strlen tcgetattr tcsetattr time ";
 
 // ---- One cell
 
