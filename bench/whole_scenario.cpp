@@ -85,9 +85,10 @@ Result play(const vcam::CameraOptions &options) {
 }
 
 /// In a process of its own, which hands its result over by a pipe.
-Result playApart(uint64_t seed) {
+Result playApart(uint64_t seed, bool onKernelThreads) {
     vcam::CameraOptions options;
     options.seed = seed;
+    options.kernelThreads = onKernelThreads;
     options.traceFile = "/tmp/whole_scenario." + std::to_string(getpid()) + ".txt";
     int ends[2];
     if (pipe(ends) != 0)
@@ -123,22 +124,31 @@ void print(const char *what, const Span &span) {
            span.ratio(), kRequiredRatio, span.ratio() / kRequiredRatio);
 }
 
+/// The ratio of the repeated zooming.
+double report(const char *way, bool onKernelThreads) {
+    std::vector<Span> cold;
+    std::vector<Span> warm;
+    for (uint64_t seed = 1; seed <= kSeeds; ++seed) {
+        const Result result = playApart(seed, onKernelThreads);
+        cold.push_back(result.cold);
+        warm.push_back(result.warm);
+    }
+    printf("%s\n", way);
+    print("  power-on, boot, autofocus, tele, autofocus, wide, autofocus", medianOf(cold));
+    print("  then 20 times: tele, autofocus, wide, autofocus", medianOf(warm));
+    return medianOf(warm).ratio();
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
     bench::takeNoWords(argc, argv, "how many virtual seconds a real second gets");
-    std::vector<Span> cold;
-    std::vector<Span> warm;
-    for (uint64_t seed = 1; seed <= kSeeds; ++seed) {
-        const Result result = playApart(seed);
-        cold.push_back(result.cold);
-        warm.push_back(result.warm);
-    }
     printf("Whole scenario, one core, median of %d seeds, trace written, no pictures rendered\n",
            kSeeds);
     printf("%-60s %8s %9s %9s %9s %7s\n", "", "virtual", "real", "virtual s", "required", "ratio");
     printf("%-60s %8s %9s %9s %9s %7s\n", "", "s", "ms", "per s", "", "");
-    print("power-on, boot, autofocus, tele, autofocus, wide, autofocus", medianOf(cold));
-    print("then 20 times: tele, autofocus, wide, autofocus", medianOf(warm));
+    const double onContexts = report("on contexts, where there are any", false);
+    const double onKernelThreads = report("on kernel threads", true);
+    printf("contexts against kernel threads: %.2f times\n", onContexts / onKernelThreads);
     return bench::closeReport();
 }

@@ -65,7 +65,7 @@ void powerOn(const CameraOptions &options) {
         giveUp();
     }
     atexit([] { powerOff(); });
-    startClock(options.pace, options.tieSeed);
+    startClock(options.pace, options.tieSeed, options.kernelThreads);
 }
 
 static bool requireWhole(bool isWhole, const std::string &file) {

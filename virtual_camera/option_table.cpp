@@ -136,6 +136,8 @@ static std::vector<Option> makeTable() {
          "seed of the lots that say who goes on first of threads due at one instant; 0, the "
          "default, is in order of their start",
          seedRange, into<&Camera::tieSeed, parseWhole>},
+        {"kernel-threads", "", "a kernel thread for each of the program's instead of a context",
+         neither, into<&Camera::kernelThreads, parseSwitch>},
         {"vcd", "FILE", "draw the trace as a waveform (VCD) into this file", "",
          into<&Camera::vcdFile, parseText>},
         {"trace", "FILE", "where the trace goes", "", into<&Camera::traceFile, parseText>},

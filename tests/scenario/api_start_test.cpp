@@ -66,7 +66,9 @@ TEST(ApiStart, start_after_a_failed_one_creates_what_is_missing_and_no_thread_tw
 
 // A signal that the host handles would end the serial thread's select, and with it serial control.
 TEST(ApiStart, librarys_threads_leave_the_hosts_signals_to_the_host_and_keep_their_own_faults) {
-    run([] {
+    vcam::CameraOptions options;
+    options.kernelThreads = true; // what is asked for is the kernel's
+    run(options, [] {
         startAndSettle();
         int libraryThreads = 0;
         for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {

@@ -4,6 +4,7 @@
 // equal the truth, a standing state be in the mailbox, the hardware have nothing to complain of and
 // the serial port still answer. With replies, the controller's books must balance as well.
 #include "scenario/scenario.h"
+#include "scenario/temporary_folder.h"
 #include "storm/reply_books.h"
 
 #include "autofocus_control.h"
@@ -358,8 +359,10 @@ void runStorm(uint64_t seed) {
 }
 
 /// A storm in one order of the threads that are due at once.
-bool isCalm(uint64_t seed, uint64_t tieSeed, const std::string &traceFile) {
+bool isCalm(uint64_t seed, uint64_t tieSeed, const std::string &traceFile,
+            bool onKernelThreads = false) {
     vcam::CameraOptions options;
+    options.kernelThreads = onKernelThreads;
     options.seed = seed;
     options.tieSeed = tieSeed;
     options.lensType = static_cast<int>(seed % 2);
@@ -373,6 +376,18 @@ bool isCalm(uint64_t seed, uint64_t tieSeed, const std::string &traceFile) {
     return ending.status == 0;
 }
 
+/// A storm on contexts and one on kernel threads, which leave the same trace to the byte.
+bool isSameBothWays(uint64_t seed, uint64_t tieSeed) {
+    const scenario::TemporaryFolder folder;
+    const bool areCalm = isCalm(seed, tieSeed, folder.file("contexts")) &&
+                         isCalm(seed, tieSeed, folder.file("threads"), true);
+    const bool isSame = areCalm && scenario::readAll(folder.file("contexts")) ==
+                                       scenario::readAll(folder.file("threads"));
+    if (areCalm && !isSame)
+        printf("seed %" PRIu64 " --ties %" PRIu64 " differs on kernel threads\n", seed, tieSeed);
+    return isSame;
+}
+
 // ---- Many of them
 
 constexpr int kMostSeeds = 1000000000;
@@ -383,6 +398,7 @@ int main(int argc, char **argv) {
     std::vector<int> seeds = {1, 500};
     uint64_t tieSeed = 0;
     std::string traceFile;
+    bool playsBothWays = false;
     CLI::App app("Random commands from everybody at once, each seed twice: threads that are due at "
                  "the same instant go on in the order of their start, then in one drawn by lot.",
                  "storm");
@@ -398,6 +414,8 @@ int main(int argc, char **argv) {
         ->check(CLI::Range(0, 2));
     app.add_option("--trace", traceFile, "keep the trace of one storm in one order here")
         ->needs("--ties");
+    app.add_flag("--both-ways", playsBothWays,
+                 "each on contexts and on kernel threads, and compare the traces");
     CLI11_PARSE(app, argc, argv);
 
     tally = vcam::share<Tally>();
@@ -412,7 +430,10 @@ int main(int argc, char **argv) {
     vcam::playAll(count, [&](int index) {
         const uint64_t seed = static_cast<uint64_t>(first + index / orders);
         const uint64_t drawn = orders == 1 ? tieSeed : seed;
-        if (!isCalm(seed, index % orders == orders - 1 ? drawn : 0, traceFile))
+        const uint64_t lots = index % orders == orders - 1 ? drawn : 0;
+        const bool isGood =
+            playsBothWays ? isSameBothWays(seed, lots) : isCalm(seed, lots, traceFile);
+        if (!isGood)
             __atomic_add_fetch(&tally->failed, 1, __ATOMIC_RELAXED);
     });
     printf("%d storms, %ld failed: %ld acts in %lld virtual s\n", count, tally->failed, tally->acts,

@@ -1,5 +1,6 @@
 // Calls that name a file: the simulated devices' paths, and the paths that lead into the scratch
 // folder. On threads that are not registered a path is left as it is.
+#include "boundary/absent_file.h"
 #include "boundary/faults.h"
 #include "boundary/placeholders.h"
 #include "boundary/redirect.h"
@@ -59,14 +60,34 @@ static bool answerOpen(const char *path, int &result) {
 }
 
 static int openFile(NextCall<OpenCall> &next, const char *path, int flags, mode_t mode) {
+    forgetAbsent();
     int result = -1;
     return answerOpen(path, result) ? result : next(Redirected(path), flags, mode);
 }
 
 static int openFileAt(NextCall<OpenAtCall> &next, int folder, const char *path, int flags,
                       mode_t mode) {
+    forgetAbsent();
     int result = -1;
     return answerOpen(path, result) ? result : next(folder, Redirected(path), flags, mode);
+}
+
+static FILE *openStream(NextCall<FILE *(const char *, const char *)> &next, const char *path,
+                        const char *mode) {
+    forgetAbsent();
+    return failsNow("fopen", path) ? nullptr : next(Redirected(path), mode);
+}
+
+static int look(const char *path, int mode) {
+    const bool isOurs = isRegisteredThread() && path != nullptr;
+    if (isOurs && isKnownAbsent(path)) {
+        errno = ENOENT;
+        return -1;
+    }
+    const int result = nextAccess(Redirected(path), mode);
+    if (isOurs && result != 0 && errno == ENOENT)
+        noteAbsent(path);
+    return result;
 }
 
 /// The third argument of open, which is there only when a file may be made.
@@ -134,12 +155,11 @@ int creat64(const char *path, mode_t mode) {
 }
 
 FILE *fopen(const char *path, const char *mode) {
-    return vcam::failsNow("fopen", path) ? nullptr : vcam::nextFopen(vcam::Redirected(path), mode);
+    return vcam::openStream(vcam::nextFopen, path, mode);
 }
 
 FILE *fopen64(const char *path, const char *mode) {
-    return vcam::failsNow("fopen", path) ? nullptr
-                                         : vcam::nextFopen64(vcam::Redirected(path), mode);
+    return vcam::openStream(vcam::nextFopen64, path, mode);
 }
 
 DIR *opendir(const char *path) {
@@ -147,7 +167,7 @@ DIR *opendir(const char *path) {
 }
 
 int access(const char *path, int mode) __THROW {
-    return vcam::failsNow("access", path) ? -1 : vcam::nextAccess(vcam::Redirected(path), mode);
+    return vcam::failsNow("access", path) ? -1 : vcam::look(path, mode);
 }
 
 int unlink(const char *path) __THROW {
@@ -159,12 +179,14 @@ int remove(const char *path) __THROW {
 }
 
 int rename(const char *from, const char *to) __THROW {
+    vcam::forgetAbsent();
     return vcam::failsNow("rename", from)
                ? -1
                : vcam::nextRename(vcam::Redirected(from), vcam::Redirected(to));
 }
 
 int mkdir(const char *path, mode_t mode) __THROW {
+    vcam::forgetAbsent();
     return vcam::nextMkdir(vcam::Redirected(path), mode);
 }
 

@@ -95,9 +95,8 @@ int pthread_create(pthread_t *__restrict handle, const pthread_attr_t *__restric
 }
 
 int pthread_join(pthread_t handle, void **result) {
-    if (vcam::isRegisteredThread())
-        vcam::waitForEnd(handle);
-    return vcam::nextJoin(handle, result);
+    return vcam::isRegisteredThread() ? vcam::joinThread(handle, result)
+                                      : vcam::nextJoin(handle, result);
 }
 
 int pthread_mutex_lock(pthread_mutex_t *mutex) __THROWNL {

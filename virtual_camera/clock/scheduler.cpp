@@ -1,6 +1,8 @@
 #include "clock/scheduler.h"
 
+#include "clock/handover.h"
 #include "clock/last_words.h"
+#include "clock/next_call.h"
 #include "clock/pace.h"
 #include "clock/thread_table.h"
 #include "clock/trace.h"
@@ -23,6 +25,9 @@ static constexpr uint32_t kFreeCalls = 4096;
 // to come to rest, but leaves the very last round to a sanitizer's own.
 static pthread_key_t endOfThread;
 static constexpr uint32_t kEndRound = PTHREAD_DESTRUCTOR_ITERATIONS - 1;
+
+static NextCall<int(pthread_key_t *, void (*)(void *))> nextKeyCreate{"pthread_key_create"};
+static NextCall<int(pthread_key_t, const void *)> nextSetspecific{"pthread_setspecific"};
 
 static uint64_t nextTicket;
 
@@ -51,8 +56,7 @@ static void passBatonFrom(Thread &self) {
     threadTable.running = &next;
     if (&next == &self)
         return;
-    giveBaton(next);
-    awaitBaton(self);
+    way().handOver(self, next);
 }
 
 static void setWait(Thread &thread, const void *what, const char *kind, int64_t deadlineUs) {
@@ -98,12 +102,7 @@ void chargeCall() {
 
 // ---- coming and going
 
-static void endThread(void *thread) {
-    Thread &self = *static_cast<Thread *>(thread);
-    if (++self.endRounds < kEndRound) {
-        pthread_setspecific(endOfThread, thread);
-        return;
-    }
+void endThread(Thread &self) {
     trace("clock", "end", "thread=%s", self.name);
     currentThread = nullptr; // what the thread still does on its way out is libc's affair
     removeThread(self);
@@ -112,14 +111,22 @@ static void endThread(void *thread) {
         return;
     Thread &next = advanceToNext();
     threadTable.running = &next;
-    giveBaton(next);
+    way().handOverLast(next);
 }
 
-static void *runThread(void *thread) {
+static void destroyThread(void *thread) {
+    Thread &self = *static_cast<Thread *>(thread);
+    if (++self.endRounds < kEndRound)
+        nextSetspecific(endOfThread, thread);
+    else
+        endThread(self);
+}
+
+void *runKernelThread(void *thread) {
     Thread &self = *static_cast<Thread *>(thread);
     awaitBaton(self);
     currentThread = &self;
-    pthread_setspecific(endOfThread, &self);
+    nextSetspecific(endOfThread, &self);
     return self.routine(self.argument);
 }
 
@@ -157,7 +164,7 @@ int startThread(pthread_t *handle, const pthread_attr_t *attributes, void *(*rou
         return EAGAIN;
     thread->routine = routine;
     thread->argument = argument;
-    const int result = create(&thread->handle, attributes, runThread, thread);
+    const int result = way().create(*thread, attributes, create);
     if (result != 0) {
         removeThread(*thread);
         return result;
@@ -167,10 +174,11 @@ int startThread(pthread_t *handle, const pthread_attr_t *attributes, void *(*rou
     return 0;
 }
 
-void waitForEnd(pthread_t handle) {
+int joinThread(pthread_t handle, void **result) {
     Thread *thread = findByHandle(handle);
     if (thread != nullptr && thread != currentThread)
         waitOn(thread, "join", kForeverUs);
+    return way().join(handle, result);
 }
 
 /// Hand-overs between threads on one processor are ten times cheaper than across processors.
@@ -181,8 +189,9 @@ static void stayOnOneProcessor() {
     sched_setaffinity(0, sizeof(here), &here);
 }
 
-void startClock(double pace, uint64_t tieSeed) {
-    pthread_key_create(&endOfThread, endThread);
+void startClock(double pace, uint64_t tieSeed, bool areKernelThreadsWanted) {
+    chooseWay(areKernelThreadsWanted);
+    nextKeyCreate(&endOfThread, destroyThread);
     drawTies(tieSeed);
     startPace(pace, threadTable.nowUs);
     if (pace <= 0) { // people who watch may block the camera as long as they like
@@ -191,7 +200,7 @@ void startClock(double pace, uint64_t tieSeed) {
     }
     Thread *host = addThread("host");
     host->handle = pthread_self();
-    pthread_setspecific(endOfThread, host);
+    nextSetspecific(endOfThread, host);
     threadTable.running = host;
     currentThread = host;
 }

@@ -10,9 +10,12 @@
 
 namespace vcam {
 
+struct Thread;
+
 /// Begin virtual time; the calling thread is registered as "host" and holds the baton. Threads due
 /// at one instant go on in the order of registration, or in one drawn from @p tieSeed if not 0.
-void startClock(double pace, uint64_t tieSeed);
+/// Threads are the kernel's if @p areKernelThreadsWanted, or where there are no contexts.
+void startClock(double pace, uint64_t tieSeed, bool areKernelThreadsWanted);
 
 /// Time stands still from now on: the caller's calls go to libc, the other threads never run again.
 void stopClock();
@@ -31,8 +34,12 @@ using CreateThread = int(pthread_t *, const pthread_attr_t *, void *(*)(void *),
 int startThread(pthread_t *handle, const pthread_attr_t *attributes, void *(*routine)(void *),
                 void *argument, CreateThread *create);
 
-/// Wait, in virtual time, until the thread has ended; at once when it is not registered.
-void waitForEnd(pthread_t handle);
+/// What a kernel thread of ours runs, and what a thread does last, on whichever way.
+void *runKernelThread(void *thread);
+void endThread(Thread &self);
+
+/// pthread_join's contract, waiting in virtual time for a registered thread.
+int joinThread(pthread_t handle, void **result);
 
 /// A call that takes no time was made. A loop of nothing but such calls would never end, so after
 /// some thousand without a wait each costs a microsecond.

@@ -106,6 +106,7 @@ __attribute__((constructor)) static void powerOnAtLoad() {
     makeSetting(AF_SETTING_SERIAL_REPLIES, settings.camera.serialReplies);
     makeSetting(AF_SETTING_RECOVERY, settings.camera.recovery ? 1 : 0);
     handleSignals();
+    settings.camera.kernelThreads = true; // the host may do anything with its threads
     powerOn(settings.camera);
     atexit(closeRun);
     greet(settings.camera);
