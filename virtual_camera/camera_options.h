@@ -13,9 +13,9 @@ struct CameraOptions {
     int lensType = 1;     ///< Row of lens_models/lens_model.cpp: 0 is LENS_A, 1 is LENS_B.
     uint64_t tieSeed = 0; ///< Says who goes on first of those due at once; 0: the first registered.
     bool kernelThreads = false; ///< Though the program has contexts.
-    double pace = 0;      ///< Virtual seconds a real second; 0: unlimited.
-    std::string picture;  ///< PNG or JPEG; empty: the generated scene.
-    bool plainPicture = false; ///< Nothing finer than the picture's pixels: no surface texture.
+    double pace = 0;            ///< Virtual seconds a real second; 0: unlimited.
+    std::string picture;        ///< PNG or JPEG; empty: the generated scene.
+    bool plainPicture = false;  ///< Nothing finer than the picture's pixels: no surface texture.
     std::string serialPath = "/dev/virtual-serial"; ///< Opening it gives the serial port.
     std::string scratch;   ///< Folder that stands in for /tmp/af... and /mnt/flash/...
     std::string traceFile; ///< Empty: only the tail is kept, in memory.
