@@ -27,17 +27,17 @@ using Exceptions = char[2 * sizeof(void *)];
 
 namespace {
 struct Context {
-    bool isUsed;
-    bool isOver;
-    bool isDetached;
     void *stackPointer; ///< While it does not run.
     char *stack;        ///< The guard page first; kept for the next one.
     size_t stackSize;
     Thread *thread;
     void *result;
-    int error; ///< errno, while it does not run.
     Exceptions exceptions;
     const void *values[PTHREAD_KEYS_MAX];
+    int error; ///< errno, while it does not run.
+    bool isUsed;
+    bool isOver;
+    bool isDetached;
 };
 } // namespace
 
