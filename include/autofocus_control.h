@@ -66,7 +66,8 @@ AUTOFOCUS_EXPORT int AF_Manager_Autofocus_API(void);
 
 /**
  * Zoom to a position, the focus following, then focus. Ends on a grid point, the next one toward
- * tele; a preset at that position is recalled instead, with its focus.
+ * tele; a preset at that position is recalled instead, with its focus, and so is, the first time
+ * since start, the position before power-off.
  *
  * @param position  16-bit zoom position; above the tele end's: the tele end.
  * @return a ticket, done when the zoom has arrived and the run that follows is over; -1.
@@ -75,7 +76,8 @@ AUTOFOCUS_EXPORT int AF_Manager_Zoom_To_API(unsigned short position);
 
 /**
  * Drive the focus to a position, clipped to the travel. Any other order ends it, and it ends as
- * focusing by hand does.
+ * focusing by hand does. The mailbox holds CMD_FAR meanwhile: a raw store of just that goes
+ * unnoticed.
  *
  * @param position  16-bit focus position, 49152 near to 4096 far.
  * @return a ticket; -1.

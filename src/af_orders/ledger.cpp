@@ -4,6 +4,7 @@
 #include "platform/claim.h"
 #include "platform/shared_word.h"
 
+#include <limits.h>
 #include <stddef.h>
 
 static const unsigned int kRecords = 8;
@@ -67,7 +68,7 @@ unsigned int outcomeOf(int ticket, int last) {
     if (known != 0 && knownPart == part)
         return known & kOutcomeMask;
     const bool isOlder = known != 0 && isLater(knownPart, part);
-    const bool isGiven = last != 0 && !isLater(part, ticketPart(last));
+    const bool isGiven = ticket <= last || (last != 0 && ticket - last > INT_MAX / 2);
     return isGiven && !isOlder ? AF_OUTCOME_NONE : AF_OUTCOME_FORGOTTEN;
 }
 

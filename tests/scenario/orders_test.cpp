@@ -10,6 +10,7 @@
 #include "platform/shared_word.h"
 
 #include <filesystem>
+#include <functional>
 #include <mutex>
 
 using namespace scenario;
@@ -72,7 +73,8 @@ TEST(Orders, are_refused_before_start_after_stop_and_with_bad_arguments) {
         EXPECT_EQ(AF_Manager_Preset_Set_API(255), -1);
         EXPECT_EQ(AF_Manager_Wait_Ticket_API(0, 0), -1);
         EXPECT_EQ(AF_Manager_Wait_Ticket_API(1, -2), -1);
-        EXPECT_EQ(AF_Manager_Wait_Ticket_API(999, 0), AF_OUTCOME_FORGOTTEN); // never given
+        for (const int ticket : {999, 0x0A000000})
+            EXPECT_EQ(AF_Manager_Wait_Ticket_API(ticket, 0), AF_OUTCOME_FORGOTTEN); // never given
         EXPECT_EQ(AF_Manager_Cancel_API(999), -1);
         EXPECT_EQ(AF_Manager_Get_Status_API(nullptr), -1);
         const int held = AF_Manager_Focus_Near_API();
@@ -311,6 +313,107 @@ TEST(Orders, that_wait_are_cancelled_alone_and_with_0_whatever_there_is) {
         EXPECT_EQ(await(home), AF_OUTCOME_CANCELLED);
         EXPECT_EQ(await(after), AF_OUTCOME_DONE);
         EXPECT_LT(std::abs(vcam::focusErrorHalfDepths()), 1);
+        expectSound();
+    });
+}
+
+// ---- From callbacks, and in the gaps between two commands of one order
+
+static std::function<void(const AF_Event_ST &)> onEvent;
+
+static void obeyEvent(const AF_Event_ST *event, void *) {
+    if (onEvent)
+        onEvent(*event);
+}
+
+static void settleAndObey(std::function<void(const AF_Event_ST &)> obey) {
+    startAndSettle();
+    passMs(100);
+    onEvent = std::move(obey);
+    AF_Manager_Init_EventFun_API(obeyEvent, nullptr);
+}
+
+static bool isEndOf(const AF_Event_ST &event, unsigned activity) {
+    return event.activity == activity && event.outcome != AF_OUTCOME_NONE;
+}
+
+TEST(Orders, do_not_run_again_when_the_next_one_is_cancelled_before_it_is_taken) {
+    run([] {
+        static int next;
+        settleAndObey([](const AF_Event_ST &event) {
+            if (!isEndOf(event, AF_ACTIVITY_ZOOMING) || next != 0)
+                return;
+            next = AF_Manager_Focus_Near_API();
+            EXPECT_EQ(AF_Manager_Cancel_API(next), 0);
+        });
+        const int tele = AF_Manager_Zoom_Tele_API();
+        passMs(500);
+        EXPECT_EQ(AF_Manager_Cancel_API(tele), 0);
+        EXPECT_EQ(await(tele), AF_OUTCOME_CANCELLED);
+        EXPECT_EQ(await(next), AF_OUTCOME_CANCELLED);
+        passMs(2000);
+        EXPECT_FALSE(vcam::isMotorRunning(Axis::Zoom));
+        const int home = AF_Manager_Home_API();
+        waitUntil([] { return Lens_Get_Command() == CMD_FOCUS; }, 60, "home is found");
+        EXPECT_EQ(AF_Manager_Cancel_API(AF_Manager_Focus_Near_API()), 0);
+        passMs(1500);
+        EXPECT_NE(status().activity, unsigned(AF_ACTIVITY_HOMING));
+        EXPECT_EQ(await(home), AF_OUTCOME_DONE);
+        expectSound();
+    });
+}
+
+TEST(Orders, that_a_callback_places_all_end) {
+    run([] {
+        static int first, second;
+        settleAndObey([](const AF_Event_ST &event) {
+            if (event.activity != AF_ACTIVITY_IDLE || event.outcome != AF_OUTCOME_DONE ||
+                first != 0)
+                return;
+            first = AF_Manager_Focus_To_API(0x9000);
+            second = AF_Manager_Preset_Call_API(202);
+        });
+        AF_Manager_Zoom_Tele_API();
+        passMs(500);
+        EXPECT_EQ(await(AF_Manager_Focus_Stop_API()), AF_OUTCOME_DONE);
+        EXPECT_EQ(await(second), AF_OUTCOME_DONE);
+        EXPECT_EQ(await(first), AF_OUTCOME_REPLACED);
+    });
+}
+
+TEST(Orders, cancelled_while_they_wait_say_so_whatever_comes_after_them) {
+    run([] {
+        settleAndListen();
+        AF_Manager_Home_API();
+        passMs(1000);
+        const int cancelled = AF_Manager_Zoom_To_API(0x3000);
+        EXPECT_EQ(AF_Manager_Cancel_API(cancelled), 0);
+        EXPECT_EQ(await(AF_Manager_Focus_To_API(0x9000)), AF_OUTCOME_DONE);
+        EXPECT_EQ(await(cancelled), AF_OUTCOME_CANCELLED);
+    });
+    run([] { // between a zoom and the run at its end: nobody focuses
+        static bool isCancelled;
+        settleAndObey([](const AF_Event_ST &event) {
+            if (isEndOf(event, AF_ACTIVITY_ZOOMING) && !isCancelled)
+                isCancelled = AF_Manager_Cancel_API(0) == 0;
+        });
+        const unsigned runs = status().runs;
+        AF_Manager_Zoom_Tele_API();
+        passMs(700);
+        AF_Manager_Zoom_Stop_API();
+        passMs(5000);
+        EXPECT_TRUE(isCancelled);
+        EXPECT_EQ(status().runs, runs);
+    });
+    run([] { // start-up: home is found, and the lens stands
+        startLibrary();
+        waitUntil([] { return status().activity == AF_ACTIVITY_STARTING; }, 10, "start-up");
+        passMs(2000);
+        const int startUp = status().ticket;
+        EXPECT_EQ(AF_Manager_Cancel_API(0), 0);
+        EXPECT_EQ(await(startUp), AF_OUTCOME_CANCELLED);
+        passMs(10000);
+        EXPECT_EQ(status().runs, 0u);
         expectSound();
     });
 }

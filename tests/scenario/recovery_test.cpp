@@ -99,6 +99,47 @@ TEST(Recovery, searches_for_home_less_and_less_often_while_it_cannot_be_found) {
     });
 }
 
+TEST(Recovery, says_that_start_up_failed_and_parks_before_the_first_order_that_follows) {
+    run([] {
+        recover();
+        startLibrary();
+        waitUntil([] { return countSaid("Check FPI Success.") > 0; }, 60, "home");
+        passMs(150); // on its way to the wide end
+        vcam::failCalls("ioctl", kSpi, vcam::kAlways, EIO);
+        EXPECT_EQ(await(1), AF_OUTCOME_FAULT);
+    });
+    run([] {
+        recover();
+        introduceHost();
+        vcam::failCalls("ioctl", kSpi, vcam::kAlways, EIO);
+        AF_Manager_Start_API();
+        waitUntil([] { return faultsNow() != 0; }, 10, "a fault");
+        EXPECT_EQ(await(1), AF_OUTCOME_FAULT);
+        vcam::clearFaults();
+        passMs(3000);
+        EXPECT_LE(await(AF_Manager_Autofocus_API()), AF_OUTCOME_UNSURE);
+        EXPECT_EQ(vcam::truePosition(Axis::Zoom), int(ZM_Wide_Limit));
+        expectSound();
+    });
+}
+
+TEST(Recovery, lets_go_of_a_pause_when_it_is_cancelled_or_switched_off) {
+    run([] {
+        recover();
+        startAndSettle();
+        vcam::failCalls("ioctl", "/dev/hi_gpio", vcam::kAlways, EIO);
+        for (int search = 0; search < 8; ++search)
+            await(AF_Manager_Home_API());
+        const int waiting = AF_Manager_Zoom_To_API(0x3000);
+        passMs(100);
+        EXPECT_EQ(AF_Manager_Cancel_API(waiting), 0);
+        EXPECT_LT(msOf(waiting, AF_OUTCOME_CANCELLED), 200);
+        vcam::clearFaults();
+        AF_Manager_Set_Setting_API(AF_SETTING_RECOVERY, 0);
+        EXPECT_LT(msOf(AF_Manager_Home_API(), AF_OUTCOME_DONE), 15000);
+    });
+}
+
 TEST(Recovery, outlives_failing_statistics_and_asks_once_a_second) {
     using vcam::IspCall;
     for (const IspCall call :

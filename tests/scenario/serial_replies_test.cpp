@@ -608,7 +608,7 @@ TEST(SerialReplies, pelco_d_sets_calls_and_clears_presets_and_tells_the_zoom) {
         const unsigned low = zoomPosition16() & 0xFF;
         send(pelco(0, 0x55));
         passMs(20);
-        char expected[16];
+        char expected[24];
         snprintf(expected, sizeof expected, "ff01005d%02x%02x%02x", high, low,
                  (1 + 0x5D + high + low) & 0xFF);
         EXPECT_EQ(textSince(fromUs), expected);

@@ -1,5 +1,6 @@
 // Shell commands. The register tool sets pin functions of a chip that is not there: it is traced
 // and succeeds. Other commands run for real, with their paths led into the scratch folder.
+#include "boundary/absent_file.h"
 #include "boundary/faults.h"
 #include "boundary/redirect.h"
 #include "clock/next_call.h"
@@ -19,6 +20,7 @@ static const char kRegisterTool[] = "himm ";
 static int runCommand(const char *command) {
     const Unobserved unobserved;
     trace("shell", "run", "command=\"%s\"", command);
+    forgetAbsent();
     if (failsNow("system", command))
         return -1;
     if (strncmp(command, kRegisterTool, strlen(kRegisterTool)) == 0)

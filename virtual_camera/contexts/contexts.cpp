@@ -19,7 +19,7 @@
 
 namespace vcam {
 
-static constexpr size_t kLeastStack = 1 << 20; // only what is used takes memory
+static constexpr size_t kLeastStack = 8 << 20; // only what is used takes memory
 static constexpr int kMostContexts = 256;      // those that nobody has joined yet among them
 
 /// What a kernel thread keeps of the exceptions that it is handling.
@@ -27,8 +27,9 @@ using Exceptions = char[2 * sizeof(void *)];
 
 namespace {
 struct Context {
-    void *stackPointer; ///< While it does not run.
-    char *stack;        ///< The guard page first; kept for the next one.
+    _Unwind_Exception leaving; ///< By pthread_exit.
+    void *stackPointer;        ///< While it does not run.
+    char *stack;               ///< The guard page first; kept for the next one.
     size_t stackSize;
     Thread *thread;
     void *result;
@@ -120,7 +121,7 @@ static bool destroyValues() {
     for (int round = 0; round < PTHREAD_DESTRUCTOR_ITERATIONS && destroyValues(); ++round) {
     }
     endThread(*running->thread);
-    _exit(EXIT_SUCCESS); // the last one there was
+    exit(EXIT_SUCCESS); // the last one there was, as with kernel threads
 }
 
 static void enter() {
@@ -139,9 +140,8 @@ static _Unwind_Reason_Code stopAtEnd(int, _Unwind_Action actions, _Unwind_Except
 }
 
 void exitContext(void *result) {
-    static _Unwind_Exception leaving; // nobody else runs before its last use
-    memset(&leaving, 0, sizeof leaving);
-    _Unwind_ForcedUnwind(&leaving, stopAtEnd, result);
+    running->leaving = {};
+    _Unwind_ForcedUnwind(&running->leaving, stopAtEnd, result);
     endProcess("a thread that exits cannot be unwound");
 }
 
@@ -171,9 +171,12 @@ static bool makeStack(Context &context, size_t size) {
         munmap(context.stack, context.stackSize + guard);
     void *stack = mmap(nullptr, size + guard, PROT_READ | PROT_WRITE,
                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
-    context.stack = stack == MAP_FAILED ? nullptr : static_cast<char *>(stack);
+    const bool isMade = stack != MAP_FAILED && mprotect(stack, guard, PROT_NONE) == 0;
+    if (stack != MAP_FAILED && !isMade)
+        munmap(stack, size + guard);
+    context.stack = isMade ? static_cast<char *>(stack) : nullptr;
     context.stackSize = size;
-    return context.stack != nullptr && mprotect(context.stack, guard, PROT_NONE) == 0;
+    return isMade;
 }
 
 static bool startsDetached(const pthread_attr_t *attributes) {
@@ -204,6 +207,8 @@ static int joinContext(pthread_t handle, void **result) {
     if (!isContext(handle))
         return nextJoin(handle, result);
     Context &context = contextOf(handle);
+    if (&context == running)
+        return EDEADLK;
     if (!context.isUsed || context.isDetached)
         return EINVAL;
     if (result != nullptr)

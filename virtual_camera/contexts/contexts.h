@@ -7,7 +7,9 @@
 //
 // Not kept apart: thread_local variables, the signal mask, clean-up handlers of C frames. A
 // recursive or error-checking mutex takes all contexts for one owner. pthread_cancel ends the
-// process: whoever needs it asks for kernel threads.
+// process; other calls on a thread's handle (pthread_kill, pthread_setname_np, ...) and joining by
+// a thread that is not registered must not be made, and a signal does not end pause(): whoever
+// needs these asks for kernel threads.
 #pragma once
 
 #include <pthread.h>

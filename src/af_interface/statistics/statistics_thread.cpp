@@ -133,8 +133,9 @@ void *afvManageThread(void *) {
         }
         serveDiagnosticGrid(&gridFrames);
         reduceZones(stIspStatics.stFocusStat, &record);
-        HI_MPI_ISP_QueryExposureInfo(kIspDevice, &stExpInfo);
-        HI_MPI_ISP_SetStatisticsConfig(kIspDevice, &stIspStaticsCfg);
+        HI_S32 result = HI_MPI_ISP_QueryExposureInfo(kIspDevice, &stExpInfo);
+        result |= HI_MPI_ISP_SetStatisticsConfig(kIspDevice, &stIspStaticsCfg);
+        noteCall(kFaultIsp, result == 0);
         record.AGain = stExpInfo.u32AGain;
         record.DGain = stExpInfo.u32DGain;
         record.ISPGain = stExpInfo.u32ISPDGain;

@@ -9,10 +9,12 @@
 #include "af_lens/motion/motors.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/autofocus_run.h"
+#include "autofocus/host/settings_table.h"
 #include "autofocus/lens_control.h"
 #include "autofocus/moves.h"
 #include "autofocus/statistics.h"
 #include "autofocus/types.h"
+#include "autofocus_control.h"
 #include "platform/arithmetic.h"
 #include "platform/faults.h"
 #include "platform/library_thread.h"
@@ -152,6 +154,13 @@ static void noteSearches(unsigned int failedBefore) {
     }
 }
 
+// Standing states do not wait, nor does what recovery has nothing to do with any more.
+static bool mustPause() {
+    const bool isPause = pollsToWait > 0 && settingOf(AF_SETTING_RECOVERY) != 0;
+    pollsToWait = isPause ? pollsToWait - 1 : 0;
+    return isPause && isWork(Lens_Get_Command());
+}
+
 static void serveMailbox() {
     const unsigned int failed = countFailedSearches();
     settleVerdict();
@@ -160,18 +169,21 @@ static void serveMailbox() {
     setRecovering(false); // whoever drives the motors next decides anew
 }
 
+static void poll() {
+    if (claimMotors()) { // else the manual stepping thread drives: the command waits
+        serveMailbox();
+        releaseMotors();
+    } else {
+        noteStepping();
+    }
+}
+
 void *thLensCtrl(void *) {
     pthread_detach(pthread_self());
     enterLibraryThread();
     while (loadWord(&gLensCtrl) == 0) {
-        if (pollsToWait > 0) {
-            --pollsToWait;
-        } else if (claimMotors()) { // else the manual stepping thread drives: the command waits
-            serveMailbox();
-            releaseMotors();
-        } else {
-            noteStepping();
-        }
+        if (!mustPause())
+            poll();
         usleep(kPollUs);
     }
     withdrawRecord();

@@ -10,6 +10,7 @@
 #include "autofocus/persistence.h"
 #include "autofocus/types.h"
 #include "autofocus/utilities.h"
+#include "platform/faults.h"
 #include "platform/trace.h"
 
 static unsigned int infinityFocusAtWide() {
@@ -49,6 +50,8 @@ void Lens_Init(void) {
     if (!findHome()) {
         char line[] = "PI check error !\n";
         aflog(line);
+        if (isRecovering()) // the next search goes where this one would have
+            setPosition(ZM_Wide_Limit, infinityFocusAtWide());
         return;
     }
     Lens_To_Destination(ZM_Wide_Limit, infinityFocusAtWide());

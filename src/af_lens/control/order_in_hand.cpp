@@ -68,12 +68,19 @@ static AF_Outcome_em outcomeOfMove() {
 
 // ---- Beginning
 
+// Nothing focuses by itself after a cancelling, that of an order which was not taken yet included.
+static void closeWaiting(int ticket) {
+    const bool isCut = wasCancelledWaiting(ticket);
+    if (isCut)
+        lensFocusMode(CMD_MFMODE);
+    closeTicket(ticket, AF_ACTIVITY_IDLE, isCut ? AF_OUTCOME_CANCELLED : AF_OUTCOME_REPLACED);
+}
+
 static void closeGone(const TakenOrder &taken) {
     for (int ticket = taken.goneAfter; ticket != taken.goneTo;) {
         ticket = nextTicket(ticket);
         if (ticket != taken.ticket)
-            closeTicket(ticket, AF_ACTIVITY_IDLE,
-                        ticket == taken.cancelled ? AF_OUTCOME_CANCELLED : AF_OUTCOME_REPLACED);
+            closeWaiting(ticket);
     }
 }
 
@@ -102,13 +109,14 @@ static bool isStopBeside(const TakenOrder &taken) {
 }
 
 static const TakenOrder &begin(const TakenOrder &order) {
+    settleVerdict();
     if (hand.ticket != 0 && !order.isContinued)
         close(outcomeOfMove()); // its follow-up never came to run
     closeGone(order);
     if (isStopBeside(order)) {
         enterActivity(order.ticket, AF_ACTIVITY_IDLE);
         closeTicket(order.ticket, AF_ACTIVITY_IDLE, AF_OUTCOME_DONE);
-        takeFollowing(order.content);
+        closeGone(takeFollowing(order.content));
     }
     takeInHand(order);
     return order;
@@ -123,6 +131,11 @@ const TakenOrder &beginFollowing(MailboxContent content) {
 }
 
 // ---- Ending
+
+static void noteRunOf(AF_Outcome_em verdict) {
+    const RunSummary run = summariseRun();
+    noteRun(verdict, run.frames, run.start, run.peak, run.floor);
+}
 
 static void standCancelled() {
     Lens_Save_ZFLocation();
@@ -143,22 +156,28 @@ static void endCancelled() {
     if (isLeftover(left) && left != CMD_FSTOP)
         leaveFollowUpOfCommand(left, CMD_FSTOP);
     standCancelled();
-    if (isRunToJudge())
+    if (isRunToJudge()) {
         judgeRun(false);
+        noteRunOf(AF_OUTCOME_CANCELLED);
+    }
     close(hasOrderFailed() ? AF_OUTCOME_FAULT : AF_OUTCOME_CANCELLED);
     putDown(false);
 }
 
 static void noteVerdict(AF_Outcome_em verdict) {
-    const RunSummary run = summariseRun();
-    noteRun(verdict, run.frames, run.start, run.peak, run.floor);
+    noteRunOf(verdict);
     close(hand.isPositioning ? outcomeOfMove() : verdict);
+}
+
+// It began where no run can, or another command was there before.
+static AF_Outcome_em outcomeWithoutRun() {
+    return lensFocusInterrupt() != 0 ? AF_OUTCOME_REPLACED : AF_OUTCOME_FAULT;
 }
 
 static void endRun() {
     putDown(false);
     if (!isRunToJudge())
-        close(hand.isPositioning ? outcomeOfMove() : AF_OUTCOME_REPLACED);
+        close(hand.isPositioning ? outcomeOfMove() : outcomeWithoutRun());
     else if (hand.isOrdered || !isRunComplete())
         noteVerdict(judgeRun(hand.isOrdered));
     else
@@ -185,7 +204,9 @@ void findHomeBefore() {
     if (!isLost() || hand.activity == AF_ACTIVITY_IDLE)
         return;
     MS419XX_Init(); // with its bus the chip may have lost what it was told
-    if (hand.activity != AF_ACTIVITY_HOMING && !regainPosition())
+    if (hasOrderFailed())
+        noteFailedSearch();
+    else if (hand.activity != AF_ACTIVITY_HOMING && !regainPosition())
         giveUpOrder();
 }
 
@@ -234,7 +255,11 @@ void beginStartUp() {
 }
 
 void endStartUp() {
+    const bool isBroken = hasOrderFailed() || !hasFoundHome();
+    const bool isCut = isCancelled() && !isBroken;
+    if (isCut)
+        leaveFollowUpOfCommand(CMD_ZSTOP, CMD_FSTOP);
     putDown(false);
     setRecovering(false);
-    close(hasFoundHome() ? AF_OUTCOME_DONE : AF_OUTCOME_FAULT);
+    close(isBroken ? AF_OUTCOME_FAULT : isCut ? AF_OUTCOME_CANCELLED : AF_OUTCOME_DONE);
 }

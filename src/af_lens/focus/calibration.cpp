@@ -115,7 +115,7 @@ void Lens_Generate_FocusLine2(void) {
     const FLine_Tagposition_ST former = g_FLineInfo;
     memset(&g_FLineInfo, 0, sizeof g_FLineInfo);
     usleep(kStartUs);
-    if (!measurePoints()) {
+    if (!measurePoints() || isCancelled()) {
         abandonMeasurement(former);
         return;
     }
@@ -134,6 +134,8 @@ void Lens_Generate_FocusLine2(void) {
 bool obeyCalibration(unsigned int seen) {
     Lens_Generate_FocusLine2();
     leaveFollowUpOfCommand(seen, CMD_NONE);
+    if (isMeasured && !hasOrderFailed())
+        forgetCancelling(); // the line is handed over
     return isMeasured;
 }
 

@@ -71,6 +71,8 @@ void Lens_Init_GlobalVariable(void) {
 }
 
 bool isPositionWorthKeeping() {
+    if (isRecovering()) // before it is doubtful for good, too
+        return (presentFaults() & (kFaultPosition | kFaultDriver | kFaultGpio)) == 0;
     return settingOf(AF_SETTING_RECOVERY) == 0 || !isPresent(kFaultPosition);
 }
 

@@ -19,7 +19,6 @@ static struct {
     int before; // the last ticket given before
     OrderKind kind;
     MailboxContent content;
-    bool isCancelled;
 } slip;
 static Waiting waiting = kNothingWaits; // whether the slip's order has not been taken yet
 static int issued = 0;                  // the last ticket there is
@@ -30,7 +29,12 @@ static int ticketInHand = 0;
 static int ticketCancelled = 0;
 static int ticketFailed = 0;
 static bool awaitsFollowUp = false; // of what is in hand
+static bool isChainCut = false;     // cancelled between two commands of one chain
 static TakenOrder taken;            // the lens-control thread's own
+
+// Tickets that were cancelled while they waited, until the lens-control thread tells of them.
+static const int kUntold = 64;
+static int cancelledWaiting[kUntold]; // at index ticket % kUntold
 
 // The lens-control thread has nothing to do but wait for whoever is between these two lines.
 static void beginTaking() {
@@ -65,7 +69,7 @@ int placeOrder(MailboxContent content, OrderKind kind) {
         return -1;
     int ticket = -1;
     if (!isClosed && hasRecord()) {
-        slip = {nextTicket(issued), issued, kind, content, false};
+        slip = {nextTicket(issued), issued, kind, content};
         storeWord(&issued, slip.ticket);
         storeWord(&waiting, kind == kAsCommand ? kCommandWaits : kTargetWaits);
         storeMailbox(content);
@@ -101,8 +105,6 @@ static void takeSlip() {
         taken.content = slip.content;
     taken.kind = slip.kind;
     taken.isOrdered = true;
-    if (slip.isCancelled) // while it waited behind the same command
-        storeWord(&ticketCancelled, slip.ticket);
 }
 
 static bool continuesInHand(unsigned int command) {
@@ -119,7 +121,6 @@ static void takeUnderClaim(MailboxContent content) {
         settle(slip.before); // it goes on waiting
         return;
     }
-    const bool isLost = waiting != kNothingWaits && !stands;
     storeWord(&waiting, kNothingWaits);
     if (stands) {
         takeSlip();
@@ -130,13 +131,15 @@ static void takeUnderClaim(MailboxContent content) {
         storeWord(&issued, nextTicket(issued));
         taken.ticket = issued;
     }
-    taken.cancelled = isLost && slip.isCancelled ? slip.ticket : 0;
     settle(issued);
 }
 
 static const TakenOrder &take(MailboxContent content, bool isHeld) {
     beginTaking();
-    contentInHand = readMailbox();
+    contentInHand = hasRecord() ? readMailbox() : makeContent(CMD_ZSTOP, 0);
+    if (isChainCut && !isHeld && issued != 0 && !stillHoldsSlip())
+        content = makeContent(CMD_FSTOP, valueOf(content));
+    isChainCut = false;
     takeUnderClaim(isHeld ? contentInHand : content);
     storeWord(&ticketInHand, taken.ticket);
     awaitsFollowUp = false;
@@ -155,17 +158,27 @@ const TakenOrder &takeFollowing(MailboxContent content) {
 void putDown(bool isContinued) {
     beginTaking();
     awaitsFollowUp = isContinued;
+    contentInHand = makeContent(isContinued ? CMD_FOCUS : CMD_NONE, valueOf(contentInHand));
     if (!isContinued)
         storeWord(&ticketInHand, 0);
     giveBackClaim(&ordering);
+}
+
+static void noteCancelledWaiting() {
+    storeWord(&cancelledWaiting[slip.ticket % kUntold], slip.ticket);
+    storeWord(&waiting, kNothingWaits);
+}
+
+bool wasCancelledWaiting(int ticket) {
+    return loadWord(&cancelledWaiting[ticket % kUntold]) == ticket;
 }
 
 const TakenOrder &closeOrders() {
     beginTaking();
     isClosed = true;
     taken.ticket = 0;
-    taken.cancelled = waiting != kNothingWaits ? slip.ticket : 0;
-    storeWord(&waiting, kNothingWaits);
+    if (waiting != kNothingWaits)
+        noteCancelledWaiting();
     settle(issued);
     giveBackClaim(&ordering);
     return taken;
@@ -176,15 +189,16 @@ const TakenOrder &closeOrders() {
 // What waits goes from the mailbox as if it had never come: what is in hand stays there.
 static void emptyMailboxOf(MailboxContent content) {
     const MailboxContent standing = makeContent(CMD_FSTOP, valueOf(content));
-    exchangeMailbox(content, loadWord(&ticketInHand) != 0 ? contentInHand : standing);
+    const bool goesOn = loadWord(&ticketInHand) != 0 && !isCancelled();
+    exchangeMailbox(content, goesOn ? contentInHand : standing);
 }
 
 static bool cancelWaiting(int ticket) {
     if (stillHoldsSlip()) {
         if (ticket != 0 && ticket != slip.ticket)
             return false;
-        slip.isCancelled = true;
         emptyMailboxOf(slip.content);
+        noteCancelledWaiting();
         return true;
     }
     const MailboxContent held = readMailbox();
@@ -197,12 +211,12 @@ static bool cancelWaiting(int ticket) {
 int cancelOrder(int ticket) {
     if (!awaitClaim(&ordering, kLongestPlacingMs))
         return -1;
-    bool isFound = cancelWaiting(ticket);
     const int inHand = loadWord(&ticketInHand);
-    if (inHand != 0 && (ticket == 0 || ticket == inHand)) {
+    bool isFound = inHand != 0 && (ticket == 0 || ticket == inHand);
+    if (isFound)
         storeWord(&ticketCancelled, inHand);
-        isFound = true;
-    }
+    isFound = cancelWaiting(ticket) || isFound;
+    isChainCut = isChainCut || inHand == 0;
     giveBackClaim(&ordering);
     return isFound || ticket == 0 ? 0 : -1;
 }
@@ -210,6 +224,10 @@ int cancelOrder(int ticket) {
 bool isCancelled() {
     const int inHand = loadWord(&ticketInHand);
     return inHand != 0 && loadWord(&ticketCancelled) == inHand;
+}
+
+void forgetCancelling() {
+    storeWord(&ticketCancelled, 0);
 }
 
 void failOrder() {
@@ -239,7 +257,9 @@ int lensMotorInterrupt(AF_CMD_em emCmd) {
 
 unsigned int leaveFollowUp(AF_CMD_em followUp) {
     beginTaking();
-    if (!stillHoldsSlip() && Lens_Get_Command() != static_cast<unsigned int>(followUp))
+    if (stillHoldsSlip())
+        contentInHand = makeContent(followUp, valueOf(contentInHand));
+    else if (Lens_Get_Command() != static_cast<unsigned int>(followUp))
         Lens_Set_Command(followUp);
     giveBackClaim(&ordering);
     return Lens_Get_Command();
@@ -247,7 +267,9 @@ unsigned int leaveFollowUp(AF_CMD_em followUp) {
 
 void leaveFollowUpOf(MailboxContent seen, AF_CMD_em followUp) {
     beginTaking();
-    if (!stillHoldsSlip())
+    if (stillHoldsSlip())
+        contentInHand = makeContent(followUp, valueOf(seen));
+    else
         exchangeMailbox(seen, makeContent(followUp, valueOf(seen)));
     giveBackClaim(&ordering);
 }

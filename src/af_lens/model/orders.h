@@ -34,7 +34,6 @@ struct TakenOrder {
     bool isOrdered;   ///< Placed here, not stored past here.
     int goneAfter;    ///< The tickets after this one ...
     int goneTo;       ///< ... up to this one will never be taken, the one above excepted: ...
-    int cancelled;    ///< ... they were replaced, but this one was cancelled; 0: none.
 };
 
 /// Take in hand what the mailbox holds. Lens-control thread.
@@ -54,12 +53,18 @@ bool doesOrderWait();
 /// No order is accepted any more. @return what was still waiting, as of takeOrder().
 const TakenOrder &closeOrders();
 
+/// Whether @p ticket was cancelled before it was taken, of the last 64 or so. Lens-control thread.
+bool wasCancelledWaiting(int ticket);
+
 /// Cancel @p ticket, or with 0 whatever is in hand or waits. @return 0; -1 when it is neither. Any
 /// thread.
 int cancelOrder(int ticket);
 
 /// Whether what is in hand is cancelled.
 bool isCancelled();
+
+/// What is in hand is done already: cancelling it came too late.
+void forgetCancelling();
 
 /// End what is in hand as a fault, on cancel's path. The thread that drives the motors.
 void failOrder();

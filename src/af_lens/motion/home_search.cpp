@@ -221,13 +221,20 @@ unsigned int countFailedSearches() {
     return failedSearches;
 }
 
+void noteFailedSearch() {
+    failedSearches += 1;
+    noteCall(kFaultHoming, false);
+}
+
 int Lens_Check_PIPosition(void) {
     const DrivenSteps before = countDrivenSteps();
     setSearching(true);
     const bool isFound = Lens_Search_PI() == 0;
     setSearching(false);
-    failedSearches += isFound ? 0 : 1;
-    noteCall(kFaultHoming, isFound);
+    if (isFound)
+        noteCall(kFaultHoming, true);
+    else
+        noteFailedSearch();
     noteCall(kFaultPosition, isFound);
     if (!isFound) {
         TRACE_TEXT("Failure.");

@@ -17,6 +17,9 @@ void parkAtWide();
 /// Searches since load that did not find home. The thread that drives the motors.
 unsigned int countFailedSearches();
 
+/// Another one, which could not even begin.
+void noteFailedSearch();
+
 /// Find home, and go back to where the counters say that the lens was.
 /// @return false when home was not found, nothing else moved then.
 bool regainPosition();
