@@ -112,7 +112,7 @@ const char *const kIspCalls[] = {
 // each name.
 const char kOtherImports[] =
     " __errno_location ceil ceilf clock_gettime fcntl floor floorf gettimeofday localtime_r "
-    "memcmp memcpy memset perror pthread_cond_signal pthread_detach pthread_equal "
+    "memcmp memcpy memmove memset perror pthread_cond_signal pthread_detach pthread_equal "
     "pthread_getspecific pthread_key_create pthread_mutex_lock pthread_mutex_unlock "
     "pthread_once pthread_self pthread_setspecific pthread_sigmask putchar puts sigdelset "
     "sigfillset snprintf sqrtf strcpy strlen tcgetattr tcsetattr time ";

@@ -9,6 +9,7 @@
 #include "optics/scene.h"
 #include "platform/shared_word.h"
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <mutex>
@@ -339,7 +340,7 @@ static bool isEndOf(const AF_Event_ST &event, unsigned activity) {
 
 TEST(Orders, do_not_run_again_when_the_next_one_is_cancelled_before_it_is_taken) {
     run([] {
-        static int next;
+        static std::atomic<int> next;
         settleAndObey([](const AF_Event_ST &event) {
             if (!isEndOf(event, AF_ACTIVITY_ZOOMING) || next != 0)
                 return;
@@ -365,7 +366,7 @@ TEST(Orders, do_not_run_again_when_the_next_one_is_cancelled_before_it_is_taken)
 
 TEST(Orders, that_a_callback_places_all_end) {
     run([] {
-        static int first, second;
+        static std::atomic<int> first, second;
         settleAndObey([](const AF_Event_ST &event) {
             if (event.activity != AF_ACTIVITY_IDLE || event.outcome != AF_OUTCOME_DONE ||
                 first != 0)
@@ -392,7 +393,7 @@ TEST(Orders, cancelled_while_they_wait_say_so_whatever_comes_after_them) {
         EXPECT_EQ(await(cancelled), AF_OUTCOME_CANCELLED);
     });
     run([] { // between a zoom and the run at its end: nobody focuses
-        static bool isCancelled;
+        static std::atomic<bool> isCancelled;
         settleAndObey([](const AF_Event_ST &event) {
             if (isEndOf(event, AF_ACTIVITY_ZOOMING) && !isCancelled)
                 isCancelled = AF_Manager_Cancel_API(0) == 0;
