@@ -97,12 +97,14 @@ void giveBaton(Thread &thread) {
 }
 
 void awaitBaton(Thread &self) {
+    const int error = errno; // waiting for a turn is nothing that the program does
     while (__atomic_load_n(&self.baton, __ATOMIC_ACQUIRE) == 0) {
         if (syscall(SYS_futex, &self.baton, FUTEX_WAIT_PRIVATE, 0, nullptr, nullptr, 0) != 0 &&
             errno == EINTR)
             self.wasInterrupted = true;
     }
     __atomic_store_n(&self.baton, 0U, __ATOMIC_RELAXED);
+    errno = error;
 }
 
 } // namespace vcam
