@@ -20,6 +20,7 @@ static const int kBufferSize = 32;
 static const long kSelectUs = 3000000;
 static const useconds_t kQuietPortUs = 10000;
 static const useconds_t kDeadPortUs = 1000000;
+static const unsigned char kPelcoAddress = 0x01;
 static const char kSelectFailed[] = "SonyViscaProtocol select() call";
 
 enum PortState { kPortReadable, kPortQuiet, kPortFailed };
@@ -101,8 +102,10 @@ static void serve(int fd) {
 // Pelco-D that is not answered comes back from there.
 static void serveWithReplies(int fd) {
     openPort(fd);
-    while (unsigned char *frame = answerUntilPelcoD(fd))
-        PelcodProcess(frame, kPelcoFrame);
+    while (unsigned char *frame = answerUntilPelcoD(fd)) {
+        if (frame[1] == kPelcoAddress) // as framing.cpp has it
+            PelcodProcess(frame, kPelcoFrame);
+    }
     perror(kSelectFailed);
 }
 

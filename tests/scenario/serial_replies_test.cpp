@@ -555,6 +555,9 @@ TEST(SerialReplies, pelco_d_at_1_does_what_it_did_without_replies) {
         send(pelco(0, 0x22)); // a pan bit beside the lens's
         passMs(200);
         EXPECT_FALSE(hasRun(Axis::Zoom));
+        send({0xFF, 0x02, 0x00, 0x20, 0x00, 0x00, 0x22}); // tele, to another camera
+        passMs(200);
+        EXPECT_FALSE(hasRun(Axis::Zoom));
         send(vcam::kPelcoTele);
         passMs(500);
         EXPECT_TRUE(hasRun(Axis::Zoom));

@@ -102,7 +102,7 @@ static void noteEnd(unsigned socket, bool isCancelled, const Bytes &message) {
 }
 
 static void noteError(unsigned socket, uint8_t error, const Bytes &message) {
-    Asked asked;
+    Asked asked = {};
     if (socket == 0 && (error == 0x02 || error == 0x03)) {
         if (!takeAsked(Due::Acknowledgement, &asked) && asked.due != Due::Answer)
             complain("refuses what nobody has sent", message);

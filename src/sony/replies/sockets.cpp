@@ -134,6 +134,7 @@ static void start(int socket, MailboxContent content, OrderKind kind) {
 void orderDirect(MailboxContent content, OrderKind kind) {
     for (int i = 1; i <= kSockets; ++i)
         if (isSame(orders[i], content, kind)) {
+            orders[i].acknowledgedUs = nowUs();
             sendReply(kAcknowledgeHead + static_cast<unsigned int>(i), nullptr, 0);
             return;
         }
