@@ -1,0 +1,45 @@
+#include "searches.h"
+
+#include <cstdlib>
+
+#include "autofocus_control.h"
+#include "cell.h"
+
+namespace lab {
+
+const std::vector<Search> &allSearches() {
+    static const std::vector<Search> table = {
+        {"built-in", "the library's, as it is at load", nullptr, {}},
+    };
+    return table;
+}
+
+const Search *findSearch(const std::string &name) {
+    for (const Search &search : allSearches()) {
+        if (search.name == name)
+            return &search;
+    }
+    return nullptr;
+}
+
+std::string nameSearches() {
+    std::string names;
+    for (const Search &search : allSearches())
+        names += (names.empty() ? "" : ", ") + std::string(search.name);
+    return names;
+}
+
+static int valueOf(const std::string &value, const Cell &cell) {
+    const bool isNumber = value.find_first_not_of("-0123456789") == std::string::npos;
+    return atoi((isNumber ? value : settingOf(cell, value)).c_str());
+}
+
+bool makeLibrarySettings(const Cell &cell) {
+    for (const auto &[setting, value] : cell.search->librarySettings) {
+        if (AF_Manager_Set_Setting_API(setting, valueOf(value, cell)) != 0)
+            return false;
+    }
+    return true;
+}
+
+} // namespace lab
