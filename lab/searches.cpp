@@ -4,12 +4,18 @@
 
 #include "autofocus_control.h"
 #include "cell.h"
+#include "rivals/rivals.h"
 
 namespace lab {
 
 const std::vector<Search> &allSearches() {
     static const std::vector<Search> table = {
         {"built-in", "the library's, as it is at load", nullptr, {}},
+        {"full-scan", "every half depth of the range, and a parabola", scanFully, {}},
+        {"golden", "golden section over the range", searchByGoldenSection, {}},
+        {"hill", "hill climbing, and a parabola", climbHill, {}},
+        {"coarse-fine", "scans of ten positions, five frames each", scanCoarseToFine, {}},
+        {"blur", "planted: goes to the lowest value", seekBlur, {}},
     };
     return table;
 }

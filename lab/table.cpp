@@ -36,6 +36,7 @@ FocusFigures sumUpFocus(Store &store, long experiment, const std::string &cell, 
         figures.wrong.part += isCalledFocused && error > 2 ? 1 : 0;
         figures.refused.whole += error <= 1 ? 1 : 0;
         figures.refused.part += error <= 1 && !isCalledFocused ? 1 : 0;
+        figures.judged += verdict != AF_OUTCOME_DONE ? 1 : 0;
         figures.broken += verdict == AF_OUTCOME_NONE ? 1 : 0;
         farOut += row[4] == "1" ? 1 : 0;
         frames.push_back(atof(row[1].c_str()));
@@ -57,10 +58,12 @@ void printFocusTable(const std::vector<FocusFigures> &rows) {
         char frames[32];
         snprintf(frames, sizeof frames, "%.0f / %.0f / %.0f", row.frames[0], row.frames[1],
                  row.frames[2]);
-        printf("%-*s %8ld  %6.2f (%5.2f - %6.2f) %-17s %8.2f %8.1f %6.1f\n",
-               static_cast<int>(width), row.cell.c_str(), row.within.whole, row.within.percent(),
-               row.within.low(), row.within.high(), frames, row.wrong.percent(),
-               row.refused.percent(), row.farOut);
+        char verdicts[32];
+        snprintf(verdicts, sizeof verdicts, "%8.2f %8.1f", row.wrong.percent(),
+                 row.refused.percent());
+        printf("%-*s %8ld  %6.2f (%5.2f - %6.2f) %-17s %17s %6.1f\n", static_cast<int>(width),
+               row.cell.c_str(), row.within.whole, row.within.percent(), row.within.low(),
+               row.within.high(), frames, row.judged > 0 ? verdicts : "-        -", row.farOut);
         if (row.broken > 0)
             printf("    %ld runs of it never ended\n", row.broken);
     }

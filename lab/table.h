@@ -17,6 +17,7 @@ struct FocusFigures {
     double frames[3] = {}; ///< Median, 95 %, most.
     double samples[3] = {};
     double farOut = 0; ///< Percent that began where the picture shows next to nothing.
+    long judged = 0;   ///< Runs that ended with a verdict.
     long broken = 0;   ///< Never ended.
 };
 
