@@ -58,13 +58,25 @@ static std::string shorten(const std::string &text) {
 }
 
 /// Written out they would make two cells of one.
+static const Settings &defaults() {
+    static const Settings table = {{"nearest", "1.5"},   {"noise", "1"},
+                                   {"night", "off"},     {"frame-rate", "25"},
+                                   {"gaussian", "off"},  {"built-in-curves", "off"},
+                                   {"no-texture", "off"}};
+    return table;
+}
+
 static bool isDefault(const std::string &name, const std::string &text) {
-    static const Settings defaults = {{"nearest", "1.5"},   {"noise", "1"},
-                                      {"night", "off"},     {"frame-rate", "25"},
-                                      {"gaussian", "off"},  {"built-in-curves", "off"},
-                                      {"no-texture", "off"}};
-    return std::find(defaults.begin(), defaults.end(), std::make_pair(name, text)) !=
-           defaults.end();
+    const Settings &table = defaults();
+    return std::find(table.begin(), table.end(), std::make_pair(name, text)) != table.end();
+}
+
+double defaultOf(const std::string &name) {
+    for (const auto &[option, text] : defaults()) {
+        if (option == name)
+            return atof(text.c_str());
+    }
+    return 0;
 }
 
 static std::string complainOfDraw(const DrawCondition &draw, const std::string &text) {

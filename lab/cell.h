@@ -50,6 +50,9 @@ std::string addSetting(const std::string &name, const std::string &text, Setting
 /// "" when the cell does not set it.
 std::string settingOf(const Cell &cell, const std::string &name);
 
+/// What a numeric condition is in a cell that does not set it.
+double defaultOf(const std::string &name);
+
 /// Sixteen hexadecimal digits of the cell's text.
 std::string hashOf(const Cell &cell);
 

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "clock/seeded_random.h"
+#include "clock/virtual_clock.h"
 #include "optics/lens_curves.h"
 #include "stage.h"
 
@@ -14,6 +15,7 @@ namespace lab {
 
 static constexpr int kRunsPerUnit = 20;
 static constexpr uint64_t kRunPurpose = 91;
+static constexpr int64_t kUsPerMs = 1000;
 static constexpr int kRestFrames = 22; // fewer than the refocus trigger takes to fire
 
 static vcam::CameraOptions makeUnit(long unit) {
@@ -35,15 +37,16 @@ static RowText playRun(const Cell &cell, const vcam::CameraOptions &camera, long
     const Place place = drawPlace(random, drawValueOf(cell, "nearest"));
     takePlace(place, settingOf(cell, "distance").empty());
     const double startError = vcam::focusErrorHalfDepths();
+    const int64_t orderedMs = vcam::nowUs() / kUsPerMs;
     const Watched watched = focusOnce(cell);
     char row[200];
-    snprintf(row, sizeof row, "%ld,%s,%d,%d,%.3f,%d,%.3f,%.1f,%.3f,%ld,%u,%d,%ld,%ld,%d,%d", run,
-             camera.lensType == 0 ? "A" : "B", place.zoom, place.isOnGrid ? 0 : 1, place.dioptres,
-             place.focus, roundTo(vcam::halfDepthStepsAt(place.zoom), 0.001),
+    snprintf(row, sizeof row, "%ld,%s,%d,%d,%.3f,%d,%.3f,%.1f,%.3f,%ld,%u,%d,%ld,%ld,%d,%d,%ld",
+             run, camera.lensType == 0 ? "A" : "B", place.zoom, place.isOnGrid ? 0 : 1,
+             place.dioptres, place.focus, roundTo(vcam::halfDepthStepsAt(place.zoom), 0.001),
              roundTo(startError, 0.1), roundTo(vcam::focusErrorHalfDepths(), 0.001),
              static_cast<long>(watched.frames), watched.samples, watched.reversals,
              static_cast<long>(watched.steps), static_cast<long>(watched.ms), watched.outcome,
-             watched.isFarOut ? 1 : 0);
+             watched.isFarOut ? 1 : 0, static_cast<long>(orderedMs));
     passFrames(kRestFrames);
     return row;
 }
@@ -77,7 +80,8 @@ Kind makeFocusKind() {
              {"steps", "INTEGER"},
              {"ms", "INTEGER"},
              {"verdict", "INTEGER"},
-             {"far_out", "INTEGER"}},
+             {"far_out", "INTEGER"},
+             {"at_ms", "INTEGER"}},
             makeUnit,
             playUnit};
 }

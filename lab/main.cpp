@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -11,6 +12,8 @@
 #include "experiment.h"
 #include "grid.h"
 #include "option_table.h"
+#include "report/report.h"
+#include "show.h"
 #include "table.h"
 
 namespace {
@@ -21,11 +24,16 @@ struct Words {
     std::string searches = "built-in";
     std::string cell;
     std::map<std::string, std::string> lists; // by option
+    std::string out = "out";
+    std::string build;
+    std::string trace = "out/lab_trace.txt";
     long runs = 10000;
     long first = 0;
     long count = 0;
 };
 
+const char *const kCellHelp =
+    "\"search=built-in noise=4\"; the library as loaded, by day, if not given";
 constexpr long kMostRuns = 100000000;
 
 int complain(const std::string &what) {
@@ -109,6 +117,23 @@ int playFocus(const Words &words) {
     return tellEnding(ending);
 }
 
+int report(const Words &words) {
+    if (!std::filesystem::exists(words.store))
+        return complain(words.store + ": there is no such store");
+    lab::Store store(words.store);
+    if (!store.error().empty())
+        return complain(words.store + ": " + store.error());
+    return lab::writeReport(store, words.build, words.out);
+}
+
+int show(const Words &words) {
+    lab::Cell cell;
+    const std::string complaint = lab::readCell(words.cell, cell);
+    if (!complaint.empty())
+        return complain("--cell: " + complaint);
+    return lab::showRun(cell, words.first, words.trace);
+}
+
 int printRows(const Words &words) {
     lab::Cell cell;
     const std::string complaint = lab::readCell(words.cell, cell);
@@ -139,12 +164,23 @@ int main(int argc, char **argv) {
     chunk->add_option("count", words.count, "how many")
         ->required()
         ->check(CLI::Range(1L, kMostRuns));
-    chunk->add_option("--cell", words.cell,
-                      "\"search=built-in noise=4\"; as loaded by day if not "
-                      "given");
+    chunk->add_option("--cell", words.cell, kCellHelp);
+    CLI::App *shown = app.add_subcommand("show", "one run again, frame by frame");
+    shown->add_option("run", words.first, "its number")
+        ->required()
+        ->check(CLI::Range(0L, kMostRuns));
+    shown->add_option("--cell", words.cell, kCellHelp);
+    shown->add_option("--trace", words.trace, "where its unit's trace goes; out/lab_trace.txt");
+    CLI::App *reported = app.add_subcommand("report", "a page of what the store holds");
+    reported->add_option("--store", words.store, "out/lab.sqlite unless given");
+    reported->add_option("--out", words.out, "folder of lab.html and its charts; out unless given");
+    reported->add_option("--build", words.build, "whose rows; the last one's unless given");
     CLI11_PARSE(app, argc, argv);
 
-    const int status = chunk->parsed() ? printRows(words) : playFocus(words);
+    const int status = chunk->parsed()      ? printRows(words)
+                       : shown->parsed()    ? show(words)
+                       : reported->parsed() ? report(words)
+                                            : playFocus(words);
     if (fflush(stdout) == 0 && ferror(stdout) == 0)
         return status;
     return complain("standard output can't be written");

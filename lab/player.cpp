@@ -45,9 +45,11 @@ static bool writeAll(int to, const std::string &text) {
     return true;
 }
 
-[[noreturn]] static void playAndLeave(const Kind &kind, const Cell &cell, long unit, int to) {
+[[noreturn]] static void playAndLeave(const Kind &kind, const Cell &cell, long unit, int to,
+                                      const std::string &traceFile = "") {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     vcam::CameraOptions camera = kind.makeUnit(unit);
+    camera.traceFile = traceFile;
     applySettings(cell, camera);
     vcam::powerOn(camera);
     std::string text;
@@ -87,14 +89,15 @@ static bool readSome(int from, std::string &text) {
     return size > 0 || (size < 0 && errno == EINTR);
 }
 
-std::vector<RowText> playUnitApart(const Kind &kind, const Cell &cell, long unit) {
+std::vector<RowText> playUnitApart(const Kind &kind, const Cell &cell, long unit,
+                                   const std::string &traceFile) {
     int ends[2];
     if (pipe(ends) != 0)
         return {};
     fflush(nullptr);
     const pid_t child = fork();
     if (child == 0)
-        playAndLeave(kind, cell, unit, ends[1]);
+        playAndLeave(kind, cell, unit, ends[1], traceFile);
     close(ends[1]);
     std::string text;
     while (readSome(ends[0], text)) {

@@ -21,7 +21,9 @@ using IsOver = std::function<bool()>;
 void playUnits(const Kind &kind, const Cell &cell, const std::vector<long> &units,
                const TakeRows &take, const IsOver &isOver);
 
-/// One unit, in a process of its own; empty when it has not come to its end.
-std::vector<RowText> playUnitApart(const Kind &kind, const Cell &cell, long unit);
+/// One unit, in a process of its own; empty when it has not come to its end. Its trace goes to
+/// @p traceFile, if that has a name.
+std::vector<RowText> playUnitApart(const Kind &kind, const Cell &cell, long unit,
+                                   const std::string &traceFile = "");
 
 } // namespace lab
