@@ -22,7 +22,7 @@ static std::vector<uint8_t> unfinished; // of the port's last frame
 // ---- Events
 
 static const char *nameActivity(unsigned activity) {
-    static const char *const kNames[] = {"standing",    "starting",  "preset",          "zooming",
+    static const char *const kNames[] = {"stopped",     "starting",  "waiting",         "zooming",
                                          "focusing",    "autofocus", "going somewhere", "homing",
                                          "calibrating", "stepping"};
     return kNames[activity];

@@ -112,12 +112,19 @@ void Stage::showLines() {
     fflush(stdout);
 }
 
+// What the camera sends is told at its instant.
+void Stage::sleepUntilUs(int64_t us) {
+    while (isTelling && vcam::waitCameraSent(us))
+        showLines();
+    vcam::sleepUntilUs(us);
+}
+
 // Samples fall on the frames' ends, where the ISP looks too.
 void Stage::advanceUs(int64_t us) {
     const int64_t endUs = vcam::nowUs() + us;
     while (vcam::nowUs() < endUs) {
         const int64_t nextFrameUs = (vcam::nowUs() / framePeriodUs + 1) * framePeriodUs;
-        vcam::sleepUntilUs(nextFrameUs < endUs ? nextFrameUs : endUs);
+        sleepUntilUs(nextFrameUs < endUs ? nextFrameUs : endUs);
         if (vcam::nowUs() == nextFrameUs)
             noteSample();
         showLines();
@@ -153,6 +160,7 @@ void Stage::send(const std::string &meaning, const std::vector<uint8_t> &bytes) 
 
 void Stage::inquire(const std::string &meaning, const std::vector<uint8_t> &bytes,
                     const std::vector<uint8_t> &expected) {
+    showLines();
     vcam::cameraSent(); // whatever came before
     send(meaning, bytes);
     const bool isTellingLater = isTelling; // this one is shown here

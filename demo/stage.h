@@ -88,6 +88,7 @@ public:
 
 private:
     void noteSample();
+    void sleepUntilUs(int64_t us);
     void showLines();
     void judgeVerdict(const std::string &name);
 

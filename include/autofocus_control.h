@@ -75,9 +75,9 @@ AUTOFOCUS_EXPORT int AF_Manager_Autofocus_API(void);
 AUTOFOCUS_EXPORT int AF_Manager_Zoom_To_API(unsigned short position);
 
 /**
- * Drive the focus to a position, clipped to the travel. Any other order ends it, and it ends as
- * focusing by hand does. The mailbox holds CMD_FAR meanwhile: a raw store of just that goes
- * unnoticed.
+ * Drive the focus to a position, clipped to the travel. The lens then rests as after focusing by
+ * hand. Any other order stops it on its way, as AF_OUTCOME_REPLACED. The mailbox holds CMD_FAR
+ * meanwhile: a raw store of just that goes unnoticed.
  *
  * @param position  16-bit focus position, 49152 near to 4096 far.
  * @return a ticket; -1.
@@ -108,7 +108,7 @@ typedef enum {
     AF_OUTCOME_FLAT = 4,    /**< No peak: nothing in the picture gets sharper or less sharp. */
     AF_OUTCOME_EDGE = 5,    /**< No peak: the best position seen is the end of what was searched. */
     AF_OUTCOME_BLIND = 6,   /**< No peak: the ISP delivered no statistics. */
-    AF_OUTCOME_REPLACED = 7,  /**< Another order came before it was taken, or ended its run. */
+    AF_OUTCOME_REPLACED = 7,  /**< Another order came before it was taken, or stopped it short. */
     AF_OUTCOME_CANCELLED = 8, /**< By AF_Manager_Cancel_API(), or by stop. */
     AF_OUTCOME_FAULT = 9,     /**< Not done: home not found, preset empty, host did not store. */
     AF_OUTCOME_FORGOTTEN = 10 /**< Older than the last 16 that ended, or never given. */

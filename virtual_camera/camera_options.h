@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "flaws/flaws.h"
+
 namespace vcam {
 
 struct CameraOptions {
@@ -31,6 +33,7 @@ struct CameraOptions {
     bool recovery = false;
     int zoomStart = -1; ///< True position at power-on; -1: from the seed.
     int focusStart = -1;
+    Flaws flaws; ///< Of lens, sensor and scene; none.
 };
 
 } // namespace vcam

@@ -1,10 +1,15 @@
 #include "option_table.h"
 
 #include "lens_models/lens_model.h"
+#include "optics/scene.h"
+#include "optics/zone_values.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <type_traits>
+#include <utility>
 
 namespace vcam {
 
@@ -14,7 +19,7 @@ static constexpr double kSlowestPace = 0.001;
 static constexpr double kFastestPace = 1e6;
 /// At tele the library does not search where a nearer object is in focus.
 static constexpr double kNearestM = 1.5;
-static constexpr double kMostNoise = 100;
+static constexpr Range kNoiseRange = {0, 100, 0.1, 1};
 static constexpr double kLowestFrameRate = 5;
 static constexpr double kHighestFrameRate = 120;
 static constexpr uint64_t kMostReplies = 2;
@@ -43,7 +48,7 @@ static bool parseDistance(const std::string &text, double &metres) {
 }
 
 static bool parseNoise(const std::string &text, double &factor) {
-    return parseWithin(text, 0, kMostNoise, factor);
+    return parseWithin(text, kNoiseRange.least, kNoiseRange.most, factor);
 }
 
 static bool parseFrameRate(const std::string &text, double &hertz) {
@@ -90,6 +95,89 @@ static bool into(const std::string &text, CameraOptions &options) {
     return isGood;
 }
 
+// ---- Flaws: numbers with a range, each of which can change while the camera runs
+
+static std::string spellNumber(double number) {
+    char text[32];
+    snprintf(text, sizeof text, "%g", number);
+    return text;
+}
+
+static void applyFlaws(const CameraOptions &options) {
+    setFlaws(options.flaws);
+}
+
+template <class Number>
+static Option makeFlaw(const char *name, const char *takes, const char *meaning,
+                       Number Flaws::*member, Range range) {
+    const bool isWhole = std::is_integral_v<Number>;
+    const auto take = [=](const std::string &text, CameraOptions &options) {
+        double number = 0;
+        if (!parseWithin(text, range.least, range.most, number) ||
+            (isWhole && number != std::floor(number)))
+            return false;
+        options.flaws.*member = static_cast<Number>(number);
+        return true;
+    };
+    const std::string complaint = std::string("is no ") + (isWhole ? "whole " : "") +
+                                  "number from " + spellNumber(range.least) + " to " +
+                                  spellNumber(range.most);
+    return {name, takes, meaning, complaint, take, applyFlaws, range};
+}
+
+/// A second object may be taken away again.
+static bool parseSecond(const std::string &text, CameraOptions &options) {
+    double &distanceM = options.flaws.secondDistanceM;
+    if (text == "none")
+        distanceM = 0;
+    return text == "none" || parseDistance(text, distanceM);
+}
+
+static bool parseZones(const std::string &text, CameraOptions &options) {
+    const bool isHex = !text.empty() && text.size() <= 16 &&
+                       text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+    if (isHex)
+        options.flaws.secondZones = strtoull(text.c_str(), nullptr, 16);
+    return isHex;
+}
+
+static std::vector<Option> makeFlaws() {
+    return {
+        makeFlaw("backlash-zoom", "STEPS",
+                 "slack in the zoom's gear: the lens follows its motor only once it is taken up",
+                 &Flaws::backlashZoom, {0, 64, 1, 0}),
+        makeFlaw("backlash-focus", "STEPS", "the same in the focus's", &Flaws::backlashFocus,
+                 {0, 64, 1, 0}),
+        makeFlaw("delay", "FRAMES", "by which the focus statistics are late", &Flaws::delay,
+                 {0, 4, 1, 0}),
+        makeFlaw("exposure", "SHARE",
+                 "of its period in which a frame sees the lens, instead of at its end",
+                 &Flaws::exposure, {0, 1, 0.05, 0}),
+        makeFlaw("slip", "SHARE", "of a motor's periods that lose one to four steps", &Flaws::slip,
+                 {0, 1, 0.001, 0}),
+        makeFlaw("flicker", "SHARE", "by which lamps make the light rise and fall", &Flaws::flicker,
+                 {0, 0.5, 0.01, 0}),
+        makeFlaw("flicker-rate", "HERTZ", "beat of the lamps with the frames", &Flaws::flickerHz,
+                 {0.01, 20, 0.1, Flaws().flickerHz}),
+        makeFlaw("brightness", "FACTOR", "on the light, which the exposure does not follow",
+                 &Flaws::brightness, {0.1, 4, 0.1, 1}),
+        makeFlaw("contrast", "FACTOR", "on the picture's contrast; 0 leaves nothing to see",
+                 &Flaws::contrast, {0, 1, 0.01, 1}),
+        {"second-distance", "METRES",
+         "of a second object in a part of the picture; none, the default, is none",
+         "is neither none, inf nor a distance from 1.5 m", parseSecond, applyFlaws},
+        {"second-zones", "HEX",
+         "where it is: 64 bits, row * 8 + column of the statistics' zones; the left half unless "
+         "given",
+         "is no hexadecimal number of 64 bits", parseZones, applyFlaws},
+        makeFlaw("approach", "DIOPTRES",
+                 "a second by which the object comes nearer, or goes away, from where it is put",
+                 &Flaws::approach, {-1, 1, 0.01, 0}),
+        makeFlaw("drift", "STEPS", "by which the curves have moved toward far in the warmth",
+                 &Flaws::drift, {-200, 200, 1, 0}),
+    };
+}
+
 static std::vector<Option> makeTable() {
     using Camera = CameraOptions;
     const std::string seedRange = "is no whole number from 0 to 2^64 - 1";
@@ -110,11 +198,13 @@ static std::vector<Option> makeTable() {
          "is no file that can be read", into<&Camera::picture, parseReadable>},
         {"distance", "METRES",
          "how far the object stands, from 1.5 m; inf, the default, is far away",
-         "is neither inf nor a distance from 1.5 m", into<&Camera::objectDistanceM, parseDistance>},
+         "is neither inf nor a distance from 1.5 m", into<&Camera::objectDistanceM, parseDistance>,
+         [](const Camera &camera) { setObjectDistanceM(camera.objectDistanceM); }},
         {"night", "", "the scene is dark, and the library is told so before it starts", neither,
-         into<&Camera::night, parseSwitch>},
+         into<&Camera::night, parseSwitch>, [](const Camera &camera) { setNight(camera.night); }},
         {"noise", "FACTOR", "on the noise of the focus statistics; 0 is none, 1 the default",
-         "is no factor from 0 to 100", into<&Camera::noise, parseNoise>},
+         "is no factor from 0 to 100", into<&Camera::noise, parseNoise>,
+         [](const Camera &camera) { setNoise(camera.noise); }, kNoiseRange},
         {"frame-rate", "HERTZ", "frames a second; 25 unless given",
          "is no frame rate from 5 to 120 Hz", into<&Camera::frameRateHz, parseFrameRate>},
         {"no-texture", "", "a picture without surface texture below its own pixels", neither,
@@ -151,9 +241,23 @@ static std::vector<Option> makeTable() {
     };
 }
 
+static std::vector<Option> joinTables() {
+    std::vector<Option> all = makeTable();
+    for (Option &flaw : makeFlaws())
+        all.push_back(std::move(flaw));
+    return all;
+}
+
 const std::vector<Option> &allOptions() {
-    static const std::vector<Option> table = makeTable();
+    static const std::vector<Option> table = joinTables();
     return table;
+}
+
+const Option *findOption(const std::string &name) {
+    for (const Option &option : allOptions())
+        if (option.name == name)
+            return &option;
+    return nullptr;
 }
 
 bool isSwitch(const Option &option) {
@@ -163,6 +267,15 @@ bool isSwitch(const Option &option) {
 std::string takeOption(const Option &option, const std::string &text, CameraOptions &options) {
     const std::string value = text.empty() ? "nothing" : text;
     return option.take(text, options) ? "" : value + " " + option.complaint;
+}
+
+std::string changeOption(const Option &option, const std::string &text, CameraOptions &options) {
+    if (option.apply == nullptr)
+        return option.name + " is chosen before the camera starts";
+    const std::string complaint = takeOption(option, text, options);
+    if (complaint.empty())
+        option.apply(options);
+    return complaint;
 }
 
 } // namespace vcam

@@ -1,7 +1,9 @@
 // The virtual camera's options, said once: whoever makes a camera of words (a command line, the
-// environment) offers these, by the same names and with the same complaints.
+// environment) or changes it while it runs (a page, an experiment) offers these, by the same names
+// and with the same complaints.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -9,13 +11,28 @@
 
 namespace vcam {
 
+/// Of an option that is a number: what it may be, and what a slider may do with it.
+struct Range {
+    double least;
+    double most;
+    double step;  ///< 1 for whole numbers.
+    double usual; ///< The default.
+};
+
 struct Option {
     std::string name;      ///< Lower case, '-' between words: "zoom-start" is --zoom-start.
     std::string takes;     ///< What its value is, for a list: "A or B"; empty: a switch.
     std::string meaning;   ///< With the default, where that does not go without saying.
     std::string complaint; ///< Stands behind a value that it can't have: "is no ...".
-    bool (*take)(const std::string &text, CameraOptions &options); ///< False: it can't be that.
+    /// False: it can't be that.
+    std::function<bool(const std::string &text, CameraOptions &options)> take;
+    void (*apply)(const CameraOptions &options) =
+        nullptr;      ///< To the camera that runs; null: never.
+    Range range = {}; ///< Of a number that people turn, else all 0.
 };
+
+/// The one of a name; null: there is none.
+const Option *findOption(const std::string &name);
 
 /// All of them, in the order in which people want to read them.
 const std::vector<Option> &allOptions();
@@ -26,6 +43,10 @@ bool isSwitch(const Option &option);
 /// Set an option; empty, or why not: "C is no lens model: A or B". Then @p options stay as they
 /// are.
 std::string takeOption(const Option &option, const std::string &text, CameraOptions &options);
+
+/// The same of the camera that runs, whose present options these are; "seed is chosen before the
+/// camera starts" for one that can't be.
+std::string changeOption(const Option &option, const std::string &text, CameraOptions &options);
 
 /// A whole number in decimal digits and nothing else.
 bool parseWhole(const std::string &text, uint64_t &number);

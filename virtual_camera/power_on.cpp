@@ -5,6 +5,7 @@
 #include "devices/gpio.h"
 #include "devices/lens.h"
 #include "devices/spidev.h"
+#include "flaws/flaws.h"
 #include "isp/isp.h"
 #include "optics/lens_curves.h"
 #include "optics/scene.h"
@@ -14,6 +15,7 @@
 namespace vcam {
 
 bool powerOnDevices(const CameraOptions &options) {
+    powerOnFlaws(options);
     powerOnScene(options);
     if (!chooseScene(options.picture, options.plainPicture))
         return false;

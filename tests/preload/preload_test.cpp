@@ -92,6 +92,13 @@ TEST_F(Preload, library_gets_its_settings_though_the_host_knows_none) {
     }
 }
 
+TEST_F(Preload, settings_that_nobody_can_make_yet_are_refused) {
+    const Ended ended = runHost("RECOVERY=on", "any", "env VIRTUAL_CAMERA=on /bin/echo");
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.said, "virtual camera: VIRTUAL_CAMERA_RECOVERY: no library that has this "
+                          "setting is loaded yet\n");
+}
+
 TEST_F(Preload, only_the_named_path_is_the_serial_port_and_only_the_librarys_program_a_host) {
     EXPECT_EQ(runHost("END_MS=1 SERIAL=/dev/ttyS9", "/dev/ttyS9").status, 0);
     EXPECT_EQ(runHost("END_MS=1 SERIAL=/dev/ttyS9").status, 1);

@@ -219,7 +219,7 @@ TEST(Orders, of_a_focus_position_move_there_and_no_further_than_the_travel) {
         const int far = AF_Manager_Focus_To_API(0xC000);
         passMs(150);
         const int focus = AF_Manager_Autofocus_API();
-        EXPECT_EQ(await(far), AF_OUTCOME_DONE);
+        EXPECT_EQ(await(far), AF_OUTCOME_REPLACED);
         EXPECT_EQ(await(focus), AF_OUTCOME_FOCUSED);
         expectSound();
     });

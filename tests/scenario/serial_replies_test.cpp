@@ -155,6 +155,7 @@ TEST(SerialReplies, inquiries_are_answered_at_once_and_other_addresses_not_at_al
         {{0x81, 0x09, 0x04, 0x12, 0xFF}, kSyntax},
         {{0x81, 0x09, 0x04, 0x47, 0x00, 0xFF}, kSyntax},
         {{0x81, 0x09, 0x7E, 0x7E, 0x01, 0xFF}, kSyntax},
+        {{0x81, 0x09, 0x7E, 0x7E, 0xFF}, kSyntax},
         {{0x81, 0x05, 0x04, 0x47, 0xFF}, kSyntax},
         {{0x81, 0x01, 0x04, 0x07, 0x40, 0xFF}, kSyntax}, // neither tele nor wide
         {{0x81, 0x01, 0x04, 0x07, 0x02, 0x00, 0xFF}, kSyntax},
@@ -336,7 +337,44 @@ TEST(SerialReplies, order_that_ends_otherwise_ends_in_an_error) {
         AF_Manager_Zoom_Tele_API();
         passMs(500);
         EXPECT_TRUE(hasRun(Axis::Zoom));
-        EXPECT_EQ(heardSince(sentUs).size(), 4u) << textSince(sentUs);
+        EXPECT_EQ(textSince(sentUs), "9041ff 9042ff 906104ff 906204ff");
+    });
+}
+
+// Whatever stops it, the lens isn't there.
+TEST(SerialReplies, focus_that_stops_on_its_way_is_not_said_to_be_there) {
+    static void (*const kStops[])() = {[] { command(CMD_TELE); },
+                                       [] {
+                                           const int ticket = AF_Manager_Zoom_Tele_API();
+                                           passMs(25);
+                                           AF_Manager_Cancel_API(ticket);
+                                       },
+                                       [] { command(CMD_FSTOP); }};
+    for (const Bytes &frame : {direct(0x48, 0x5000), directBoth(0, 0x5000)})
+        runEach(kStops, [&](void (*stop)()) {
+            startAnswering(kVisca);
+            const int64_t sentUs = vcam::nowUs();
+            send(frame);
+            passMs(200);
+            stop();
+            passMs(500);
+            EXPECT_EQ(textSince(sentUs), "9041ff 906104ff");
+            EXPECT_GT(focusPosition16(), 0x5400u);
+        });
+}
+
+TEST(SerialReplies, order_that_came_after_the_hosts_runs_though_the_one_before_has_gone) {
+    run([] {
+        startAnswering(kVisca);
+        const int64_t sentUs = vcam::nowUs();
+        send(direct(0x48, 0x5000));
+        passMs(200);
+        AF_Manager_Zoom_Tele_API();
+        passMs(3);
+        send(direct(0x48, 0xA000));
+        passMs(4000);
+        EXPECT_EQ(textSince(sentUs), "9041ff 9042ff 906104ff 9052ff");
+        expectFocus(0xA000);
     });
 }
 
@@ -435,11 +473,54 @@ TEST(SerialReplies, cancelled_order_says_so_once_the_lens_stands) {
         passMs(300);
         EXPECT_EQ(talk(kCancel1, 3000), "906104ff 9052ff");
         expectFocus(0x8000);
+        // The host cancels both.
+        send(direct(0x47, 0x3000));
+        send(direct(0x48, 0x5000));
+        passMs(300);
+        AF_Manager_Cancel_API(0);
+        const int64_t byHostUs = vcam::nowUs();
+        passMs(500);
+        EXPECT_EQ(textSince(byHostUs), "906204ff 906104ff");
         // Clearing cancels as well.
         send(direct(0x47, 0x1000));
         passMs(300);
         EXPECT_EQ(talk({0x81, 0x01, 0x00, 0x01, 0xFF}, 200), "9050ff 906104ff");
         expectSound();
+    });
+}
+
+TEST(SerialReplies, order_that_waits_for_the_start_is_cancelled_at_once) {
+    run([] {
+        ASSERT_EQ(AF_Manager_Set_Setting_API(AF_SETTING_SERIAL_REPLIES, kVisca), 0);
+        startLibrary();
+        waitUntil([] { return AF_Manager_Focus_Stop_API() > 0; }, 20, "the mailbox");
+        const int64_t sentUs = vcam::nowUs();
+        EXPECT_EQ(talk(direct(0x47, 0x1000), 50), "9041ff");
+        EXPECT_EQ(talk(kCancel1, 20), "906104ff");
+        waitIdle();
+        EXPECT_GT(vcam::nowUs(), sentUs + 1000000);
+        EXPECT_EQ(textSince(sentUs), "9041ff 906104ff");
+    });
+}
+
+TEST(SerialReplies, direct_order_shares_no_socket_with_a_drive_that_is_yet_to_be_completed) {
+    run([] {
+        startAnswering(kVisca);
+        const int64_t sentUs = vcam::nowUs();
+        send(vcam::kViscaNight);
+        send(vcam::kViscaDay);
+        send(direct(0x48, 0x5000));
+        send(vcam::kAskFocusMode);
+        passMs(3000);
+        EXPECT_EQ(textSince(sentUs), "9041ff 9042ff 9051ff 9052ff 9041ff 905002ff 9051ff");
+        // So many drives that the order before them is forgotten.
+        send(direct(0x48, 0xA000));
+        passMs(300);
+        const int64_t burstUs = vcam::nowUs();
+        for (int i = 0; i < 20; ++i)
+            send(vcam::kViscaTele);
+        passMs(500);
+        EXPECT_NE(textSince(burstUs).find("906104ff"), std::string::npos) << textSince(burstUs);
     });
 }
 
@@ -512,6 +593,9 @@ TEST(SerialReplies, slow_sender_is_heard_and_one_that_stops_is_forgotten_after_a
         EXPECT_EQ(answerTo({0xFF}), "");
         passMs(1000);
         EXPECT_EQ(answerTo(vcam::kAskZoom), "905000000000ff");
+        send({0x81, 0x09, 0x04});
+        passMs(4294967 + 400); // as long as the clock of microseconds takes to come round
+        EXPECT_EQ(answerTo({0x47, 0xFF}), "");
         // Nor is one forgotten whose first half came along with what takes the host a while.
         AF_Manager_Init_DayNightModeFun_API([](int) {
             passMs(2000);
@@ -591,6 +675,15 @@ TEST(SerialReplies, pelco_d_drives_by_any_lens_bit_and_stops_without_one) {
             EXPECT_FALSE(hasRun(Axis::Zoom)) << int(frame[3]);
             passMs(4000);
         }
+        send(vcam::kPelcoTele);
+        passMs(150);
+        AF_Manager_Focus_Near_API();
+        passMs(100);
+        send(vcam::kPelcoStop); // what it has started is over
+        passMs(150);
+        EXPECT_TRUE(hasRun(Axis::Focus));
+        AF_Manager_Focus_Stop_API();
+        passMs(300);
         const int64_t idleUs = vcam::nowUs();
         send(vcam::kPelcoStop); // nothing is started
         send(pelco(0, 0x20, 0, 0, 2));

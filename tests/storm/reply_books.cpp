@@ -1,11 +1,19 @@
 #include "storm/reply_books.h"
 
+#include "autofocus_service.h"
+#include "devices/lens.h"
+
 #include <algorithm>
+#include <cstdlib>
 #include <deque>
+#include <mutex>
 
 using vcam::Bytes;
 
 namespace books {
+
+static const uint8_t kDone = 0; // in the place of an error
+static const uint8_t kCancelled = 0x04;
 
 enum class Due { Acknowledgement, Answer, PerhapsNoCancel };
 
@@ -21,6 +29,7 @@ struct Open {
 };
 } // namespace
 
+static std::mutex keeping;
 static std::deque<Asked> unanswered;
 static std::deque<Open> open[16]; // by socket
 static std::string complaints;
@@ -54,6 +63,7 @@ static bool isClear(const Bytes &frame) {
 }
 
 void noteSent(const Bytes &frame, int replies) {
+    const std::lock_guard<std::mutex> guard(keeping);
     const bool isPelcoQuery = frame[0] == 0xFF && frame[3] == 0x55 && replies == 2;
     if (frame[0] == 0x81 && (frame[1] & 0xF0) == 0x20)
         unanswered.push_back({frame, Due::PerhapsNoCancel});
@@ -90,15 +100,37 @@ static void noteAcknowledgement(unsigned socket, const Bytes &message) {
     open[socket].push_back({asked.frame, isDirect(asked.frame)});
 }
 
+// What the next order can have moved it since.
+static const int kMovedOn = 200;
+
+/// The focus's position is the last one in the frame.
+static void expectThere(const Bytes &frame) {
+    if (frame[3] != 0x48 && frame.size() != 13)
+        return;
+    unsigned position = 0;
+    for (size_t i = frame.size() - 5; i < frame.size() - 1; ++i)
+        position = position << 4 | frame[i];
+    const int range = static_cast<int>(PI_Near_Range + PI_Far_Range);
+    const int target = 10000 + (49152 - static_cast<int>(position)) * range / 45056;
+    const int there =
+        std::clamp(target, static_cast<int>(FM_Near_Limit), static_cast<int>(FM_Far_Limit));
+    if (std::abs(vcam::truePosition(vcam::Axis::Focus) - there) > kMovedOn)
+        complain("is not there", frame);
+}
+
 /// Cancelling ends a direct order; else the one ends that was acknowledged first.
-static void noteEnd(unsigned socket, bool isCancelled, const Bytes &message) {
+static void noteEnd(unsigned socket, uint8_t error, const Bytes &message) {
+    const bool isCancelled = error == kCancelled;
     auto &list = open[socket];
     const auto ended = std::find_if(list.begin(), list.end(),
                                     [=](const Open &one) { return one.isDirect || !isCancelled; });
-    if (ended == list.end())
+    if (ended == list.end()) {
         complain("ends what was not acknowledged", message);
-    else
-        list.erase(ended);
+        return;
+    }
+    if (error == kDone)
+        expectThere(ended->frame);
+    list.erase(ended);
 }
 
 static void noteError(unsigned socket, uint8_t error, const Bytes &message) {
@@ -110,7 +142,7 @@ static void noteError(unsigned socket, uint8_t error, const Bytes &message) {
         if (!takeAsked(Due::PerhapsNoCancel, &asked))
             complain("cancels not what nobody has sent", message);
     } else {
-        noteEnd(socket, error == 0x04, message);
+        noteEnd(socket, error, message);
     }
 }
 
@@ -123,12 +155,13 @@ static void noteMessage(const Bytes &message) {
     else if (kind == 6 && message.size() == 4)
         noteError(socket, message[2], message);
     else if (kind == 5 && socket != 0)
-        noteEnd(socket, false, message);
+        noteEnd(socket, kDone, message);
     else if (!takeAsked(Due::Answer, &asked))
         complain("answers what nobody has asked", message);
 }
 
 void noteHeard(const Bytes &bytes) {
+    const std::lock_guard<std::mutex> guard(keeping);
     static Bytes message;
     for (const uint8_t byte : bytes) {
         message.push_back(byte);
@@ -141,6 +174,7 @@ void noteHeard(const Bytes &bytes) {
 }
 
 std::string settle() {
+    const std::lock_guard<std::mutex> guard(keeping);
     std::string owed = complaints;
     for (const Asked &asked : unanswered)
         if (asked.due != Due::PerhapsNoCancel)

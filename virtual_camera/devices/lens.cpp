@@ -10,13 +10,16 @@
 #include "clock/seeded_random.h"
 #include "clock/trace.h"
 #include "clock/virtual_clock.h"
+#include "flaws/flaws.h"
 #include "lens_models/lens_model.h"
 
 namespace vcam {
 
 static constexpr int kStopMargin = 24; // steps between the end of the travel and the hard stop
-static constexpr size_t kRunsKept = 8;
+static constexpr size_t kRunsKept = 64;
+static constexpr int kMostSlip = 4;
 static constexpr uint64_t kStartPurpose = 1;
+static constexpr uint64_t kSlipPurpose = 4;
 
 namespace {
 struct Run {
@@ -25,6 +28,7 @@ struct Run {
     int from = kTravelStart;
     int direction = 1;
     int steps = 0;
+    int slackFrom = 0; // group less motor
 };
 
 struct AxisState {
@@ -37,6 +41,7 @@ struct AxisState {
 } // namespace
 
 static AxisState axes[2];
+static SeededRandom slips(1, kSlipPurpose);
 
 static AxisState &stateOf(Axis axis) {
     return axes[axis == Axis::Zoom ? 0 : 1];
@@ -67,6 +72,16 @@ static int lostInRun(const AxisState &state, const Run &run, int64_t timeUs) {
     return std::abs(wanted - limitToStops(state, wanted));
 }
 
+/// Group less motor: the group stays while the motor takes up the slack.
+static int slackInRun(const AxisState &state, const Run &run, int64_t timeUs) {
+    const bool isZoom = &state == &axes[0];
+    const int backlash = isZoom ? flaws().backlashZoom : flaws().backlashFocus;
+    const bool meetsEdgeUpward = state.model.levelAboveEdge != 0;
+    const int moved = positionInRun(state, run, timeUs) - run.from;
+    return std::clamp(run.slackFrom - moved, meetsEdgeUpward ? 0 : -backlash,
+                      meetsEdgeUpward ? backlash : 0);
+}
+
 /// Ends the newest run where it stands now and opens another from there.
 static Run &beginRun(Axis axis) {
     AxisState &state = stateOf(axis);
@@ -78,22 +93,38 @@ static Run &beginRun(Axis axis) {
         trace("lens", "lost", "axis=%s steps=%d total=%ld", nameOf(axis), lost, state.lost);
     }
     const int from = positionInRun(state, last, now);
+    const int slack = slackInRun(state, last, now);
     state.newest = (state.newest + 1) % kRunsKept;
     Run &run = state.runs[state.newest];
     run = Run{};
     run.startUs = now;
     run.from = from;
+    run.slackFrom = slack;
     return run;
+}
+
+/// The run of an instant, or the oldest that is kept, whose start comes after it.
+static const Run &runAt(const AxisState &state, int64_t timeUs) {
+    for (size_t back = 0; back + 1 < kRunsKept; ++back) {
+        const Run &run = state.runs[(state.newest + kRunsKept - back) % kRunsKept];
+        if (run.startUs <= timeUs)
+            return run;
+    }
+    return state.runs[(state.newest + 1) % kRunsKept];
 }
 
 int truePositionAt(Axis axis, int64_t timeUs) {
     const AxisState &state = stateOf(axis);
-    for (size_t back = 0; back < kRunsKept; ++back) {
-        const Run &run = state.runs[(state.newest + kRunsKept - back) % kRunsKept];
-        if (run.startUs <= timeUs)
-            return positionInRun(state, run, timeUs);
-    }
-    return state.runs[(state.newest + 1) % kRunsKept].from;
+    return positionInRun(state, runAt(state, timeUs), timeUs);
+}
+
+int groupPositionAt(Axis axis, int64_t timeUs) {
+    const AxisState &state = stateOf(axis);
+    return truePositionAt(axis, timeUs) + slackInRun(state, runAt(state, timeUs), timeUs);
+}
+
+int groupPosition(Axis axis) {
+    return groupPositionAt(axis, nowUs());
 }
 
 int truePosition(Axis axis) {
@@ -114,10 +145,20 @@ int travelEnd(Axis axis) {
     return kTravelStart + stateOf(axis).model.travel;
 }
 
+/// Of a run of so many steps.
+static int drawSlip(Axis axis, int steps) {
+    if (flaws().slip == 0 || slips.drawUnit() >= flaws().slip)
+        return 0;
+    const int lost = std::min(steps, slips.drawBetween(1, kMostSlip));
+    trace("lens", "slip", "axis=%s steps=%d", nameOf(axis), lost);
+    return lost;
+}
+
 void runMotor(Axis axis, int direction, int steps, double stepUs) {
+    const int lost = drawSlip(axis, steps);
     Run &run = beginRun(axis);
     run.direction = direction;
-    run.steps = steps;
+    run.steps = steps - lost;
     run.stepUs = stepUs;
 }
 
@@ -135,7 +176,7 @@ int readPhotoInterrupter(Axis axis) {
     const AxisState &state = stateOf(axis);
     if (state.stuckLevel >= 0)
         return state.stuckLevel;
-    const bool isAbove = truePosition(axis) >= kTravelStart + state.model.edge;
+    const bool isAbove = groupPosition(axis) >= kTravelStart + state.model.edge;
     return isAbove ? state.model.levelAboveEdge : 1 - state.model.levelAboveEdge;
 }
 
@@ -147,6 +188,7 @@ void stickPhotoInterrupter(Axis axis, int level) {
 void powerOnLens(const CameraOptions &options) {
     SeededRandom random(options.seed, kStartPurpose);
     const int asked[2] = {options.zoomStart, options.focusStart};
+    slips = SeededRandom(options.seed, kSlipPurpose);
     for (const Axis axis : {Axis::Zoom, Axis::Focus}) {
         AxisState &state = stateOf(axis);
         const int index = axis == Axis::Zoom ? 0 : 1;

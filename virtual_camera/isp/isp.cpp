@@ -11,6 +11,7 @@
 #include "clock/unobserved.h"
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
+#include "flaws/flaws.h"
 #include "optics/scene.h"
 #include "optics/zone_spectra.h"
 #include "optics/zone_values.h"
@@ -26,6 +27,7 @@ static constexpr HI_S32 kTimedOut = -1;
 static constexpr HI_S32 kBadArgument = -2;
 static constexpr HI_U32 kGainOfOne = 1024;
 static constexpr size_t kIspCallCount = 6;
+static constexpr size_t kMostLooks = 8;
 
 namespace {
 struct Fault {
@@ -94,18 +96,32 @@ static HI_S32 takeFault(IspCall call) {
     return fault.code;
 }
 
+/// The looks that make up a frame, evenly over its exposure, the last one at its end.
+static size_t lookThroughFrame(int64_t frame, LensPlace *places) {
+    const size_t count = flaws().exposure > 0 ? kMostLooks : 1;
+    const double betweenUs = flaws().exposure * isp.frameUs / static_cast<double>(kMostLooks);
+    for (size_t i = 0; i < count; ++i) {
+        const double earlierUs = betweenUs * static_cast<double>(count - 1 - i);
+        const int64_t timeUs = std::max<int64_t>(frameEndUs(frame) - std::llround(earlierUs), 0);
+        places[i] = {groupPositionAt(Axis::Zoom, timeUs), groupPositionAt(Axis::Focus, timeUs),
+                     timeUs};
+    }
+    return count;
+}
+
+/// Late statistics are those of an earlier frame; the noise is the frame's own.
 static void refreshZones() {
     const int64_t frame = lastFrame();
     if (frame == isp.zonesOfFrame)
         return;
-    const int64_t endUs = frameEndUs(frame);
-    const int zoom = truePositionAt(Axis::Zoom, endUs);
-    const int focus = truePositionAt(Axis::Focus, endUs);
-    measureZones(zoom, focus, static_cast<uint64_t>(frame), isNight() ? isp.lampZones : 0,
+    LensPlace places[kMostLooks];
+    const size_t count = lookThroughFrame(std::max<int64_t>(frame - flaws().delay, 0), places);
+    measureZones({places, count, static_cast<uint64_t>(frame), isNight() ? isp.lampZones : 0},
                  isp.zones);
     isp.zonesOfFrame = frame;
-    trace("isp", "frame", "number=%" PRId64 " zoom=%d focus=%d value=%.0f", frame, zoom, focus,
-          averageCentre(isp.zones));
+    const LensPlace &last = places[count - 1];
+    trace("isp", "frame", "number=%" PRId64 " zoom=%d focus=%d value=%.0f", frame, last.zoom,
+          last.focus, averageCentre(isp.zones));
 }
 
 static void checkConfig(const ISP_AF_CFG_S &config) {

@@ -3,9 +3,11 @@
 //
 // Models: frames at a fixed rate; 8 x 8 focus zones of the frame that ended last, seen through the
 // lens as it stood at that frame's end (the exposure is short and sits just before the VD); gains
-// that rise at night; lamps that saturate zones; the window and the focus configuration.
-// Does not model: an exposure that settles, rolling shutter, other statistics engines, other grids.
-// Faults: any call made to fail from a given frame on; a sensor that stops delivering frames.
+// that rise at night; lamps that saturate zones; the window and the focus configuration. With the
+// flaw of an exposure a frame is the mean of eight looks through the lens while it lasts; with the
+// flaw of a delay the zones are those of a frame up to four earlier. Does not model: an exposure
+// that settles, rolling shutter, other statistics engines, other grids. Faults: any call made to
+// fail from a given frame on; a sensor that stops delivering frames.
 #pragma once
 
 #include <cstdint>

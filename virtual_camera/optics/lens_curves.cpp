@@ -7,7 +7,9 @@
 #include <cmath>
 
 #include "clock/seeded_random.h"
+#include "clock/virtual_clock.h"
 #include "devices/lens.h"
+#include "flaws/flaws.h"
 #include "lens_models/curve_table.h"
 #include "lens_models/lens_model.h"
 #include "optics/optical_model.h"
@@ -98,14 +100,10 @@ static void bendUnit(uint64_t seed) {
     }
 }
 
-static double presentDioptres() {
-    return 1 / objectDistanceM();
-}
-
 double inFocusPositionAt(double zoom, double dioptres) {
     const GridPlace place = findPlace(zoom);
     const double infinity = interpolate(unit.infinity, place);
-    return infinity -
+    return infinity + flaws().drift -
            (infinity - interpolate(unit.twoMetres, place)) * dioptres / kTwoMetreDioptres;
 }
 
@@ -136,15 +134,16 @@ double halfDepthStepsAt(double zoom) {
 }
 
 double inFocusPosition() {
-    return inFocusPositionAt(truePosition(Axis::Zoom), presentDioptres());
+    return inFocusPositionAt(groupPosition(Axis::Zoom), objectDioptresAt(nowUs()));
 }
 
-double focusErrorHalfDepthsAt(double zoom, double focus) {
-    return (focus - inFocusPositionAt(zoom, presentDioptres())) / halfDepthStepsAt(zoom);
+double focusErrorHalfDepthsAt(double zoom, double focus, double dioptres) {
+    return (focus - inFocusPositionAt(zoom, dioptres)) / halfDepthStepsAt(zoom);
 }
 
 double focusErrorHalfDepths() {
-    return focusErrorHalfDepthsAt(truePosition(Axis::Zoom), truePosition(Axis::Focus));
+    return focusErrorHalfDepthsAt(groupPosition(Axis::Zoom), groupPosition(Axis::Focus),
+                                  objectDioptresAt(nowUs()));
 }
 
 void powerOnLensCurves(const CameraOptions &options) {

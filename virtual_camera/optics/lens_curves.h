@@ -26,7 +26,7 @@ double inFocusPosition();
 /// Present focus error over half the depth of focus: positive when the focus stands too far. Its
 /// magnitude is the diameter of the blur disc in pixels.
 double focusErrorHalfDepths();
-double focusErrorHalfDepthsAt(double zoom, double focus);
+double focusErrorHalfDepthsAt(double zoom, double focus, double dioptres);
 
 void powerOnLensCurves(const CameraOptions &options);
 

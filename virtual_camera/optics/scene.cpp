@@ -1,21 +1,38 @@
 // Plain state, read by the optics at every frame and set by whichever thread plays the world.
 #include "optics/scene.h"
 
+#include <algorithm>
+
 #include "clock/trace.h"
+#include "clock/virtual_clock.h"
+#include "flaws/flaws.h"
 #include "optics/optical_model.h"
 
 namespace vcam {
 
-static double distanceNowM = HUGE_VAL;
+static constexpr double kMostDioptres = 1 / 1.5;
+static constexpr double kUsPerS = 1e6;
+
+static double distanceSetM = HUGE_VAL;
+static int64_t setAtUs = 0;
 static bool isNightNow = false;
 
 void setObjectDistanceM(double distanceM) {
-    distanceNowM = distanceM;
+    distanceSetM = distanceM;
+    setAtUs = nowUs();
     trace("scene", "distance", "metres=%g", distanceM);
 }
 
+double objectDioptresAt(int64_t timeUs) {
+    const double dioptres = 1 / distanceSetM;
+    if (flaws().approach == 0)
+        return dioptres;
+    const double seconds = static_cast<double>(std::max<int64_t>(timeUs - setAtUs, 0)) / kUsPerS;
+    return std::clamp(dioptres + flaws().approach * seconds, 0.0, kMostDioptres);
+}
+
 double objectDistanceM() {
-    return distanceNowM;
+    return flaws().approach == 0 ? distanceSetM : 1 / objectDioptresAt(nowUs());
 }
 
 void setNight(bool isNight) {
@@ -32,7 +49,8 @@ int exposureGain() {
 }
 
 void powerOnScene(const CameraOptions &options) {
-    distanceNowM = options.objectDistanceM;
+    distanceSetM = options.objectDistanceM;
+    setAtUs = 0;
     isNightNow = options.night;
 }
 

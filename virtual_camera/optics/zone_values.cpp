@@ -8,6 +8,8 @@
 #include <memory>
 
 #include "clock/seeded_random.h"
+#include "clock/trace.h"
+#include "flaws/flaws.h"
 #include "optics/key_spectra.h"
 #include "optics/lens_curves.h"
 #include "optics/optical_model.h"
@@ -202,12 +204,14 @@ static void blendKey(size_t key, double level, float weight, ZoneValues &values)
 }
 
 /// Noise of the frame, and the light: at night less contrast, a higher floor, more noise.
-static void exposeZones(uint64_t frame, ZoneValues &values) {
-    const float contrast = isNight() ? static_cast<float>(kOptics.nightContrast) : 1.0F;
+static void exposeZones(const Exposure &exposure, ZoneValues &values) {
+    const double light = lightAt(exposure.places[exposure.count - 1].timeUs) * flaws().contrast;
+    const double night = isNight() ? kOptics.nightContrast : 1;
+    const auto contrast = static_cast<float>(night * light);
     const float grain = std::sqrt(static_cast<float>(exposureGain()));
     const float floor = static_cast<float>(kOptics.floorCounts) * grain;
     const float deviation = static_cast<float>(kOptics.noiseShare) * engine().noise * grain;
-    SeededRandom random(engine().seed + frame, kNoisePurpose);
+    SeededRandom random(engine().seed + exposure.frame, kNoisePurpose);
     for (ZoneRow &row : values.band) {
         for (float &value : row) {
             const float signal = value * contrast;
@@ -231,23 +235,60 @@ static void lightLamps(uint64_t lampZones, double diameter, ZoneValues &values) 
     }
 }
 
-void measureZones(int zoom, int focus, uint64_t frame, uint64_t lampZones, ZoneValues &values) {
-    const double diameter =
-        std::fabs(focusErrorHalfDepthsAt(zoom, focus)) * kOptics.circleUm / kOptics.pixelUm;
-    const double level = findLevel(diameter);
-    const double place = zoomShareAt(zoom) * (kKeyCount - 1);
-    const size_t key = std::min(static_cast<size_t>(place), kKeyCount - 2);
-    const auto share = static_cast<float>(place - static_cast<double>(key));
-    values = ZoneValues{};
-    blendKey(key, level, 1 - share, values);
+static double diameterAt(const LensPlace &place, double dioptres) {
+    const double halfDepths = focusErrorHalfDepthsAt(place.zoom, place.focus, dioptres);
+    return std::fabs(halfDepths) * kOptics.circleUm / kOptics.pixelUm;
+}
+
+/// Without noise, everything at one distance.
+static void seeScene(const LensPlace &place, double dioptres, float weight, ZoneValues &values) {
+    const double level = findLevel(diameterAt(place, dioptres));
+    const double at = zoomShareAt(place.zoom) * (kKeyCount - 1);
+    const size_t key = std::min(static_cast<size_t>(at), kKeyCount - 2);
+    const auto share = static_cast<float>(at - static_cast<double>(key));
+    blendKey(key, level, weight * (1 - share), values);
     if (share > 0)
-        blendKey(key + 1, level, share, values);
-    if (isNight()) {
-        for (float &value : values.luminance)
-            value *= static_cast<float>(kOptics.nightLuminance);
+        blendKey(key + 1, level, weight * share, values);
+}
+
+static void copyZones(uint64_t zones, const ZoneValues &from, ZoneValues &to) {
+    for (size_t zone = 0; zone < kZoneCount; ++zone)
+        if ((zones >> zone & 1) != 0)
+            for (size_t band = 0; band < kBandCount; ++band)
+                to.band[band][zone] = from.band[band][zone];
+}
+
+static void seeThrough(const Exposure &exposure, ZoneValues &values) {
+    const float weight = 1.0F / static_cast<float>(exposure.count);
+    ZoneValues second{};
+    for (size_t i = 0; i < exposure.count; ++i) {
+        const LensPlace &place = exposure.places[i];
+        seeScene(place, objectDioptresAt(place.timeUs), weight, values);
+        if (flaws().secondDistanceM > 0)
+            seeScene(place, 1 / flaws().secondDistanceM, weight, second);
     }
-    exposeZones(frame, values);
-    lightLamps(lampZones, diameter, values);
+    if (flaws().secondDistanceM > 0)
+        copyZones(flaws().secondZones, second, values);
+}
+
+/// In flat light a zone's mean does not depend on what is sharp in it.
+static void dimZones(double light, ZoneValues &values) {
+    for (float &value : values.luminance)
+        value = std::min(value * static_cast<float>(light), kFullCounts);
+}
+
+void measureZones(const Exposure &exposure, ZoneValues &values) {
+    const LensPlace &last = exposure.places[exposure.count - 1];
+    values = ZoneValues{};
+    seeThrough(exposure, values);
+    dimZones((isNight() ? kOptics.nightLuminance : 1) * lightAt(last.timeUs), values);
+    exposeZones(exposure, values);
+    lightLamps(exposure.lampZones, diameterAt(last, objectDioptresAt(last.timeUs)), values);
+}
+
+void setNoise(double factor) {
+    engine().noise = static_cast<float>(factor);
+    trace("scene", "noise", "factor=%g", factor);
 }
 
 double averageCentre(const ZoneValues &values) {

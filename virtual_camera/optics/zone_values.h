@@ -1,5 +1,6 @@
 // What the focus statistics engine reports for a frame: the zones' filter sums for a position of
-// the lens, at the present object distance and light.
+// the lens, at the object distance and the light of that instant. With a second object each of its
+// zones is as sharp as that is.
 #pragma once
 
 #include <array>
@@ -15,8 +16,25 @@ struct ZoneValues {
     std::array<float, kZoneCount> luminance{};                    ///< 65535 is full scale.
 };
 
-/// The frame number chooses the noise: asked twice, a frame gives the same values.
-void measureZones(int zoom, int focus, uint64_t frame, uint64_t lampZones, ZoneValues &values);
+/// Where the lens group stands at an instant.
+struct LensPlace {
+    int zoom;
+    int focus;
+    int64_t timeUs;
+};
+
+/// What a frame is made of.
+struct Exposure {
+    const LensPlace *places; ///< The frame is the mean of what is seen from each.
+    size_t count;
+    uint64_t frame; ///< Chooses the noise: asked twice, a frame gives the same values.
+    uint64_t lampZones;
+};
+
+void measureZones(const Exposure &exposure, ZoneValues &values);
+
+/// Factor on the zones' noise from the next frame on.
+void setNoise(double factor);
 
 /// Weighted average of h1, over the 4 x 4 zones in the middle or over all of them.
 double averageCentre(const ZoneValues &values);

@@ -75,11 +75,15 @@ static void tellLibrary(const char *name, int value) {
         *word = value;
 }
 
-/// The same by the library's own function, for a host that does not know it.
-static void makeSetting(int setting, int value) {
+/// The same by the library's own function, for a host that does not know it. Nobody can while the
+/// library isn't loaded, and one without settings has none.
+static void makeSetting(int setting, int value, const char *name) {
     using Setter = int (*)(int, int);
-    if (void *found = dlsym(RTLD_DEFAULT, "AF_Manager_Set_Setting_API"))
-        reinterpret_cast<Setter>(found)(setting, value);
+    void *found = dlsym(RTLD_DEFAULT, "AF_Manager_Set_Setting_API");
+    if (value == 0 || (found && reinterpret_cast<Setter>(found)(setting, value) == 0))
+        return;
+    fprintf(stderr, "virtual camera: %s: no library that has this setting is loaded yet\n", name);
+    _exit(EXIT_FAILURE);
 }
 
 static void greet(const CameraOptions &camera) {
@@ -103,8 +107,8 @@ __attribute__((constructor)) static void powerOnAtLoad() {
     }
     tellLibrary("g_LensType", settings.camera.lensType);
     tellLibrary("g_ICUTState", settings.camera.night ? 1 : 0);
-    makeSetting(AF_SETTING_SERIAL_REPLIES, settings.camera.serialReplies);
-    makeSetting(AF_SETTING_RECOVERY, settings.camera.recovery ? 1 : 0);
+    makeSetting(AF_SETTING_SERIAL_REPLIES, settings.camera.serialReplies, "VIRTUAL_CAMERA_REPLIES");
+    makeSetting(AF_SETTING_RECOVERY, settings.camera.recovery ? 1 : 0, "VIRTUAL_CAMERA_RECOVERY");
     handleSignals();
     settings.camera.kernelThreads = true; // the host may do anything with its threads
     powerOn(settings.camera);

@@ -83,7 +83,7 @@ static Next dispatch(MailboxContent taken) {
     case CMD_FLINE:
         lensFocusMode(CMD_MFMODE);
         if (!obeyCalibration(command))
-            noteNotDone();
+            noteFault();
         return kDone;
     case CMD_SPST:
     case CMD_CAPST:
@@ -91,7 +91,7 @@ static Next dispatch(MailboxContent taken) {
     case CMD_DZF:
         lensFocusMode(CMD_MFMODE);
         if (!obeyPresetCommand(static_cast<AF_CMD_em>(command), taken))
-            noteNotDone();
+            noteFault();
         return kDone;
     case CMD_FSTOP:
         return kDone;
@@ -109,10 +109,8 @@ static Next dispatch(MailboxContent taken) {
 // The orders that the mailbox's commands cannot say by themselves.
 static Next obeyTarget(MailboxContent taken, OrderKind kind) {
     lensFocusMode(CMD_MFMODE);
-    if (kind == kFocusTo)
-        driveToFocus(taken);
-    else
-        driveToBoth(taken);
+    if (!(kind == kFocusTo ? driveToFocus(taken) : driveToBoth(taken)))
+        noteReplaced();
     return kDone;
 }
 

@@ -20,9 +20,9 @@ static struct {
     int ticket; // 0: what runs has none
     unsigned int command;
     unsigned int activity;
-    bool isOrdered;     // somebody may wait for it
-    bool isPositioning; // the run that follows its move does not decide its outcome
-    bool isDone;        // of that move
+    bool isOrdered;        // somebody may wait for it
+    bool isPositioning;    // the run that follows its move does not decide its outcome
+    AF_Outcome_em outcome; // of that move
     bool awaitsVerdict;
 } hand;
 
@@ -62,10 +62,6 @@ static void close(AF_Outcome_em outcome) {
     hand.ticket = 0;
 }
 
-static AF_Outcome_em outcomeOfMove() {
-    return hand.isDone ? AF_OUTCOME_DONE : AF_OUTCOME_FAULT;
-}
-
 // ---- Beginning
 
 // Nothing focuses by itself after a cancelling, that of an order which was not taken yet included.
@@ -96,7 +92,7 @@ static void takeInHand(const TakenOrder &taken) {
     hand.ticket = taken.ticket;
     hand.isOrdered = taken.isOrdered;
     hand.isPositioning = !isAutofocusRun();
-    hand.isDone = true;
+    hand.outcome = AF_OUTCOME_DONE;
     if (hand.ticket != 0)
         enterActivity(hand.ticket, hand.activity);
     else
@@ -111,7 +107,7 @@ static bool isStopBeside(const TakenOrder &taken) {
 static const TakenOrder &begin(const TakenOrder &order) {
     settleVerdict();
     if (hand.ticket != 0 && !order.isContinued)
-        close(outcomeOfMove()); // its follow-up never came to run
+        close(hand.outcome); // its follow-up never came to run
     closeGone(order);
     if (isStopBeside(order)) {
         enterActivity(order.ticket, AF_ACTIVITY_IDLE);
@@ -166,7 +162,7 @@ static void endCancelled() {
 
 static void noteVerdict(AF_Outcome_em verdict) {
     noteRunOf(verdict);
-    close(hand.isPositioning ? outcomeOfMove() : verdict);
+    close(hand.isPositioning ? hand.outcome : verdict);
 }
 
 // It began where no run can, or another command was there before.
@@ -177,7 +173,7 @@ static AF_Outcome_em outcomeWithoutRun() {
 static void endRun() {
     putDown(false);
     if (!isRunToJudge())
-        close(hand.isPositioning ? outcomeOfMove() : outcomeWithoutRun());
+        close(hand.isPositioning ? hand.outcome : outcomeWithoutRun());
     else if (hand.isOrdered || !isRunComplete())
         noteVerdict(judgeRun(hand.isOrdered));
     else
@@ -210,8 +206,12 @@ void findHomeBefore() {
         giveUpOrder();
 }
 
-void noteNotDone() {
-    hand.isDone = false;
+void noteFault() {
+    hand.outcome = AF_OUTCOME_FAULT;
+}
+
+void noteReplaced() {
+    hand.outcome = AF_OUTCOME_REPLACED;
 }
 
 bool endOrder() {
@@ -219,8 +219,8 @@ bool endOrder() {
         endCancelled();
         return false;
     }
-    if (hand.activity == AF_ACTIVITY_HOMING)
-        hand.isDone = hasFoundHome();
+    if (hand.activity == AF_ACTIVITY_HOMING && !hasFoundHome())
+        noteFault();
     if (isAutofocusRun()) {
         endRun();
         return true;
@@ -228,7 +228,7 @@ bool endOrder() {
     const bool isContinued = leavesFollowUp();
     putDown(isContinued);
     if (!isContinued)
-        close(outcomeOfMove());
+        close(hand.outcome);
     return true;
 }
 
@@ -249,7 +249,7 @@ void abandonOrders() {
 void beginStartUp() {
     hand.ticket = takeFollowing(makeContent(CMD_RESET, 0)).ticket;
     hand.activity = AF_ACTIVITY_STARTING;
-    hand.isDone = true;
+    hand.outcome = AF_OUTCOME_DONE;
     setRecovering(settingOf(AF_SETTING_RECOVERY) != 0);
     enterActivity(hand.ticket, hand.activity);
 }

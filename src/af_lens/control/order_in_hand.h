@@ -17,7 +17,10 @@ const TakenOrder &beginFollowing(MailboxContent content);
 void findHomeBefore();
 
 /// What is in hand could not be done.
-void noteNotDone();
+void noteFault();
+
+/// It stopped on its way, for another order or a stored command.
+void noteReplaced();
 
 /// Its handler is back. @return false when the chain ends here, because it was cancelled.
 bool endOrder();

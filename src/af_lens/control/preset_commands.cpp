@@ -57,15 +57,17 @@ bool obeyPresetCommand(AF_CMD_em emCmd, MailboxContent seen) {
     return isDone;
 }
 
-void driveToBoth(MailboxContent seen) {
+bool driveToBoth(MailboxContent seen) {
     Lens_Direct_ZPosition(zoomOf(seen));
-    driveFocusTo(focusOf(seen), commandOf(seen));
+    const bool isThere = driveFocusTo(focusOf(seen), commandOf(seen));
     leaveFollowUpOf(seen, CMD_FSTOP);
+    return isThere;
 }
 
-void driveToFocus(MailboxContent seen) {
-    driveFocusTo(zoomOf(seen), commandOf(seen));
+bool driveToFocus(MailboxContent seen) {
+    const bool isThere = driveFocusTo(zoomOf(seen), commandOf(seen));
     leaveFollowUpOf(seen, CMD_FSTOP);
+    return isThere;
 }
 
 void lensMotorPreset(AF_CMD_em emCmd) {

@@ -9,8 +9,9 @@
 /// come meanwhile stays.
 bool obeyPresetCommand(AF_CMD_em emCmd, MailboxContent seen);
 
-/// Zoom and focus to the 16-bit positions in the argument, as both stand there.
-void driveToBoth(MailboxContent seen);
+/// Zoom and focus to the 16-bit positions in the argument, as both stand there. @return whether the
+/// focus has arrived.
+bool driveToBoth(MailboxContent seen);
 
-/// The focus alone to the 16-bit position in the low half of the argument.
-void driveToFocus(MailboxContent seen);
+/// The focus alone to the 16-bit position in the low half of the argument. @return the same.
+bool driveToFocus(MailboxContent seen);

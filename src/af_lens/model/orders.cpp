@@ -28,9 +28,10 @@ static MailboxContent contentInHand = makeContent(CMD_NONE, 0);
 static int ticketInHand = 0;
 static int ticketCancelled = 0;
 static int ticketFailed = 0;
-static bool awaitsFollowUp = false; // of what is in hand
-static bool isChainCut = false;     // cancelled between two commands of one chain
-static TakenOrder taken;            // the lens-control thread's own
+static unsigned int cancellings = 0; // of whatever there is
+static bool awaitsFollowUp = false;  // of what is in hand
+static bool isChainCut = false;      // cancelled between two commands of one chain
+static TakenOrder taken;             // the lens-control thread's own
 
 // Tickets that were cancelled while they waited, until the lens-control thread tells of them.
 static const int kUntold = 64;
@@ -217,8 +218,14 @@ int cancelOrder(int ticket) {
         storeWord(&ticketCancelled, inHand);
     isFound = cancelWaiting(ticket) || isFound;
     isChainCut = isChainCut || inHand == 0;
+    if (ticket == 0)
+        storeWord(&cancellings, cancellings + 1);
     giveBackClaim(&ordering);
     return isFound || ticket == 0 ? 0 : -1;
+}
+
+unsigned int countCancellings() {
+    return loadWord(&cancellings);
 }
 
 bool isCancelled() {

@@ -53,12 +53,15 @@ bool doesOrderWait();
 /// No order is accepted any more. @return what was still waiting, as of takeOrder().
 const TakenOrder &closeOrders();
 
-/// Whether @p ticket was cancelled before it was taken, of the last 64 or so. Lens-control thread.
+/// Whether @p ticket was cancelled before it was taken, of the last 64 or so. Any thread.
 bool wasCancelledWaiting(int ticket);
 
 /// Cancel @p ticket, or with 0 whatever is in hand or waits. @return 0; -1 when it is neither. Any
 /// thread.
 int cancelOrder(int ticket);
+
+/// How often whatever there was has been cancelled. Any thread.
+unsigned int countCancellings();
 
 /// Whether what is in hand is cancelled.
 bool isCancelled();

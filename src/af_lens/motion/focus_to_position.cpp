@@ -8,7 +8,7 @@
 #include "autofocus/types.h"
 
 // As focusing by hand, so that the next zoom returns to where the first one began.
-void driveFocusTo(unsigned short rfp, unsigned int standing) {
+bool driveFocusTo(unsigned short rfp, unsigned int standing) {
     const unsigned int target = keepInTravel(focusOfPosition16(rfp), FM_Near_Limit, FM_Far_Limit);
     const unsigned int focus = focusPosition();
     if (target != focus) {
@@ -16,4 +16,5 @@ void driveFocusTo(unsigned short rfp, unsigned int standing) {
         runFocusWhile(target > focus ? MS_F_FAR : MS_F_NEAR, stepsBetween(target, focus), standing);
     }
     Lens_Save_ZFLocation();
+    return focusPosition() == target;
 }

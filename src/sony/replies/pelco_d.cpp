@@ -32,23 +32,24 @@ static const Drive kDrives[] = {
     {0x0080, CMD_FAR, CMD_FSTOP},
 };
 
-static unsigned int stopOfStarted = CMD_NONE; // none is started
+static int started = -1; // ticket of the drive
+static unsigned int stopOfStarted = CMD_NONE;
 
-static void drive(unsigned int command, unsigned int stop) {
+static int drive(unsigned int command) {
     cancelDirectOrders();
-    placeOrder(makeContent(command, 0), kAsCommand);
-    stopOfStarted = stop;
+    return placeOrder(makeContent(command, 0), kAsCommand);
 }
 
 // Bits for the pan, the tilt and the iris are somebody else's.
 static void obeyDrive(unsigned int bits) {
     for (const Drive &row : kDrives)
         if ((bits & row.bit) != 0) {
-            drive(row.command, row.stop);
+            started = drive(row.command);
+            stopOfStarted = row.stop;
             return;
         }
-    if (stopOfStarted != CMD_NONE)
-        drive(stopOfStarted, CMD_NONE);
+    if (started == lastTicket()) // nobody has ordered anything else since
+        drive(stopOfStarted);
 }
 
 static void answerZoom() {

@@ -14,6 +14,7 @@ static const long kNsPerUs = 1000;
 
 // What is written by address is kept off the stack, where each function would guard it.
 static int port = -1;
+static bool isCut = false; // the last message ends in its midst
 
 // A terminal that waits for several bytes is not readable before they have come.
 static void wakeAtFirstByte(int fd) {
@@ -37,9 +38,12 @@ unsigned int nowUs() {
            static_cast<unsigned int>(now.tv_nsec / kNsPerUs);
 }
 
+// A message that was cut short is ended before the next one, which would be taken for its rest.
 void sendBytes(const unsigned char *bytes, int count) {
+    if (isCut && write(port, &kFrameEnd, 1) != 1)
+        return;
     const ssize_t written = write(port, bytes, static_cast<size_t>(count));
-    static_cast<void>(written);
+    isCut = written > 0 && written < count;
 }
 
 void sendReply(unsigned int head, const unsigned char *payload, int count) {

@@ -38,8 +38,6 @@ static void restWhileDead() {
 }
 
 static void readPort(int fd) {
-    if (silentUs >= kLongestSilenceUs)
-        receivedCount = 0;
     const ssize_t count =
         read(fd, received + receivedCount, sizeof received - static_cast<size_t>(receivedCount));
     if (count <= 0) {
@@ -55,14 +53,26 @@ static bool isReadAgain(int fd, bool isBusy) {
     const unsigned int beginUs = nowUs();
     const int ready = selectReadable(fd, isBusy ? kTendUs : kIdleUs);
     silentUs += nowUs() - beginUs;
+    if (silentUs >= kLongestSilenceUs)
+        receivedCount = 0;
+    if (receivedCount == 0)
+        silentUs = 0;
     if (ready > 0)
         readPort(fd);
     return ready >= 0;
 }
 
-// What the buffer begins with; 0 as well while no more can be answered.
+// What the buffer begins with.
 static int measureFirst() {
-    return receivedCount > 0 && areCommandsTaken() ? measureFrame(received, receivedCount) : 0;
+    return receivedCount > 0 ? measureFrame(received, receivedCount) : 0;
+}
+
+// A frame that has to wait stays, and what comes meanwhile stays on the line.
+static void answerFirst(int length) {
+    if (answerVisca(received, length))
+        return;
+    usedCount = 0;
+    usleep(kTendUs);
 }
 
 unsigned char *answerUntilPelcoD(int fd) {
@@ -72,7 +82,7 @@ unsigned char *answerUntilPelcoD(int fd) {
         const int length = measureFirst();
         usedCount = length < 0 ? -length : length;
         if (length > 0 && received[0] != kFrameEnd) {
-            answerVisca(received, length);
+            answerFirst(length);
         } else if (length > 0) {
             if (settingOf(AF_SETTING_SERIAL_REPLIES) != kPelcoToo)
                 return received;

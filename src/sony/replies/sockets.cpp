@@ -22,6 +22,8 @@ struct DirectOrder {
     MailboxContent content;
     int ticket; // below 0: it was refused
     unsigned int acknowledgedUs;
+    int ticketBefore; // the last one when it came
+    unsigned int cancellingsBefore;
 };
 
 struct Finished {
@@ -54,11 +56,17 @@ static bool isDue(unsigned int acknowledgedUs) {
 
 // ---- What is obeyed at once
 
-int acknowledge() {
+// The free socket with the fewest completions to come; 0 when none is free.
+static int chooseSocket() {
     int socket = 0;
     for (int i = kSockets; i > 0; --i)
         if (orders[i].state == kFree && (socket == 0 || waitingOn[i] <= waitingOn[socket]))
             socket = i;
+    return socket;
+}
+
+int acknowledge() {
+    const int socket = chooseSocket();
     if (socket == 0)
         sendError(0, kBufferFull);
     else
@@ -127,22 +135,25 @@ static void cancelDirect(int socket) {
 }
 
 static void start(int socket, MailboxContent content, OrderKind kind) {
-    orders[socket] = {kHeld, kind, content, 0, nowUs()};
+    orders[socket] = {kHeld, kind, content, 0, nowUs(), lastTicket(), countCancellings()};
     startHeld();
 }
 
-void orderDirect(MailboxContent content, OrderKind kind) {
+bool orderDirect(MailboxContent content, OrderKind kind) {
     for (int i = 1; i <= kSockets; ++i)
         if (isSame(orders[i], content, kind)) {
             orders[i].acknowledgedUs = nowUs();
             sendReply(kAcknowledgeHead + static_cast<unsigned int>(i), nullptr, 0);
-            return;
+            return true;
         }
+    if (waitingOn[chooseSocket()] != 0)
+        return false;
     const int socket = acknowledge();
-    if (socket == 0)
-        return;
-    cancelDirect(kSilent);
-    start(socket, content, kind);
+    if (socket != 0) {
+        cancelDirect(kSilent);
+        start(socket, content, kind);
+    }
+    return true;
 }
 
 void orderSilently(MailboxContent content) {
@@ -164,18 +175,25 @@ void cancelDirectOrders() {
         cancelDirect(i);
 }
 
-// A drive to a position of the focus says that it is done when another order has ended it.
+// One that was cancelled may be forgotten among many, or wait for a search that takes its time.
 static unsigned int outcomeOfDirect(const DirectOrder &order) {
     const unsigned int outcome = outcomeOfTicket(order.ticket);
-    const bool isLeft = order.kind != kAsCommand && order.state == kPlaced &&
-                        outcome == AF_OUTCOME_DONE && lastTicket() != order.ticket;
-    return isLeft ? static_cast<unsigned int>(AF_OUTCOME_REPLACED) : outcome;
+    const bool isGone = outcome == AF_OUTCOME_FORGOTTEN || wasCancelledWaiting(order.ticket);
+    return order.state == kCancelling && isGone ? static_cast<unsigned int>(AF_OUTCOME_CANCELLED)
+                                                : outcome;
 }
 
-// What has taken the place of an order came after the one that is held behind it, too.
-static void tendDirect(int socket) {
+// What has taken the place of @p ticket has taken that of what was held behind it, unless it came
+// before that.
+static void cancelBehind(int ticket) {
+    for (int i = kSilent; i <= kSockets; ++i)
+        if (orders[i].state == kHeld && orders[i].ticketBefore == ticket)
+            cancelDirect(i);
+}
+
+static void tendPlaced(int socket) {
     const DirectOrder &order = orders[socket];
-    if (order.state < kPlaced || !isDue(order.acknowledgedUs))
+    if (!isDue(order.acknowledgedUs))
         return;
     const unsigned int outcome = outcomeOfDirect(order);
     if (outcome == AF_OUTCOME_NONE)
@@ -183,7 +201,15 @@ static void tendDirect(int socket) {
     const bool isReplaced = outcome == AF_OUTCOME_REPLACED && order.state == kPlaced;
     endDirect(socket, outcome);
     if (isReplaced)
-        cancelDirectOrders();
+        cancelBehind(order.ticket);
+}
+
+static void tendDirect(int socket) {
+    const DirectOrder &order = orders[socket];
+    if (order.state >= kPlaced)
+        tendPlaced(socket);
+    else if (order.state == kHeld && order.cancellingsBefore != countCancellings())
+        cancelDirect(socket);
 }
 
 bool tendSockets() {

@@ -16,8 +16,9 @@ int acknowledge();
 /// A command of acknowledge() has been obeyed, or could not be.
 void finish(int socket, bool isDone);
 
-/// Acknowledge a direct order and have it done. The same one once more is the same one.
-void orderDirect(MailboxContent content, OrderKind kind);
+/// Acknowledge a direct order and have it done. The same one once more is the same one. @return
+/// false when it has to be given again later: a completion is still to come on each socket.
+bool orderDirect(MailboxContent content, OrderKind kind);
 
 /// The same without an answer, and in the place of every other one.
 void orderSilently(MailboxContent content);
@@ -32,5 +33,5 @@ void cancelDirectOrders();
 /// to look after.
 bool tendSockets();
 
-/// Whether another command may be obeyed before tendSockets().
+/// Whether another command may be finished before tendSockets().
 bool areCommandsTaken();

@@ -131,38 +131,47 @@ static bool obeyAtOnce(const Row &row) {
 }
 
 // The zoom comes first on the line, and stands in the low half of an order's argument.
-static void orderPosition(const unsigned char *frame, int length, OrderKind kind) {
+static bool orderPosition(const unsigned char *frame, int length, OrderKind kind) {
     unsigned int position = 0;
     for (int i = 4; i < length - 1; ++i) {
         if (frame[i] > 0xF) {
             sendError(0, kSyntaxError);
-            return;
+            return true;
         }
         position = position << 4 | frame[i];
     }
     if (kind == kZoomAndFocusTo)
         position = position >> 16 | position << 16;
-    orderDirect(makeContent(kind == kFocusTo ? CMD_FAR : CMD_DZF, position), kind);
+    return orderDirect(makeContent(kind == kFocusTo ? CMD_FAR : CMD_DZF, position), kind);
 }
 
-static void obey(const unsigned char *frame, int length) {
+static bool obeyNow(const Row &row) {
+    if (!areCommandsTaken())
+        return false;
+    if (row.act == kDrive)
+        cancelDirectOrders();
+    const int socket = acknowledge();
+    if (socket != 0)
+        finish(socket, obeyAtOnce(row));
+    return true;
+}
+
+static bool obey(const unsigned char *frame, int length) {
     const Row *row = findRow(frame, length);
     if (row == nullptr) {
         sendError(0, kSyntaxError);
     } else if (row->act == kOrder) {
-        orderDirect(makeContent(row->value, length == kPresetFrame ? frame[5] : 0), kAsCommand);
+        const unsigned int number = length == kPresetFrame ? frame[5] : 0;
+        return orderDirect(makeContent(row->value, number), kAsCommand);
     } else if (row->act == kPosition) {
-        orderPosition(frame, length, static_cast<OrderKind>(row->value));
+        return orderPosition(frame, length, static_cast<OrderKind>(row->value));
     } else if (row->act == kClear) {
         sendReply(kAnswerHead, nullptr, 0);
         cancelDirectOrders();
     } else {
-        if (row->act == kDrive)
-            cancelDirectOrders();
-        const int socket = acknowledge();
-        if (socket != 0)
-            finish(socket, obeyAtOnce(*row));
+        return obeyNow(*row);
     }
+    return true;
 }
 
 // ---- Inquiries: each is answered by a part of all that the camera says of itself
@@ -232,9 +241,9 @@ static void sayAll() {
 
 static void answerInquiry(const unsigned char *frame, int length) {
     for (const Inquiry &row : kInquiries) {
-        const bool isLong = row.category == kLensBlock && frame[4] == 0;
+        const bool isLong = row.category == kLensBlock;
         if (frame[2] == row.category && frame[3] == row.code &&
-            length == kShortestFrame + (isLong ? 1 : 0)) {
+            frame[4] == (isLong ? 0 : kFrameEnd) && length == kShortestFrame + (isLong ? 1 : 0)) {
             sayAll();
             sendReply(kAnswerHead, said + row.at, row.count);
             return;
@@ -256,17 +265,18 @@ static void answerBroadcast(unsigned char *frame, int length) {
     }
 }
 
-void answerVisca(unsigned char *frame, int length) {
+bool answerVisca(unsigned char *frame, int length) {
+    if (frame[0] == kToCamera1 && frame[1] == kCommand && length >= kShortestFrame)
+        return obey(frame, length);
     if (frame[0] == kToAll)
         answerBroadcast(frame, length);
     else if (frame[0] != kToCamera1)
-        return;
-    else if (frame[1] == kCommand && length >= kShortestFrame)
-        obey(frame, length);
+        return true;
     else if (frame[1] == kInquiry && length >= kShortestFrame)
         answerInquiry(frame, length);
     else if ((frame[1] & 0xF0) == kCancel && length == kCancelFrame)
         cancelSocket(frame[1] & 0x0F);
     else
         sendError(0, kSyntaxError);
+    return true;
 }
