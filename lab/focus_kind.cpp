@@ -5,9 +5,12 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
 #include "clock/seeded_random.h"
 #include "clock/virtual_clock.h"
+#include "devices/lens.h"
+#include "flaws/flaws.h"
 #include "optics/lens_curves.h"
 #include "stage.h"
 
@@ -32,18 +35,31 @@ static double roundTo(double value, double unit) {
     return rounded == 0 ? 0 : rounded; // no "-0"
 }
 
+/// Of two objects either may be the one in focus.
+static double errorHalfDepths() {
+    const double first = vcam::focusErrorHalfDepths();
+    const double secondM = vcam::flaws().secondDistanceM;
+    if (secondM == 0)
+        return first;
+    const int zoom = vcam::groupPosition(vcam::Axis::Zoom);
+    const double away =
+        vcam::groupPosition(vcam::Axis::Focus) - vcam::inFocusPositionAt(zoom, 1 / secondM);
+    const double second = away / vcam::halfDepthStepsAt(zoom);
+    return std::fabs(second) < std::fabs(first) ? second : first;
+}
+
 static RowText playRun(const Cell &cell, const vcam::CameraOptions &camera, long run) {
     vcam::SeededRandom random(static_cast<uint64_t>(run), kRunPurpose);
-    const Place place = drawPlace(random, drawValueOf(cell, "nearest"));
+    const Place place = drawPlace(random, atof(settingOf(cell, "nearest").c_str()));
     takePlace(place, settingOf(cell, "distance").empty());
-    const double startError = vcam::focusErrorHalfDepths();
+    const double startError = errorHalfDepths();
     const int64_t orderedMs = vcam::nowUs() / kUsPerMs;
     const Watched watched = focusOnce(cell);
     char row[200];
     snprintf(row, sizeof row, "%ld,%s,%d,%d,%.3f,%d,%.3f,%.1f,%.3f,%ld,%u,%d,%ld,%ld,%d,%d,%ld",
              run, camera.lensType == 0 ? "A" : "B", place.zoom, place.isOnGrid ? 0 : 1,
              place.dioptres, place.focus, roundTo(vcam::halfDepthStepsAt(place.zoom), 0.001),
-             roundTo(startError, 0.1), roundTo(vcam::focusErrorHalfDepths(), 0.001),
+             roundTo(startError, 0.1), roundTo(errorHalfDepths(), 0.001),
              static_cast<long>(watched.frames), watched.samples, watched.reversals,
              static_cast<long>(watched.steps), static_cast<long>(watched.ms), watched.outcome,
              watched.isFarOut ? 1 : 0, static_cast<long>(orderedMs));

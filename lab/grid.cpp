@@ -3,6 +3,8 @@
 #include <set>
 #include <sstream>
 
+#include "condition.h"
+
 namespace lab {
 
 std::vector<std::string> splitList(const std::string &list) {
@@ -16,12 +18,26 @@ std::vector<std::string> splitList(const std::string &list) {
     return parts;
 }
 
+static std::string addScene(const std::string &name, Settings &settings) {
+    for (const Scene &scene : allScenes()) {
+        if (name != scene.name)
+            continue;
+        std::string complaint;
+        for (const auto &[condition, value] : scene.settings)
+            complaint += addSetting(condition, value, settings);
+        return complaint;
+    }
+    return name + " is no scene: " + nameScenes();
+}
+
 static std::string cross(const Axis &axis, std::vector<Cell> &cells) {
     std::vector<Cell> crossed;
     for (const Cell &cell : cells) {
         for (const std::string &value : axis.second) {
             Cell with = cell;
-            const std::string complaint = addSetting(axis.first, value, with.settings);
+            const std::string complaint = axis.first == "scene"
+                                              ? addScene(value, with.settings)
+                                              : addSetting(axis.first, value, with.settings);
             if (!complaint.empty())
                 return complaint;
             crossed.push_back(with);

@@ -9,7 +9,7 @@
 
 namespace lab {
 
-/// A name and the values that it is to take, one after the other.
+/// A condition's name, or "scene", and the values that it is to take, one after the other.
 using Axis = std::pair<std::string, std::vector<std::string>>;
 
 /// "1,4" as its parts.

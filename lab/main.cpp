@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "chunk.h"
+#include "condition.h"
 #include "experiment.h"
 #include "grid.h"
-#include "option_table.h"
 #include "report/report.h"
 #include "show.h"
 #include "table.h"
@@ -64,23 +64,24 @@ void offerConditions(CLI::App &app, Words &words) {
            },
            "day, night or both; day unless given")
         ->type_name("LIST");
-    for (const lab::DrawCondition &draw : lab::drawConditions())
-        offerList(app, words, draw.name,
-                  std::string(draw.meaning) + "; " + draw.preset + " unless given");
-    for (const vcam::Option &option : vcam::allOptions()) {
-        if (lab::isCondition(option) && option.name != "night")
-            offerList(app, words, option.name, option.meaning);
+    offerList(app, words, "scene", "what is in front of the lens, of: " + lab::nameScenes());
+    app.add_option_function<std::string>(
+           "--backlash",
+           [&words](const std::string &list) { words.lists["backlash-focus"] = list; },
+           "short for --backlash-focus")
+        ->type_name("LIST");
+    for (const lab::Condition &condition : lab::allConditions()) {
+        if (condition.name != "night")
+            offerList(app, words, condition.name, condition.meaning);
     }
 }
 
-/// In the option table's order, whatever the command line's.
+/// In the conditions' order, whatever the command line's.
 std::vector<lab::Axis> listAxes(const Words &words) {
     std::vector<lab::Axis> axes;
-    std::vector<std::string> names;
-    for (const lab::DrawCondition &draw : lab::drawConditions())
-        names.emplace_back(draw.name);
-    for (const vcam::Option &option : vcam::allOptions())
-        names.push_back(option.name);
+    std::vector<std::string> names = {"scene"};
+    for (const lab::Condition &condition : lab::allConditions())
+        names.push_back(condition.name);
     for (const std::string &name : names) {
         const auto found = words.lists.find(name);
         if (found != words.lists.end())

@@ -14,6 +14,7 @@
 #include "autofocus_control.h"
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
+#include "flaws/flaws.h"
 #include "host/lens_watch.h"
 #include "host/memory_host.h"
 #include "isp/isp.h"
@@ -28,8 +29,9 @@ static constexpr int64_t kUsPerMs = 1000;
 static constexpr int64_t kLookUs = 10000;     // one VD period of a focus move
 static constexpr int64_t kPollUs = 60000;     // the lens-control thread has looked at the mailbox
 static constexpr int64_t kLimitUs = 60000000; // of anything that ends by itself
-static constexpr int kSettleFrames = 5;       // more than any statistics come late
-static constexpr int kRunUp = 30;             // steps with which a lens arrives where a run begins
+static constexpr int64_t kLightStepUs = 400000;
+static constexpr int kSettleFrames = 5; // more than any statistics come late
+static constexpr int kRunUp = 30;       // steps with which a lens arrives where a run begins
 static constexpr int kQuarters = 4;
 static constexpr int kGridPoints = 60;
 static constexpr int kShareOffGrid = 5; // one of so many
@@ -153,12 +155,44 @@ static bool isFarOut() {
     return (tag > kLastCentreTag ? record.vwV1SumAll : record.vwV1SumHalf) <= kLowContrast;
 }
 
-static void runLibrary(Watched &watched) {
+namespace {
+/// Light that changes in the middle of a run, once.
+class LightStep {
+public:
+    explicit LightStep(const Cell &cell)
+        : factor(atof(settingOf(cell, "light-step").c_str())), before(vcam::flaws()) {}
+    ~LightStep() {
+        if (isDone)
+            vcam::setFlaws(before);
+    }
+    LightStep(const LightStep &) = delete;
+    LightStep &operator=(const LightStep &) = delete;
+
+    void look() {
+        if (factor == 1 || isDone || vcam::nowUs() < atUs)
+            return;
+        vcam::Flaws after = before;
+        after.brightness *= factor;
+        vcam::setFlaws(after);
+        isDone = true;
+    }
+
+private:
+    double factor;
+    vcam::Flaws before;
+    int64_t atUs = vcam::nowUs() + kLightStepUs;
+    bool isDone = false;
+};
+} // namespace
+
+static void runLibrary(const Cell &cell, Watched &watched) {
     Way way;
+    LightStep light(cell);
     const int ticket = AF_Manager_Autofocus_API();
     vcam::awaitUntil(
         [&] {
             way.look();
+            light.look();
             watched.outcome = AF_Manager_Wait_Ticket_API(ticket, 0);
             return watched.outcome != AF_OUTCOME_NONE;
         },
@@ -169,9 +203,10 @@ static void runLibrary(Watched &watched) {
     watched.steps = way.steps;
 }
 
-static void runRival(RivalSearch search, Watched &watched) {
-    RivalLens lens;
-    search(lens);
+static void runRival(const Cell &cell, Watched &watched) {
+    LightStep light(cell);
+    RivalLens lens([&light] { light.look(); });
+    cell.search->rival(lens);
     watched.outcome = AF_OUTCOME_DONE;
     watched.samples = lens.samples();
     watched.reversals = lens.reversals();
@@ -184,9 +219,9 @@ Watched focusOnce(const Cell &cell) {
     const int64_t startFrame = vcam::frameCount();
     watched.isFarOut = isFarOut();
     if (cell.search->rival == nullptr)
-        runLibrary(watched);
+        runLibrary(cell, watched);
     else
-        runRival(cell.search->rival, watched);
+        runRival(cell, watched);
     watched.ms = (vcam::nowUs() - startUs) / kUsPerMs;
     watched.frames = vcam::frameCount() - startFrame;
     return watched;

@@ -21,7 +21,9 @@ struct Point {
 };
 
 struct Series {
+    Cell rest; ///< What its cells have in common.
     std::string name;
+    std::string looks;
     bool isNight;
     std::vector<Point> points;
 };
@@ -37,8 +39,7 @@ static Cell without(const Cell &cell, const std::string &condition) {
 }
 
 static double valueOf(const Cell &cell, const std::string &condition) {
-    const std::string text = settingOf(cell, condition);
-    return text.empty() ? defaultOf(condition) : atof(text.c_str());
+    return atof(settingOf(cell, condition).c_str());
 }
 
 /// A condition that is no number has no axis.
@@ -49,8 +50,14 @@ static bool isNumeric(const Cell &cell, const std::string &condition) {
     return *end == '\0';
 }
 
-static std::vector<Series> listSeries(const std::vector<CellFindings> &all,
-                                      const std::string &condition) {
+/// A colour a search, dashes by night.
+static std::string looksOf(const Cell &cell) {
+    return seriesClass(static_cast<size_t>(cell.search - allSearches().data()));
+}
+
+static std::vector<Series> groupSeries(const std::vector<CellFindings> &all,
+                                       const std::string &condition) {
+    const Settings common = findCommon(all);
     std::vector<Series> series;
     std::map<std::string, size_t> known;
     for (const CellFindings &findings : all) {
@@ -59,11 +66,29 @@ static std::vector<Series> listSeries(const std::vector<CellFindings> &all,
             continue;
         const auto [at, isNew] = known.emplace(spell(rest), series.size());
         if (isNew)
-            series.push_back({describe(rest), settingOf(rest, "night") == "on", {}});
+            series.push_back({rest,
+                              describe(rest, common),
+                              looksOf(rest),
+                              settingOf(rest, "night") == "on",
+                              {}});
         series[at->second].points.push_back({valueOf(findings.cell, condition), &findings});
     }
+    return series;
+}
+
+/// Beside the light only one condition changes in a chart.
+static bool isPlain(const Series &series, const Settings &common) {
+    return series.rest.settings.size() <= common.size() + (series.isNight ? 1 : 0);
+}
+
+static std::vector<Series> listSeries(const std::vector<CellFindings> &all,
+                                      const std::string &condition) {
+    const Settings common = findCommon(all);
+    std::vector<Series> series = groupSeries(all, condition);
     series.erase(std::remove_if(series.begin(), series.end(),
-                                [](const Series &one) { return one.points.size() < 2; }),
+                                [&](const Series &one) {
+                                    return one.points.size() < 2 || !isPlain(one, common);
+                                }),
                  series.end());
     for (Series &one : series)
         std::sort(one.points.begin(), one.points.end(),
@@ -112,15 +137,14 @@ static Plane layPlane(const std::vector<Series> &series) {
 static void drawPlane(Drawing &drawing, const Plane &plane, const std::string &condition) {
     for (int percent = 0; percent <= 100; percent += 20) {
         drawing.line(plane.left, plane.up(percent), plane.right, plane.up(percent), "grid");
-        drawing.text(plane.left - 8, plane.up(percent) + 4, "end", std::to_string(percent),
-                     "small");
+        drawing.text(plane.left - 8, plane.up(percent) + 4, "end",
+                     std::to_string(percent) + (percent == 100 ? " %" : ""), "small");
     }
     for (const double value : plane.values)
         drawing.text(plane.across(value), plane.bottom + 18, "middle",
                      spellNumber(value, value == std::floor(value) ? 0 : 1), "small");
     drawing.line(plane.left, plane.bottom, plane.right, plane.bottom, "axis");
     drawing.text((plane.left + plane.right) / 2, plane.bottom + 38, "middle", condition);
-    drawing.text(plane.left - 8, plane.top - 4, "end", "%", "small");
 }
 
 static void drawPoint(Drawing &drawing, const Plane &plane, const Point &point, double shift,
@@ -133,29 +157,28 @@ static void drawPoint(Drawing &drawing, const Plane &plane, const Point &point, 
                     std::to_string(share.whole));
 }
 
+static void drawSeries(Drawing &drawing, const Plane &plane, const Series &one, double shift) {
+    std::string points;
+    for (const Point &point : one.points)
+        points += spellNumber(plane.across(point.value) + shift, 1) + "," +
+                  spellNumber(plane.up(point.findings->figures.within.percent()), 1) + " ";
+    drawing.path(points, one.looks + " thick" + (one.isNight ? " dashed" : ""));
+    for (const Point &point : one.points)
+        drawPoint(drawing, plane, point, shift, one.looks);
+}
+
 Drawing drawSuccess(const std::vector<CellFindings> &all, const std::string &condition) {
     const std::vector<Series> series = listSeries(all, condition);
     const Plane plane = layPlane(series);
-    const double legendEnd = 30 + 20 * static_cast<double>(series.size());
-    Drawing drawing(kWidth, std::max(350.0, legendEnd));
+    const auto count = static_cast<double>(series.size());
+    Drawing drawing(kWidth, std::max(350.0, 30 + 20 * count));
     drawPlane(drawing, plane, condition);
     for (size_t number = 0; number < series.size(); ++number) {
         const Series &one = series[number];
-        // Day and night of a search follow one another and share a colour.
-        const std::string looks = seriesClass(number / 2) + (one.isNight ? " dashed" : "");
-        const double shift =
-            4 * (static_cast<double>(number) - static_cast<double>(series.size() - 1) / 2);
-        std::string points;
-        for (const Point &point : one.points) {
-            const double x = plane.across(point.value) + shift;
-            points += spellNumber(x, 1) + "," +
-                      spellNumber(plane.up(point.findings->figures.within.percent()), 1) + " ";
-        }
-        drawing.path(points, looks + " thick");
-        for (const Point &point : one.points)
-            drawPoint(drawing, plane, point, shift, seriesClass(number / 2));
+        // Beside one another, where they would hide one another.
+        drawSeries(drawing, plane, one, 4 * (static_cast<double>(number) - (count - 1) / 2));
         const double y = 26 + 20 * static_cast<double>(number);
-        drawing.line(584, y - 4, 612, y - 4, looks + " thick");
+        drawing.line(584, y - 4, 612, y - 4, one.looks + " thick" + (one.isNight ? " dashed" : ""));
         drawing.text(620, y, "start", one.name, "small");
     }
     return drawing;
@@ -186,6 +209,7 @@ static std::array<double, 6> takeQuantiles(const CellFindings &findings) {
 }
 
 Drawing drawFrames(const std::vector<CellFindings> &all) {
+    const Settings common = findCommon(all);
     double most = 1;
     for (const CellFindings &findings : all)
         most = std::max(most, takeQuantiles(findings)[5]);
@@ -206,12 +230,11 @@ Drawing drawFrames(const std::vector<CellFindings> &all) {
     double y = 20;
     for (const CellFindings &findings : all) {
         const std::array<double, 6> at = takeQuantiles(findings);
-        const std::string looks =
-            seriesClass(static_cast<size_t>(findings.cell.search - allSearches().data()));
+        const std::string looks = looksOf(findings.cell);
         const std::string tip = describe(findings.cell) + ": median " + spellNumber(at[2], 0) +
                                 ", 95 % " + spellNumber(at[4], 0) + ", most " +
                                 spellNumber(at[5], 0);
-        drawing.text(kFramesLeft - 10, y + 8, "end", describe(findings.cell), "small");
+        drawing.text(kFramesLeft - 10, y + 8, "end", describe(findings.cell, common), "small");
         drawing.line(across(at[0]), y + 4, across(at[4]), y + 4, looks);
         drawing.box(across(at[1]), y - 2, std::max(1.0, across(at[3]) - across(at[1])), 12,
                     looks + " pale", tip);
@@ -251,7 +274,7 @@ static size_t binOf(double value, double from, double to, size_t bins) {
     return static_cast<size_t>(std::clamp(bin, 0L, static_cast<long>(bins) - 1));
 }
 
-Drawing drawMap(const CellFindings &findings) {
+Drawing drawMap(const CellFindings &findings, const Settings &common) {
     double mostDioptres = 0.1;
     for (const FocusRun &run : findings.runs)
         mostDioptres = std::max(mostDioptres, run.dioptres);
@@ -263,7 +286,7 @@ Drawing drawMap(const CellFindings &findings) {
         share.part += std::fabs(run.error) <= 1 ? 1 : 0;
     }
     Drawing drawing(kMapLeft + kMapColumn * kMapColumns + 10, kMapTop + kMapRow * kMapRows + 42);
-    drawing.text(4, 18, "start", describe(findings.cell), "head");
+    drawing.text(4, 18, "start", describe(findings.cell, common), "head");
     for (size_t row = 0; row < kMapRows; ++row) {
         const double y = kMapTop + kMapRow * static_cast<double>(row);
         const double dioptres =

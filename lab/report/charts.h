@@ -20,6 +20,6 @@ Drawing drawSuccess(const std::vector<CellFindings> &all, const std::string &con
 Drawing drawFrames(const std::vector<CellFindings> &all);
 
 /// Share of runs within one half depth by zoom and distance.
-Drawing drawMap(const CellFindings &findings);
+Drawing drawMap(const CellFindings &findings, const Settings &common);
 
 } // namespace lab

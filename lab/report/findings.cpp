@@ -42,13 +42,34 @@ std::vector<CellFindings> gatherFindings(Store &store, std::string &commit) {
     return all;
 }
 
-std::string describe(const Cell &cell) {
+static bool has(const Settings &settings, const std::pair<std::string, std::string> &setting) {
+    return std::find(settings.begin(), settings.end(), setting) != settings.end();
+}
+
+Settings findCommon(const std::vector<CellFindings> &all) {
+    Settings common;
+    if (all.empty())
+        return common;
+    for (const auto &setting : all.front().cell.settings) {
+        if (std::all_of(all.begin(), all.end(), [&](const CellFindings &findings) {
+                return has(findings.cell.settings, setting);
+            }))
+            common.push_back(setting);
+    }
+    return common;
+}
+
+static std::string describeSetting(const std::string &name, const std::string &value) {
+    if (value == "on")
+        return name;
+    return name + " " + value;
+}
+
+std::string describe(const Cell &cell, const Settings &common) {
     std::string text = cell.search->name;
-    for (const auto &[name, value] : cell.settings) {
-        const std::string word = name == "night" && value == "on" ? "night"
-                                 : value == "on"                  ? name
-                                                                  : name + " " + value;
-        text += ", " + word;
+    for (const auto &setting : cell.settings) {
+        if (!has(common, setting))
+            text += ", " + describeSetting(setting.first, setting.second);
     }
     return text;
 }

@@ -31,7 +31,11 @@ struct CellFindings {
 /// then @p commit says which. In the order of the searches' table, then as they were entered.
 std::vector<CellFindings> gatherFindings(Store &store, std::string &commit);
 
-/// A cell's text for people: "built-in, night, noise 4".
-std::string describe(const Cell &cell);
+/// A cell's text for people: "built-in, night, noise 4". Conditions that are among @p common go
+/// without saying.
+std::string describe(const Cell &cell, const Settings &common = {});
+
+/// The conditions that all cells have in common.
+Settings findCommon(const std::vector<CellFindings> &all);
 
 } // namespace lab

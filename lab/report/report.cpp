@@ -17,6 +17,7 @@
 namespace lab {
 
 static constexpr size_t kWorst = 10;
+static constexpr size_t kMostMaps = 24;
 
 static const char *const kVerdicts[] = {"never ended", "done",  "focused",  "unsure",    "flat",
                                         "edge",        "blind", "replaced", "cancelled", "fault"};
@@ -60,6 +61,7 @@ static std::string spellQuantiles(const double (&at)[3]) {
 }
 
 static std::string makeTable(const std::vector<CellFindings> &all) {
+    const Settings common = findCommon(all);
     std::string table =
         "<table>" +
         headOf({"cell", "runs", "within 1 half depth, % <small>95 % interval</small>",
@@ -68,7 +70,7 @@ static std::string makeTable(const std::vector<CellFindings> &all) {
     for (const CellFindings &findings : all) {
         const FocusFigures &figures = findings.figures;
         const bool isJudged = figures.judged > 0;
-        table += "<tr>" + cellOf(escapeMarkup(describe(findings.cell)), false) +
+        table += "<tr>" + cellOf(escapeMarkup(describe(findings.cell, common)), false) +
                  cellOf(std::to_string(figures.within.whole)) + cellOf(spellShare(figures.within)) +
                  cellOf(spellQuantiles(figures.frames)) +
                  cellOf(isJudged ? spellShare(figures.wrong) : "–") +
@@ -146,6 +148,18 @@ static std::string makeWorst(const std::vector<CellFindings> &all) {
     return table + "</table>\n";
 }
 
+/// Of the library's own searches.
+static std::string makeMaps(const std::vector<CellFindings> &all) {
+    const Settings common = findCommon(all);
+    std::string maps = "<div class=maps>";
+    size_t count = 0;
+    for (const CellFindings &findings : all) {
+        if (findings.cell.search->rival == nullptr && count++ < kMostMaps)
+            maps += drawMap(findings, common).inPage();
+    }
+    return maps + "</div>\n";
+}
+
 // ---- The page
 
 static const char *const kStyle = R"(
@@ -157,7 +171,7 @@ p.soft,small{color:var(--soft)}small{font-size:.8em;white-space:nowrap}
 table{border-collapse:collapse;font-size:.92em;margin:1rem 0;width:100%}
 th{font-weight:600;text-align:left;vertical-align:bottom;padding:.35rem .7rem;border-bottom:2px solid var(--rule)}
 td{padding:.3rem .7rem;border-bottom:1px solid var(--rule)}tr:nth-child(even) td{background:var(--band)}
-td.n{text-align:right;font-variant-numeric:tabular-nums;white-space:nowrap}code{font-size:.85em}
+td:first-child{white-space:nowrap}td.n{text-align:right;font-variant-numeric:tabular-nums;white-space:nowrap}code{font-size:.85em}
 .drawing{max-width:100%;height:auto;display:block;margin:1rem 0}.maps{display:flex;flex-wrap:wrap;gap:1rem 2rem}
 )";
 
@@ -181,12 +195,19 @@ static std::string section(const std::string &title, const std::string &content)
     return "<h2>" + title + "</h2>\n" + content;
 }
 
+static std::string nameCommon(const Settings &common) {
+    std::string text;
+    for (const auto &[name, value] : common)
+        text += (text.empty() ? "" : ", ") + name + " " + value;
+    return text.empty() ? "" : "<p>Of all cells: " + escapeMarkup(text) + ".</p>\n";
+}
+
 static std::string makePage(const std::vector<CellFindings> &all, const std::string &commit) {
     long runs = 0;
     for (const CellFindings &findings : all)
         runs += findings.figures.within.whole;
     std::string page = openPage(commit, runs);
-    page += section("How often it is sharp", makeTable(all));
+    page += section("How often it is sharp", nameCommon(findCommon(all)) + makeTable(all));
     for (const std::string &condition : listVaried(all))
         page += section("Within one half depth, against " + condition,
                         drawSuccess(all, condition).inPage());
@@ -194,10 +215,7 @@ static std::string makePage(const std::vector<CellFindings> &all, const std::str
                                              "<p class=soft>Box: the middle half, with the median. "
                                              "Line: 5 to 95 %. Dot: the most.</p>\n");
     page += section("What the verdicts are worth", makeConfusion(all));
-    std::string maps = "<div class=maps>";
-    for (const CellFindings &findings : all)
-        maps += drawMap(findings).inPage();
-    page += section("Where it misses", maps + "</div>\n");
+    page += section("Where it misses", makeMaps(all));
     page += section("The worst", makeWorst(all));
     return page + "</body></html>\n";
 }

@@ -16,7 +16,7 @@ static constexpr int kLastCentreTag =
     12;                              // beyond it the whole picture is judged, as by the library
 static constexpr int kWidening = 96; // steps, either side
 
-RivalLens::RivalLens() {
+RivalLens::RivalLens(const std::function<void()> &atEachFrame) : lookOn(atEachFrame) {
     Lens_Get_ZoomIndex(&tag, &quarter, loadWord(&ZM_Step_Local));
 }
 
@@ -40,6 +40,7 @@ void RivalLens::moveTo(int target) {
 double RivalLens::look(int frames) {
     double sum = 0;
     for (int frame = 0; frame < frames; ++frame) {
+        lookOn();
         AF_Statistics_Info record;
         afStatisticsFresh(&record);
         sum += tag > kLastCentreTag ? record.vwV1SumAll : record.vwV1SumHalf;

@@ -2,6 +2,8 @@
 // and the same statistics record that the library judges, one a frame. It counts what it is asked.
 #pragma once
 
+#include <functional>
+
 namespace lab {
 
 struct FocusRange {
@@ -11,7 +13,8 @@ struct FocusRange {
 
 class RivalLens {
 public:
-    RivalLens();
+    /// @p atEachFrame is called before each frame that a search waits for.
+    explicit RivalLens(const std::function<void()> &atEachFrame);
 
     /// Where the focus is counted to stand.
     int position() const;
@@ -38,6 +41,7 @@ public:
     unsigned samples() const { return looked; }
 
 private:
+    std::function<void()> lookOn;
     int tag = 0;
     int quarter = 0;
     int direction = 0;
