@@ -38,6 +38,7 @@ static std::vector<Condition> makeConditions() {
     std::vector<Condition> all = {
         {"nearest", "objects stand evenly in dioptres between so many METRES and infinity", "1.5",
          false, 1.5, 1000},
+        {"calibrated", "1: the unit has measured its own focus curve before", "0", false, 0, 1},
         {"light-step", "FACTOR on the light from 0.4 s after the order on", "1", false, 0.1, 4},
     };
     for (const vcam::Option &option : vcam::allOptions()) {

@@ -9,8 +9,6 @@
 
 #include "clock/seeded_random.h"
 #include "clock/virtual_clock.h"
-#include "devices/lens.h"
-#include "flaws/flaws.h"
 #include "optics/lens_curves.h"
 #include "stage.h"
 
@@ -19,34 +17,6 @@ namespace lab {
 static constexpr int kRunsPerUnit = 20;
 static constexpr uint64_t kRunPurpose = 91;
 static constexpr int64_t kUsPerMs = 1000;
-static constexpr int kRestFrames = 22; // fewer than the refocus trigger takes to fire
-
-static vcam::CameraOptions makeUnit(long unit) {
-    vcam::CameraOptions options;
-    options.seed = static_cast<uint64_t>(unit) + 1;
-    options.lensType = static_cast<int>(unit % 2);
-    return options;
-}
-
-/// Halves and ties aside, what is left of a number when the last bits differ from one mathematical
-/// library to the next.
-static double roundTo(double value, double unit) {
-    const double rounded = std::round(value / unit) * unit;
-    return rounded == 0 ? 0 : rounded; // no "-0"
-}
-
-/// Of two objects either may be the one in focus.
-static double errorHalfDepths() {
-    const double first = vcam::focusErrorHalfDepths();
-    const double secondM = vcam::flaws().secondDistanceM;
-    if (secondM == 0)
-        return first;
-    const int zoom = vcam::groupPosition(vcam::Axis::Zoom);
-    const double away =
-        vcam::groupPosition(vcam::Axis::Focus) - vcam::inFocusPositionAt(zoom, 1 / secondM);
-    const double second = away / vcam::halfDepthStepsAt(zoom);
-    return std::fabs(second) < std::fabs(first) ? second : first;
-}
 
 static RowText playRun(const Cell &cell, const vcam::CameraOptions &camera, long run) {
     vcam::SeededRandom random(static_cast<uint64_t>(run), kRunPurpose);
@@ -63,7 +33,7 @@ static RowText playRun(const Cell &cell, const vcam::CameraOptions &camera, long
              static_cast<long>(watched.frames), watched.samples, watched.reversals,
              static_cast<long>(watched.steps), static_cast<long>(watched.ms), watched.outcome,
              watched.isFarOut ? 1 : 0, static_cast<long>(orderedMs));
-    passFrames(kRestFrames);
+    rest();
     return row;
 }
 
@@ -98,7 +68,7 @@ Kind makeFocusKind() {
              {"verdict", "INTEGER"},
              {"far_out", "INTEGER"},
              {"at_ms", "INTEGER"}},
-            makeUnit,
+            nullptr,
             playUnit};
 }
 

@@ -10,6 +10,7 @@
 
 #include "camera_options.h"
 #include "cell.h"
+#include "row_text.h"
 
 namespace lab {
 
@@ -18,22 +19,24 @@ struct Column {
     const char *type; ///< INTEGER, REAL or TEXT.
 };
 
-/// Values by column, the run's number first, with commas between.
-using RowText = std::string;
-
 struct Kind {
     const char *name;
     const char *meaning;
     int runsPerUnit;
     std::vector<Column> columns;
-    /// What this unit's camera is made of, before the cell's options are put on top.
-    vcam::CameraOptions (*makeUnit)(long unit);
+    /// What has to be known of the unit before its camera is powered on, in the same process; may
+    /// fork cameras of its own. May be nullptr.
+    void (*prepareUnit)(const Cell &cell, const vcam::CameraOptions &camera);
     /// All runs of a unit; the camera is powered on, the library not started.
     std::vector<RowText> (*playUnit)(const Cell &cell, const vcam::CameraOptions &camera,
                                      long unit);
 };
 
 const std::vector<Kind> &allKinds();
+
+/// What a unit's camera is made of before the cell's options are put on top: a seed of its own,
+/// both lens models in turn.
+vcam::CameraOptions makeUnit(long unit);
 
 /// nullptr: there is none of that name.
 const Kind *findKind(const std::string &name);

@@ -48,9 +48,11 @@ static bool writeAll(int to, const std::string &text) {
 [[noreturn]] static void playAndLeave(const Kind &kind, const Cell &cell, long unit, int to,
                                       const std::string &traceFile = "") {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    vcam::CameraOptions camera = kind.makeUnit(unit);
+    vcam::CameraOptions camera = makeUnit(unit);
     camera.traceFile = traceFile;
     applySettings(cell, camera);
+    if (kind.prepareUnit != nullptr)
+        kind.prepareUnit(cell, camera);
     vcam::powerOn(camera);
     std::string text;
     for (const RowText &row : kind.playUnit(cell, camera, unit))

@@ -31,7 +31,8 @@ static constexpr int64_t kPollUs = 60000;     // the lens-control thread has loo
 static constexpr int64_t kLimitUs = 60000000; // of anything that ends by itself
 static constexpr int64_t kLightStepUs = 400000;
 static constexpr int kSettleFrames = 5; // more than any statistics come late
-static constexpr int kRunUp = 30;       // steps with which a lens arrives where a run begins
+static constexpr int kRestFrames = 22;
+static constexpr int kRunUp = 30; // steps with which a lens arrives where a run begins
 static constexpr int kQuarters = 4;
 static constexpr int kGridPoints = 60;
 static constexpr int kShareOffGrid = 5; // one of so many
@@ -40,7 +41,7 @@ static constexpr double kAtInfinity = 0.01; // dioptres
 
 // ---- Starting
 
-static bool awaitIdle() {
+bool awaitIdle() {
     return vcam::awaitUntil(vcam::isIdle, kLimitUs, kLookUs);
 }
 
@@ -94,6 +95,10 @@ void passFrames(int frames) {
     vcam::awaitUntil([until] { return vcam::frameCount() >= until; }, kLimitUs, kLookUs);
 }
 
+void rest() {
+    passFrames(kRestFrames);
+}
+
 /// The run-up takes up what play there is, as whatever brought the lens here would have.
 static void arrive(const Place &place) {
     const int from = place.comesFromNear ? place.focus - kRunUp : place.focus + kRunUp;
@@ -115,6 +120,18 @@ void takePlace(const Place &place, bool isObjectSet) {
 }
 
 // ---- Watching
+
+double errorHalfDepths() {
+    const double first = vcam::focusErrorHalfDepths();
+    const double secondM = vcam::flaws().secondDistanceM;
+    if (secondM == 0)
+        return first;
+    const int zoom = vcam::groupPosition(vcam::Axis::Zoom);
+    const double away =
+        vcam::groupPosition(vcam::Axis::Focus) - vcam::inFocusPositionAt(zoom, 1 / secondM);
+    const double second = away / vcam::halfDepthStepsAt(zoom);
+    return std::fabs(second) < std::fabs(first) ? second : first;
+}
 
 namespace {
 /// The focus motor's way, as the library counts it.
@@ -142,6 +159,10 @@ static AF_Status_ST readStatus() {
     status.size = sizeof status;
     AF_Manager_Get_Status_API(&status);
     return status;
+}
+
+unsigned countRuns() {
+    return readStatus().runs;
 }
 
 /// What makes the built-in search begin with its wide search.

@@ -34,6 +34,18 @@ void takePlace(const Place &place, bool isObjectSet);
 
 void passFrames(int frames);
 
+/// A second of rest: fewer frames than the refocus trigger takes to fire.
+void rest();
+
+/// Let virtual time pass until no autofocus run is due or under way; false after a minute.
+bool awaitIdle();
+
+/// How far the focus truly is off, in half depths; of two objects either may be the one in focus.
+double errorHalfDepths();
+
+/// Autofocus runs since start, those of the refocus trigger among them.
+unsigned countRuns();
+
 /// What a search was seen to do.
 struct Watched {
     int64_t frames = 0; ///< From the order to its end.
