@@ -1,6 +1,7 @@
 // The lab: how often does the autofocus miss, under which conditions, and is another search better?
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -12,6 +13,7 @@
 #include "condition.h"
 #include "experiment.h"
 #include "grid.h"
+#include "kind_tables.h"
 #include "report/report.h"
 #include "show.h"
 #include "table.h"
@@ -99,23 +101,90 @@ int tellEnding(lab::Ending ending) {
                                                 : EXIT_FAILURE;
 }
 
-int playFocus(const Words &words) {
-    lab::Plan plan = {lab::findKind("focus"), {}, words.runs, words.commit};
-    const std::string complaint =
-        lab::makeCells(lab::splitList(words.searches), listAxes(words), plan.cells);
-    if (!complaint.empty())
-        return complain(complaint);
+/// Play the cells and say what they came to by @p print, whole or not.
+int playKind(const Words &words, const char *kind, long runs, const std::vector<lab::Cell> &cells,
+             void (*print)(lab::Store &store, const std::vector<lab::Played> &cells)) {
     lab::Store store(words.store);
     if (!store.error().empty())
         return complain(words.store + ": " + store.error());
     std::vector<long> experiments;
-    const lab::Ending ending = lab::play(plan, store, experiments);
-    std::vector<lab::FocusFigures> rows;
+    const lab::Ending ending =
+        lab::play({lab::findKind(kind), cells, runs, words.commit}, store, experiments);
+    std::vector<lab::Played> played;
     for (size_t index = 0; index < experiments.size(); ++index)
-        rows.push_back(
-            lab::sumUpFocus(store, experiments[index], lab::spell(plan.cells[index]), words.runs));
-    lab::printFocusTable(rows);
+        played.push_back({experiments[index], lab::spell(cells[index]), runs});
+    print(store, played);
     return tellEnding(ending);
+}
+
+void printFocus(lab::Store &store, const std::vector<lab::Played> &cells) {
+    std::vector<lab::FocusFigures> rows;
+    for (const lab::Played &played : cells)
+        rows.push_back(lab::sumUpFocus(store, played.experiment, played.cell, played.runs));
+    lab::printFocusTable(rows);
+}
+
+/// Of the searches and conditions that were asked for; false, and said, when there is none.
+bool listCells(const Words &words, std::vector<lab::Cell> &cells) {
+    const std::string complaint =
+        lab::makeCells(lab::splitList(words.searches), listAxes(words), cells);
+    if (!complaint.empty())
+        complain(complaint);
+    return complaint.empty();
+}
+
+/// A rival knows neither verdict, trigger nor zoom.
+bool requireLibrary(const std::vector<lab::Cell> &cells) {
+    for (const lab::Cell &cell : cells) {
+        if (cell.search->rival != nullptr) {
+            complain(std::string(cell.search->name) + " is none of the library's searches");
+            return false;
+        }
+    }
+    return true;
+}
+
+int playFocus(const Words &words) {
+    std::vector<lab::Cell> cells;
+    return listCells(words, cells) ? playKind(words, "focus", words.runs, cells, printFocus)
+                                   : EXIT_FAILURE;
+}
+
+/// Hours take longer than runs: a tenth of them, and a twentieth with drift.
+int playRefocus(const Words &words) {
+    std::vector<lab::Cell> cells;
+    if (!listCells(words, cells) || !requireLibrary(cells))
+        return EXIT_FAILURE;
+    int status = playKind(words, "change", words.runs, cells, lab::printChange);
+    if (status == EXIT_SUCCESS)
+        status = playKind(words, "still", std::max(24L, words.runs / 10), cells, lab::printStill);
+    if (status == EXIT_SUCCESS)
+        status = playKind(words, "drift", std::max(4L, words.runs / 20), cells, lab::printDrift);
+    return status;
+}
+
+int playTracking(Words words) {
+    std::vector<lab::Cell> cells;
+    words.lists.emplace("calibrated", "0,1");
+    if (!listCells(words, cells) || !requireLibrary(cells))
+        return EXIT_FAILURE;
+    return playKind(words, "tracking", words.runs, cells, lab::printTracking);
+}
+
+/// What a verdict has to stand, unless conditions are given: all of them crossed with the light,
+/// and a flat scene.
+int playVerdicts(Words words) {
+    std::vector<lab::Cell> cells;
+    const bool isUsual = words.lists.empty();
+    if (isUsual)
+        words.lists = {{"night", "off,on"},
+                       {"noise", "1,4"},
+                       {"backlash-focus", "0,4"},
+                       {"delay", "0,1"},
+                       {"scene", "plain,low-contrast,flat,flicker,light-step,two-depths,moving"}};
+    if (!listCells(words, cells) || !requireLibrary(cells))
+        return EXIT_FAILURE;
+    return playKind(words, "focus", words.runs, cells, lab::printVerdicts);
 }
 
 int report(const Words &words) {
@@ -158,6 +227,13 @@ int main(int argc, char **argv) {
     app.add_option("--search", words.searches, "searches, of: " + lab::nameSearches())
         ->type_name("LIST");
     offerConditions(app, words);
+    app.fallthrough();
+    CLI::App *refocus = app.add_subcommand(
+        "refocus", "false refocuses of still scenes, changes of distance by their size, drift");
+    CLI::App *tracking =
+        app.add_subcommand("tracking", "how far off the focus is while the lens zooms");
+    CLI::App *verdict = app.add_subcommand(
+        "verdict", "verdicts against the truth, over many conditions unless some are given");
     CLI::App *chunk = app.add_subcommand("chunk", "print rows of one cell");
     chunk->add_option("first", words.first, "number of the first run")
         ->required()
@@ -173,15 +249,25 @@ int main(int argc, char **argv) {
     shown->add_option("--cell", words.cell, kCellHelp);
     shown->add_option("--trace", words.trace, "where its unit's trace goes; out/lab_trace.txt");
     CLI::App *reported = app.add_subcommand("report", "a page of what the store holds");
-    reported->add_option("--store", words.store, "out/lab.sqlite unless given");
     reported->add_option("--out", words.out, "folder of lab.html and its charts; out unless given");
     reported->add_option("--build", words.build, "whose rows; the last one's unless given");
     CLI11_PARSE(app, argc, argv);
 
-    const int status = chunk->parsed()      ? printRows(words)
-                       : shown->parsed()    ? show(words)
-                       : reported->parsed() ? report(words)
-                                            : playFocus(words);
+    int status = EXIT_SUCCESS;
+    if (chunk->parsed())
+        status = printRows(words);
+    else if (shown->parsed())
+        status = show(words);
+    else if (reported->parsed())
+        status = report(words);
+    else if (refocus->parsed())
+        status = playRefocus(words);
+    else if (tracking->parsed())
+        status = playTracking(words);
+    else if (verdict->parsed())
+        status = playVerdicts(words);
+    else
+        status = playFocus(words);
     if (fflush(stdout) == 0 && ferror(stdout) == 0)
         return status;
     return complain("standard output can't be written");
