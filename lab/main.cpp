@@ -5,12 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "chunk.h"
 #include "condition.h"
+#include "exchange.h"
 #include "experiment.h"
 #include "grid.h"
 #include "kind_tables.h"
@@ -25,11 +27,13 @@ struct Words {
     std::string commit = "unknown";
     std::string searches = "built-in";
     std::string cell;
+    std::string kind = "focus";
     std::map<std::string, std::string> lists; // by option
     std::string out = "out";
     std::string build;
     std::string trace = "out/lab_trace.txt";
     long runs = 10000;
+    long chunk = 2000;
     long first = 0;
     long count = 0;
 };
@@ -187,13 +191,46 @@ int playVerdicts(Words words) {
     return playKind(words, "focus", words.runs, cells, lab::printVerdicts);
 }
 
-int report(const Words &words) {
+/// The store that is there, for those who only look into it.
+int withStore(const Words &words, const std::function<int(lab::Store &store)> &use) {
     if (!std::filesystem::exists(words.store))
         return complain(words.store + ": there is no such store");
     lab::Store store(words.store);
+    return store.error().empty() ? use(store) : complain(words.store + ": " + store.error());
+}
+
+int report(const Words &words) {
+    return withStore(
+        words, [&](lab::Store &store) { return lab::writeReport(store, words.build, words.out); });
+}
+
+int giveRows(const Words &words) {
+    lab::Cell cell;
+    const std::string complaint = lab::readCell(words.cell, cell);
+    if (!complaint.empty())
+        return complain("--cell: " + complaint);
+    return withStore(words, [&](lab::Store &store) {
+        return lab::printStored(store, *lab::findKind(words.kind), cell, words.commit);
+    });
+}
+
+/// Words checked before a store is made.
+int plan(const Words &words) {
+    std::vector<lab::Cell> cells;
+    if (!listCells(words, cells))
+        return EXIT_FAILURE;
+    lab::Store store(words.store);
     if (!store.error().empty())
         return complain(words.store + ": " + store.error());
-    return lab::writeReport(store, words.build, words.out);
+    lab::printMissing(store, *lab::findKind(words.kind), cells, words.runs, words.commit,
+                      words.chunk);
+    return EXIT_SUCCESS;
+}
+
+int takeIn(const Words &words) {
+    lab::Store store(words.store);
+    return store.error().empty() ? lab::importChunks(store, words.commit)
+                                 : complain(words.store + ": " + store.error());
 }
 
 int show(const Words &words) {
@@ -209,7 +246,15 @@ int printRows(const Words &words) {
     const std::string complaint = lab::readCell(words.cell, cell);
     if (!complaint.empty())
         return complain("--cell: " + complaint);
-    return lab::printChunk(*lab::findKind("focus"), cell, words.first, words.count, words.commit);
+    return lab::printChunk(*lab::findKind(words.kind), cell, words.first, words.count,
+                           words.commit);
+}
+
+std::vector<std::string> nameKinds() {
+    std::vector<std::string> names;
+    for (const lab::Kind &kind : lab::allKinds())
+        names.emplace_back(kind.name);
+    return names;
 }
 
 } // namespace
@@ -242,6 +287,16 @@ int main(int argc, char **argv) {
         ->required()
         ->check(CLI::Range(1L, kMostRuns));
     chunk->add_option("--cell", words.cell, kCellHelp);
+    CLI::App *planned = app.add_subcommand(
+        "plan", "list the chunks that are missing, for other machines (docs/lab.md)");
+    planned->add_option("--chunk", words.chunk, "runs of each; 2000 unless given")
+        ->check(CLI::Range(1L, kMostRuns));
+    CLI::App *imported = app.add_subcommand("import", "take in chunks from standard input");
+    CLI::App *given = app.add_subcommand("rows", "print the rows of a cell that the store holds");
+    given->add_option("--cell", words.cell, kCellHelp);
+    for (CLI::App *exchange : {chunk, planned, given})
+        exchange->add_option("--kind", words.kind, "focus unless given")
+            ->check(CLI::IsMember(nameKinds()));
     CLI::App *shown = app.add_subcommand("show", "one run again, frame by frame");
     shown->add_option("run", words.first, "its number")
         ->required()
@@ -260,6 +315,12 @@ int main(int argc, char **argv) {
         status = show(words);
     else if (reported->parsed())
         status = report(words);
+    else if (planned->parsed())
+        status = plan(words);
+    else if (imported->parsed())
+        status = takeIn(words);
+    else if (given->parsed())
+        status = giveRows(words);
     else if (refocus->parsed())
         status = playRefocus(words);
     else if (tracking->parsed())
