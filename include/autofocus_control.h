@@ -35,7 +35,16 @@ typedef enum {
     AF_SETTING_SERIAL_REPLIES = 0,
     /** 1: a fault of the motor driver's links stops the lens, and home is found again before
      * anything else moves. From the next order on. */
-    AF_SETTING_RECOVERY = 1
+    AF_SETTING_RECOVERY = 1,
+    /** 1: autofocus runs use a search that survives slack in the gear, late statistics and noise;
+     * it takes the place of the built-in one. From the next run on. */
+    AF_SETTING_FOCUS_SEARCH = 2,
+    /** Slack of the focus's gear in steps, 0 to 64: every position that the library drives the
+     * focus to is then approached in the direction far. From the next move on. */
+    AF_SETTING_FOCUS_BACKLASH = 3,
+    /** Frames by which the ISP's focus statistics are late, 0 to 4; -1: not known, and taken for 4,
+     * which costs frames. From the next run on. */
+    AF_SETTING_STATISTICS_DELAY = 4
 } AF_Setting_em;
 
 /** Set an AF_Setting_em. @return 0; -1 and nothing changed: no such setting, a value out of its

@@ -1,5 +1,6 @@
 #include "af_interface/statistics/statistics.h"
 
+#include "af_interface/statistics/shown_position.h"
 #include "platform/shared_word.h"
 #include "platform/timed_wait.h"
 
@@ -15,6 +16,7 @@ static unsigned int records = 0;
 void publishStatistics(const AF_Statistics_Info &record) {
     pthread_mutex_lock(&afv_lock);
     g_AFStatistics = record;
+    noteShownPosition();
     storeWord(&records, records + 1);
     pthread_cond_signal(&afv_ready);
     pthread_mutex_unlock(&afv_lock);

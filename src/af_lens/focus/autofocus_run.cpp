@@ -1,6 +1,7 @@
 // One autofocus run: a hill climb on one focus value a frame. Runs on the lens-control thread.
 #include "autofocus/autofocus_run.h"
 #include "af_lens/focus/focus_pass.h"
+#include "af_lens/focus/robust/robust_search.h"
 #include "af_lens/focus/step_choice.h"
 #include "af_lens/focus/verdict.h"
 #include "af_lens/focus/wide_search.h"
@@ -13,10 +14,12 @@
 #include "af_lens/motion/motors.h"
 #include "af_lens/motion/steps.h"
 #include "autofocus/host/settings.h"
+#include "autofocus/host/settings_table.h"
 #include "autofocus/moves.h"
 #include "autofocus/persistence.h"
 #include "autofocus/statistics.h"
 #include "autofocus/types.h"
+#include "autofocus_control.h"
 #include "platform/arithmetic.h"
 #include "platform/shared_word.h"
 #include "platform/trace.h"
@@ -201,6 +204,12 @@ unsigned int lensFocusCtrl(AF_CMD_em emCmd) {
     if (Lens_Get_ZoomIndex(&search.index1, &index2, zoomPosition()) != 0)
         return finish(emCmd);
     beginJudging(search.index1);
+    if (settingOf(AF_SETTING_FOCUS_SEARCH) != 0) {
+        search.afvMax = searchRobustly(search.index1, index2);
+        if (lensFocusInterrupt() == 0)
+            storeWord(&g_AFVClearMax, static_cast<int>(search.afvMax));
+        return finish(emCmd);
+    }
     Lens_Get_SearchRange(search.index1, index2, &search.limitN, &search.limitF);
     keepInsideTravel(&search);
     search.stepMax = Lens_Get_StepMax(search.limitN, search.limitF);

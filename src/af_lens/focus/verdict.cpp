@@ -30,6 +30,7 @@ enum Stage { kNoRun, kRunning, kEnded };
 static const unsigned int kNothingYet = 0xFFFFFFFFu;
 
 static Stage stage = kNoRun;
+static AF_Outcome_em decided; // AF_OUTCOME_NONE: by the frames
 static int tag;
 static unsigned int looks;       // frames that were waited for
 static unsigned int recordsSeen; // of them those that came
@@ -40,6 +41,7 @@ static JudgedPass pass;
 
 void beginJudging(int index1) {
     stage = kRunning;
+    decided = AF_OUTCOME_NONE;
     tag = index1;
     looks = 0;
     recordsSeen = countRecords();
@@ -85,6 +87,11 @@ void judgeFrame(unsigned int afv) {
 
 void endJudging() {
     stage = kEnded;
+}
+
+void decideRun(AF_Outcome_em verdict) {
+    decided = verdict;
+    endJudging();
 }
 
 bool isRunToJudge() {
@@ -151,9 +158,11 @@ AF_Outcome_em judgeRun(bool waits) {
     if (judged != kEnded)
         return AF_OUTCOME_REPLACED;
     AF_Statistics_Info record = latestStatistics();
-    if (waits)
+    if (waits && decided == AF_OUTCOME_NONE)
         afStatisticsFresh(&record);
     if (run.frames * 2 < looks)
         return AF_OUTCOME_BLIND;
+    if (decided != AF_OUTCOME_NONE)
+        return decided;
     return judgeFrames(focusValueAt(tag, record));
 }

@@ -42,6 +42,9 @@ bool isRunComplete();
 /// The run has come to its own end.
 void endJudging();
 
+/// The same, and it has found the verdict itself.
+void decideRun(AF_Outcome_em verdict);
+
 /**
  * The verdict, after waiting for the next frame if @p waits; else that frame is not looked at.
  *

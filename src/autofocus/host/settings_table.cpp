@@ -12,8 +12,11 @@ struct SettingRange {
 } // namespace
 
 static const SettingRange kRanges[] = {
-    {0, 2, true},  // AF_SETTING_SERIAL_REPLIES
-    {0, 1, false}, // AF_SETTING_RECOVERY
+    {0, 2, true},   // AF_SETTING_SERIAL_REPLIES
+    {0, 1, false},  // AF_SETTING_RECOVERY
+    {0, 1, false},  // AF_SETTING_FOCUS_SEARCH
+    {0, 64, false}, // AF_SETTING_FOCUS_BACKLASH
+    {-1, 4, false}, // AF_SETTING_STATISTICS_DELAY
 };
 
 static const int kSettingCount = sizeof kRanges / sizeof kRanges[0];

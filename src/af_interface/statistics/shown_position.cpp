@@ -1,0 +1,32 @@
+#include "af_interface/statistics/shown_position.h"
+
+#include "af_interface/statistics/statistics.h"
+#include "af_lens/model/lens_state.h"
+#include "autofocus/host/settings_table.h"
+#include "autofocus_control.h"
+#include "platform/shared_word.h"
+
+static const int kKept = 8; // above the longest delay
+static const int kLongestDelay = 4;
+
+static unsigned int positions[kKept]; // of record n at n % kKept
+
+void noteShownPosition() {
+    storeWord(&positions[(countRecords() + 1) % kKept], focusPosition());
+}
+
+bool isDelayKnown() {
+    return settingOf(AF_SETTING_STATISTICS_DELAY) >= 0;
+}
+
+int framesUntilShown() {
+    const int delay = settingOf(AF_SETTING_STATISTICS_DELAY);
+    return delay < 0 ? kLongestDelay : delay;
+}
+
+unsigned int shownPosition() {
+    if (framesUntilShown() == 0)
+        return focusPosition();
+    return loadWord(
+        &positions[(countRecords() - static_cast<unsigned int>(framesUntilShown())) % kKept]);
+}

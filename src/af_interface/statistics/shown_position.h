@@ -1,0 +1,16 @@
+// Which focus position a focus record shows, when the statistics come late.
+#pragma once
+
+/// A record is being published: remember where the focus stands. Statistics thread.
+void noteShownPosition();
+
+/// Where the focus stood when the frame of the last record was exposed, by the delay that is set.
+/// The thread that drives the focus.
+unsigned int shownPosition();
+
+/// Frames until a record shows where the lens stands now: the delay, or the most that there can be
+/// while it is not known.
+int framesUntilShown();
+
+/// Whether the delay is known.
+bool isDelayKnown();

@@ -1,0 +1,35 @@
+// The fine pass of the robust search: over the peak in the direction far, and a parabola through
+// what it has seen.
+#pragma once
+
+/// Which values a run trusts.
+struct Judging {
+    bool isWide; ///< The wide value: the narrow one does not stand out of the noise.
+    float unit;  ///< In steps: what the widths of the hill are counted in.
+    float noise;
+};
+
+enum PassEnd {
+    kPeakInside,
+    kPeakBefore, ///< It fell from the first sample on.
+    kPeakBeyond, ///< It rose up to the end of the range.
+    kPassBroken, ///< A command interrupted.
+};
+
+struct FinePass {
+    PassEnd end;
+    int vertex;      ///< Of the parabola.
+    float top;       ///< Its value there.
+    float curvature; ///< Share of the top by which it falls one unit away.
+    float lowest;
+    float ratio;     ///< Narrow over check value at the highest sample.
+    bool fellBefore; ///< Clearly, on this side of the peak,
+    bool fellAfter;  ///< and on that.
+};
+
+/// The value that is judged.
+struct Look;
+float judgedValue(const Judging &judging, const Look &look);
+
+/// Run over @p estimate, which may be off by @p margin steps.
+void runFinePassOver(int estimate, int margin, const Judging &judging, FinePass *pass);

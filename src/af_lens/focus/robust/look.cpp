@@ -1,0 +1,89 @@
+#include "af_lens/focus/robust/look.h"
+
+#include "af_interface/statistics/frame_noise.h"
+#include "af_interface/statistics/shown_position.h"
+#include "af_interface/statistics/statistics.h"
+#include "af_lens/focus/verdict.h"
+#include "af_lens/model/half_depth.h"
+#include "af_lens/model/lens_state.h"
+#include "af_lens/motion/slack.h"
+#include "autofocus/focus_lines.h"
+#include "autofocus/mailbox.h"
+#include "autofocus/moves.h"
+#include "autofocus/types.h"
+#include "platform/arithmetic.h"
+
+#include <stdlib.h>
+
+static const float kWideNoise = 0.55f; // of the narrow one: more zones, coarser detail
+static const int kRunUp = 12;          // beside the backlash
+static const int kNearShare = 3;       // of its width, by which the range is widened
+static const int kFarShare = 6;
+static const int kUnitMargin = 48; // at least: how far a unit's lines may lie off the built-in ones
+
+LookSetting looking;
+
+// Off the grid the object may be in focus in the range of either neighbour.
+static void takeRange(int index1, int index2) {
+    unsigned int near = 0, far = 0;
+    Lens_Get_SearchRange(index1, index2, &near, &far);
+    const int next = index1 * 4 + index2 + 1;
+    if (next / 4 < 16) {
+        unsigned int nextNear = near, nextFar = far;
+        Lens_Get_SearchRange(next / 4, next % 4, &nextNear, &nextFar);
+        near = minOf(near, nextNear);
+        far = maxOf(far, nextFar);
+    }
+    const int width = static_cast<int>(far) - static_cast<int>(near);
+    const int margin = kUnitMargin + focusBacklash();
+    const int least = static_cast<int>(FM_Near_Limit);
+    const int most = static_cast<int>(FM_Far_Limit);
+    looking.near =
+        clampBetween(least, static_cast<int>(near) - maxOf(width / kNearShare, margin), most);
+    looking.far =
+        clampBetween(least, static_cast<int>(far) + maxOf(width / kFarShare, margin), most);
+}
+
+void beginLooking(int index1, int index2) {
+    looking.tag = index1;
+    looking.halfDepth = halfDepthSteps(index1);
+    looking.noise = noiseShareAt(index1);
+    looking.wideNoise = looking.noise * (isJudgedByAll(index1) ? 1 : kWideNoise);
+    takeRange(index1, index2);
+}
+
+bool driveTo(int position) {
+    const int target = clampBetween(looking.near, position, looking.far);
+    const int steps = target - static_cast<int>(focusPosition());
+    if (steps == 0)
+        return lensFocusInterrupt() == 0;
+    return lensMotorFocusRun(steps > 0 ? MS_F_FAR : MS_F_NEAR, abs(steps)) == 0;
+}
+
+bool approach(int position) {
+    const int target = clampBetween(looking.near, position, looking.far);
+    const int start = target - kRunUp - focusBacklash();
+    if (static_cast<int>(focusPosition()) > start && !driveTo(start))
+        return false;
+    return driveTo(target);
+}
+
+bool lookNow(Look *look) {
+    AF_Statistics_Info record;
+    afStatisticsFresh(&record);
+    const unsigned int value = focusValueAt(looking.tag, record);
+    judgeFrame(value);
+    *look = {static_cast<int>(shownPosition()), static_cast<float>(value),
+             static_cast<float>(record.vwV2SumAll),
+             static_cast<float>(secondFocusValueAt(looking.tag, record))};
+    return lensFocusInterrupt() == 0;
+}
+
+bool lookHere(Look *look) {
+    for (int frames = framesUntilShown(); frames > 0; --frames)
+        if (!lookNow(look))
+            return false;
+    const bool goesOn = lookNow(look);
+    look->position = static_cast<int>(focusPosition());
+    return goesOn;
+}

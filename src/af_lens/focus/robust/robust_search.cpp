@@ -1,0 +1,112 @@
+#include "af_lens/focus/robust/robust_search.h"
+
+#include "af_interface/statistics/shown_position.h"
+#include "af_lens/focus/robust/bracket.h"
+#include "af_lens/focus/robust/fine_pass.h"
+#include "af_lens/focus/robust/look.h"
+#include "af_lens/focus/verdict.h"
+#include "af_lens/model/lens_state.h"
+#include "autofocus_control.h"
+#include "platform/arithmetic.h"
+#include "platform/trace.h"
+
+#include <math.h>
+#include <stdlib.h>
+
+// Jumps bracket the peak by the wide value, narrowing brings the bracket down to a few half depths,
+// a fine pass runs over it in the direction far, a parabola says where the top is. The lens goes
+// there from the same side, waits until the statistics show it and asks whether they agree: the
+// value, and its ratio to the coarser band, which no change of the light touches. If they do not,
+// the pass is run again.
+
+static const int kMostPasses = 4;
+static const float kContrastDeviations = 12;
+static const float kWideUnit = 2; // half depths, where the wide value is judged
+static const float kBackHalfDepths = 4;
+static const float kLeastMiss = 0.12f;
+static const float kMissDeviations = 5;
+static const float kLeastRatioMiss = 0.04f;
+static const float kRatioDeviations = 4;
+static const float kCurvature = 0.047f; // of a hill one half depth from its top
+static const float kLeastCurvature = kCurvature / 5;
+static const float kMostCurvature = kCurvature * 5;
+
+// The narrow value, unless it does not stand out of the noise.
+static Judging chooseJudging(float highest, float lowest) {
+    if (highest > lowest * (1 + kContrastDeviations * looking.noise))
+        return {false, looking.halfDepth, looking.noise};
+    return {true, kWideUnit * looking.halfDepth, looking.wideNoise};
+}
+
+static bool isConfirmed(const Judging &judging, const FinePass &pass, const Look &look) {
+    const float away = fabsf(judgedValue(judging, look) - pass.top);
+    if (away > pass.top * maxOf(kLeastMiss, kMissDeviations * judging.noise))
+        return false;
+    const float ratio = look.narrow / maxOf(look.check, 1.0f);
+    const float most = maxOf(kLeastRatioMiss, kRatioDeviations * judging.noise);
+    return judging.isWide || fabsf(ratio - pass.ratio) <= pass.ratio * most;
+}
+
+static AF_Outcome_em judge(const Judging &judging, const FinePass &pass, bool isSure) {
+    if (pass.end != kPeakInside)
+        return AF_OUTCOME_EDGE;
+    const bool hasContrast = pass.top > pass.lowest * (1 + kContrastDeviations * judging.noise);
+    const bool isHill = pass.curvature > kLeastCurvature && pass.curvature < kMostCurvature;
+    const bool isPeak = pass.fellBefore && pass.fellAfter && hasContrast && isHill;
+    return isSure && isPeak && isDelayKnown() ? AF_OUTCOME_FOCUSED : AF_OUTCOME_UNSURE;
+}
+
+// Passes until one is confirmed. @return the focus value where the lens stands; 0: interrupted.
+static unsigned int findTop(int estimate, int margin, const Judging &judging) {
+    FinePass pass = {};
+    Look look = {};
+    bool isSure = false;
+    int former = estimate;
+    for (int passes = 0; passes < kMostPasses && !isSure; ++passes) {
+        runFinePassOver(estimate, margin, judging, &pass);
+        if (pass.end == kPassBroken)
+            return 0;
+        TRACE_FORMAT_OF("lensFocusCtrl", "Pass: %d top: %d curvature: %d\n", pass.vertex,
+                        static_cast<int>(pass.top), static_cast<int>(pass.curvature * 1000));
+        former = estimate;
+        estimate = pass.vertex;
+        margin = static_cast<int>(judging.unit / 2);
+        if (pass.end != kPeakInside) {
+            const int back = static_cast<int>(kBackHalfDepths * judging.unit);
+            estimate += pass.end == kPeakBefore ? -back : back;
+            continue;
+        }
+        if (!approach(pass.vertex) || !lookHere(&look))
+            return 0;
+        const bool isSame = static_cast<float>(abs(estimate - former)) <= judging.unit;
+        isSure = isConfirmed(judging, pass, look) && (passes == 0 || isSame);
+    }
+    if (pass.end != kPeakInside && (!approach(pass.vertex) || !lookHere(&look)))
+        return 0;
+    decideRun(judge(judging, pass, isSure));
+    return static_cast<unsigned int>(look.narrow);
+}
+
+static unsigned int returnTo(int position, AF_Outcome_em verdict) {
+    Look look = {};
+    if (!approach(position) || !lookHere(&look))
+        return 0;
+    decideRun(verdict);
+    return static_cast<unsigned int>(look.narrow);
+}
+
+unsigned int searchRobustly(int index1, int index2) {
+    const int start = static_cast<int>(focusPosition());
+    Bracket bracket = {};
+    beginLooking(index1, index2);
+    const BracketOutcome outcome = findBracket(&bracket);
+    if (outcome == kBracketBroken)
+        return 0;
+    if (outcome == kNothingSeen)
+        return returnTo(start, AF_OUTCOME_FLAT);
+    TRACE_FORMAT_OF("lensFocusCtrl", "Bracket: %d width: %d\n", bracket.estimate, bracket.width);
+    const RunSummary seen = summariseRun();
+    const Judging judging =
+        chooseJudging(static_cast<float>(seen.peak), static_cast<float>(seen.floor));
+    return findTop(bracket.estimate, bracket.width / 4, judging);
+}
