@@ -9,8 +9,24 @@
 namespace lab {
 
 const std::vector<Search> &allSearches() {
+    const std::string slack = "backlash-focus";
+    const std::string late = "delay";
     static const std::vector<Search> table = {
         {"built-in", "the library's, as it is at load", nullptr, {}},
+        {"built-in-slack",
+         "the same, told of the lens's backlash",
+         nullptr,
+         {{AF_SETTING_FOCUS_BACKLASH, slack}}},
+        {"robust",
+         "the library's robust search, told of backlash and delay",
+         nullptr,
+         {{AF_SETTING_FOCUS_SEARCH, "1"},
+          {AF_SETTING_FOCUS_BACKLASH, slack},
+          {AF_SETTING_STATISTICS_DELAY, late}}},
+        {"robust-untold",
+         "the same, told that the delay is not known, and of no backlash",
+         nullptr,
+         {{AF_SETTING_FOCUS_SEARCH, "1"}, {AF_SETTING_STATISTICS_DELAY, "-1"}}},
         {"full-scan", "every half depth of the range, and a parabola", scanFully, {}},
         {"golden", "golden section over the range", searchByGoldenSection, {}},
         {"hill", "hill climbing, and a parabola", climbHill, {}},
