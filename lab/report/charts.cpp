@@ -11,6 +11,7 @@
 namespace lab {
 
 static constexpr double kWidth = 860;
+static constexpr size_t kLeastPoints = 3; // of a line
 
 // ---- Success over a condition
 
@@ -87,7 +88,7 @@ static std::vector<Series> listSeries(const std::vector<CellFindings> &all,
     std::vector<Series> series = groupSeries(all, condition);
     series.erase(std::remove_if(series.begin(), series.end(),
                                 [&](const Series &one) {
-                                    return one.points.size() < 2 || !isPlain(one, common);
+                                    return one.points.size() < kLeastPoints || !isPlain(one, common);
                                 }),
                  series.end());
     for (Series &one : series)

@@ -12,6 +12,7 @@
 #include "autofocus_control.h"
 #include "report/charts.h"
 #include "report/findings.h"
+#include "report/pivot.h"
 #include "report/svg.h"
 
 namespace lab {
@@ -76,6 +77,19 @@ static std::string makeTable(const std::vector<CellFindings> &all) {
                  cellOf(isJudged ? spellShare(figures.wrong) : "–") +
                  cellOf(isJudged ? spellShare(figures.refused) : "–") +
                  cellOf(spellNumber(figures.farOut, 0)) + "</tr>\n";
+    }
+    return table + "</table>\n";
+}
+
+static std::string makePivot(const Pivot &pivot) {
+    std::vector<std::string> heads = {"condition"};
+    heads.insert(heads.end(), pivot.searches.begin(), pivot.searches.end());
+    std::string table = "<table>" + headOf(heads);
+    for (const Pivot::Row &row : pivot.rows) {
+        table += "<tr>" + cellOf(escapeMarkup(row.condition), false);
+        for (const std::string &field : row.fields)
+            table += cellOf(field);
+        table += "</tr>\n";
     }
     return table + "</table>\n";
 }
@@ -207,7 +221,12 @@ static std::string makePage(const std::vector<CellFindings> &all, const std::str
     for (const CellFindings &findings : all)
         runs += findings.figures.within.whole;
     std::string page = openPage(commit, runs);
-    page += section("How often it is sharp", nameCommon(findCommon(all)) + makeTable(all));
+    page += section("At a glance",
+                    nameCommon(findCommon(all)) +
+                        "<p class=soft>Percent within one half depth, by day / by night.</p>" +
+                        makePivot(pivotSuccess(all)) +
+                        "<p class=soft>Frames, median–95 %, by day / by night.</p>" +
+                        makePivot(pivotFrames(all)));
     for (const std::string &condition : listVaried(all))
         page += section("Within one half depth, against " + condition,
                         drawSuccess(all, condition).inPage());
@@ -217,6 +236,7 @@ static std::string makePage(const std::vector<CellFindings> &all, const std::str
     page += section("What the verdicts are worth", makeConfusion(all));
     page += section("Where it misses", makeMaps(all));
     page += section("The worst", makeWorst(all));
+    page += section("Every cell", makeTable(all));
     return page + "</body></html>\n";
 }
 
@@ -231,7 +251,9 @@ int writeReport(Store &store, const std::string &build, const std::string &folde
     std::error_code ignored;
     std::filesystem::create_directories(folder, ignored);
     bool isWhole = writeFile(folder + "/lab.html", makePage(all, commit)) &&
-                   writeFile(folder + "/lab_frames.svg", drawFrames(all).asFile());
+                   writeFile(folder + "/lab_frames.svg", drawFrames(all).asFile()) &&
+                   writeFile(folder + "/lab.md", asMarkdown(pivotSuccess(all), "within 1 h, %") +
+                                                     "\n" + asMarkdown(pivotFrames(all), "frames"));
     for (const std::string &condition : listVaried(all))
         isWhole = isWhole && writeFile(folder + "/lab_" + condition + ".svg",
                                        drawSuccess(all, condition).asFile());
