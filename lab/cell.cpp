@@ -34,7 +34,7 @@ std::string addSetting(const std::string &name, const std::string &text, Setting
 std::string spell(const Cell &cell) {
     std::string text = std::string("search=") + cell.search->name;
     for (const auto &[name, value] : cell.settings)
-        text += " " + name + "=" + value;
+        text.append(" ").append(name).append("=").append(value);
     return text;
 }
 

@@ -10,10 +10,11 @@
 
 namespace lab {
 
-/// A line for each chunk of which rows are missing, its words set apart by tabs: kind, first run,
-/// how many, cell.
-void printMissing(Store &store, const Kind &kind, const std::vector<Cell> &cells, long runs,
-                  const std::string &commit, long chunk);
+/// A line for each chunk of which rows are missing among the first @p wanted runs of each cell, its
+/// words set apart by tabs: kind, first run, how many, cell. Chunks are of @p about so many runs,
+/// in whole units.
+void printMissing(Store &store, const Kind &kind, const std::vector<Cell> &cells, long wanted,
+                  const std::string &commit, long about);
 
 /// Chunks from standard input, each a head and its rows. Those of another build are refused.
 /// EXIT_SUCCESS when all of them are in the store.

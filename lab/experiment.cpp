@@ -56,11 +56,11 @@ static void keep(const Plan &plan, const Task &task, Store &store, Course &cours
                  const std::vector<RowText> &rows) {
     const bool isWhole = rows.size() == static_cast<size_t>(plan.kind->runsPerUnit);
     if (!isWhole) {
-        course.progress.clear();
+        Progress::clear();
         fprintf(stderr, "lab: unit %ld of %s has not come to its end\n", unit,
                 spell(*task.cell).c_str());
     } else if (!store.add(*plan.kind, task.experiment, rows)) {
-        course.progress.clear();
+        Progress::clear();
         fprintf(stderr, "lab: the store refuses rows: %s\n", store.error().c_str());
     } else {
         course.progress.add(plan.kind->runsPerUnit);
@@ -85,7 +85,7 @@ Ending play(const Plan &plan, Store &store, std::vector<long> &experiments) {
             [] { return interrupts > 0; });
     }
     signal(SIGINT, SIG_DFL);
-    course.progress.clear();
+    Progress::clear();
     if (countRuns(plan, tasks) > 0)
         fprintf(stderr, "lab: %.0f runs a second\n", course.progress.runsPerSecond());
     if (interrupts > 0)

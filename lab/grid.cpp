@@ -35,9 +35,9 @@ static std::string cross(const Axis &axis, std::vector<Cell> &cells) {
     for (const Cell &cell : cells) {
         for (const std::string &value : axis.second) {
             Cell with = cell;
-            const std::string complaint = axis.first == "scene"
-                                              ? addScene(value, with.settings)
-                                              : addSetting(axis.first, value, with.settings);
+            std::string complaint = axis.first == "scene"
+                                        ? addScene(value, with.settings)
+                                        : addSetting(axis.first, value, with.settings);
             if (!complaint.empty())
                 return complaint;
             crossed.push_back(with);

@@ -192,14 +192,14 @@ constexpr int kVerdicts = AF_OUTCOME_BLIND + 1;
 
 struct Confusion {
     long counts[3][kVerdicts] = {}; ///< By error (within 1, within 2, beyond) and verdict.
-
-    void add(double error, int verdict) {
-        const double size = std::fabs(error);
-        if (verdict >= 0 && verdict < kVerdicts)
-            counts[size <= 1 ? 0 : size <= 2 ? 1 : 2][verdict] += 1;
-    }
 };
 } // namespace
+
+static void count(Confusion &confusion, double error, int verdict) {
+    const double size = std::fabs(error);
+    if (verdict >= 0 && verdict < kVerdicts)
+        confusion.counts[size <= 1 ? 0 : size <= 2 ? 1 : 2][verdict] += 1;
+}
 
 static void printConfusion(const std::string &name, const Confusion &confusion, int width) {
     static const char *const kErrors[] = {"within 1", "1 to 2", "beyond 2"};
@@ -220,8 +220,8 @@ void printVerdicts(Store &store, const std::vector<Played> &cells) {
         Confusion confusion;
         Confusion &all = bySearch["all of " + played.cell.substr(0, played.cell.find(' '))];
         for (const auto &row : askRuns(store, "error, verdict", "focus", played)) {
-            confusion.add(numberOf(row[0]), atoi(row[1].c_str()));
-            all.add(numberOf(row[0]), atoi(row[1].c_str()));
+            count(confusion, numberOf(row[0]), atoi(row[1].c_str()));
+            count(all, numberOf(row[0]), atoi(row[1].c_str()));
         }
         printConfusion(played.cell, confusion, width);
     }

@@ -123,6 +123,7 @@ int playKind(const Words &words, const char *kind, long runs, const std::vector<
 
 void printFocus(lab::Store &store, const std::vector<lab::Played> &cells) {
     std::vector<lab::FocusFigures> rows;
+    rows.reserve(cells.size());
     for (const lab::Played &played : cells)
         rows.push_back(lab::sumUpFocus(store, played.experiment, played.cell, played.runs));
     lab::printFocusTable(rows);
@@ -139,13 +140,12 @@ bool listCells(const Words &words, std::vector<lab::Cell> &cells) {
 
 /// A rival knows neither verdict, trigger nor zoom.
 bool requireLibrary(const std::vector<lab::Cell> &cells) {
-    for (const lab::Cell &cell : cells) {
-        if (cell.search->rival != nullptr) {
-            complain(std::string(cell.search->name) + " is none of the library's searches");
-            return false;
-        }
-    }
-    return true;
+    const auto rival = std::find_if(cells.begin(), cells.end(), [](const lab::Cell &cell) {
+        return cell.search->rival != nullptr;
+    });
+    if (rival != cells.end())
+        complain(std::string(rival->search->name) + " is none of the library's searches");
+    return rival == cells.end();
 }
 
 int playFocus(const Words &words) {

@@ -192,6 +192,7 @@ static bool serve(Worker &worker, const TakeRows &take) {
 
 static bool serveReady(std::vector<Worker> &workers, const TakeRows &take) {
     std::vector<pollfd> waits;
+    waits.reserve(workers.size());
     for (const Worker &worker : workers)
         waits.push_back({worker.from, POLLIN, 0});
     if (poll(waits.data(), waits.size(), kLookMs) < 0)

@@ -24,7 +24,7 @@ double Progress::runsPerSecond() const {
     return passedS > 0 ? static_cast<double>(done) / passedS : 0;
 }
 
-void Progress::draw() {
+void Progress::draw() const {
     const double rate = runsPerSecond();
     const auto leftS = rate > 0 ? static_cast<time_t>(static_cast<double>(all - done) / rate) : 0;
     const time_t then = time(nullptr) + leftS;
@@ -44,7 +44,7 @@ void Progress::add(long runs) {
     draw();
 }
 
-void Progress::clear() const {
+void Progress::clear() {
     if (isTerminal())
         fputs("\r\033[K", stderr);
 }

@@ -14,12 +14,12 @@ public:
     void add(long runs);
 
     /// Take the line away.
-    void clear() const;
+    static void clear();
 
     double runsPerSecond() const;
 
 private:
-    void draw();
+    void draw() const;
 
     long all;
     long done = 0;

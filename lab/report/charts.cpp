@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <map>
+#include <set>
 
 #include "statistics.h"
 
@@ -51,7 +52,12 @@ static bool isNumeric(const Cell &cell, const std::string &condition) {
     return *end == '\0';
 }
 
-/// A colour a search, dashes by night.
+/// A search that is there to be the worst would only hide others.
+static bool isPlanted(const Cell &cell) {
+    return cell.search->name == std::string("blur");
+}
+
+/// A colour a search.
 static std::string looksOf(const Cell &cell) {
     return seriesClass(static_cast<size_t>(cell.search - allSearches().data()));
 }
@@ -63,7 +69,7 @@ static std::vector<Series> groupSeries(const std::vector<CellFindings> &all,
     std::map<std::string, size_t> known;
     for (const CellFindings &findings : all) {
         const Cell rest = without(findings.cell, condition);
-        if (!isNumeric(findings.cell, condition))
+        if (!isNumeric(findings.cell, condition) || isPlanted(findings.cell))
             continue;
         const auto [at, isNew] = known.emplace(spell(rest), series.size());
         if (isNew)
@@ -88,7 +94,8 @@ static std::vector<Series> listSeries(const std::vector<CellFindings> &all,
     std::vector<Series> series = groupSeries(all, condition);
     series.erase(std::remove_if(series.begin(), series.end(),
                                 [&](const Series &one) {
-                                    return one.points.size() < kLeastPoints || !isPlain(one, common);
+                                    return one.points.size() < kLeastPoints ||
+                                           !isPlain(one, common);
                                 }),
                  series.end());
     for (Series &one : series)
@@ -110,50 +117,59 @@ std::vector<std::string> listVaried(const std::vector<CellFindings> &all) {
 }
 
 namespace {
-/// The plane of a chart: where a value lies on the paper.
-struct Plane {
-    double left, top, right, bottom;
-    std::vector<double> values; ///< Of the condition, evenly spaced whatever they are.
+/// Where a value of the condition lies on the paper, evenly spaced whatever it is.
+class Plane {
+public:
+    Plane(double from, const std::vector<Series> &series) : left(from) {
+        for (const Series &one : series) {
+            for (const Point &point : one.points)
+                values.push_back(point.value);
+        }
+        std::sort(values.begin(), values.end());
+        values.erase(std::unique(values.begin(), values.end()), values.end());
+    }
 
     double across(double value) const {
         const auto at = std::lower_bound(values.begin(), values.end(), value) - values.begin();
         const auto sections = static_cast<double>(values.size());
-        return left + (right - left) * (static_cast<double>(at) + 0.5) / sections;
+        return left + kPlaneWidth * (static_cast<double>(at) + 0.5) / sections;
     }
-    double up(double percent) const { return bottom - (bottom - top) * percent / 100; }
+
+    static double up(double percent) {
+        return kPlaneBottom - (kPlaneBottom - kPlaneTop) * percent / 100;
+    }
+
+    void draw(Drawing &drawing, const std::string &title, const std::string &condition) const {
+        const double right = left + kPlaneWidth;
+        for (int percent = 0; percent <= 100; percent += 20) {
+            drawing.line(left, up(percent), right, up(percent), "grid");
+            drawing.text(left - 8, up(percent) + 4, "end",
+                         std::to_string(percent) + (percent == 100 ? " %" : ""), "small");
+        }
+        for (const double value : values)
+            drawing.text(across(value), kPlaneBottom + 18, "middle",
+                         spellNumber(value, value == std::floor(value) ? 0 : 2), "small");
+        drawing.line(left, kPlaneBottom, right, kPlaneBottom, "axis");
+        drawing.text(left + kPlaneWidth / 2, kPlaneTop - 14, "middle", title, "head");
+        drawing.text(left + kPlaneWidth / 2, kPlaneBottom + 38, "middle", condition);
+    }
+
+private:
+    static constexpr double kPlaneTop = 40;
+    static constexpr double kPlaneBottom = 300;
+    static constexpr double kPlaneWidth = 290;
+
+    double left;
+    std::vector<double> values;
 };
 } // namespace
-
-static Plane layPlane(const std::vector<Series> &series) {
-    Plane plane = {60, 16, 560, 296, {}};
-    for (const Series &one : series) {
-        for (const Point &point : one.points)
-            plane.values.push_back(point.value);
-    }
-    std::sort(plane.values.begin(), plane.values.end());
-    plane.values.erase(std::unique(plane.values.begin(), plane.values.end()), plane.values.end());
-    return plane;
-}
-
-static void drawPlane(Drawing &drawing, const Plane &plane, const std::string &condition) {
-    for (int percent = 0; percent <= 100; percent += 20) {
-        drawing.line(plane.left, plane.up(percent), plane.right, plane.up(percent), "grid");
-        drawing.text(plane.left - 8, plane.up(percent) + 4, "end",
-                     std::to_string(percent) + (percent == 100 ? " %" : ""), "small");
-    }
-    for (const double value : plane.values)
-        drawing.text(plane.across(value), plane.bottom + 18, "middle",
-                     spellNumber(value, value == std::floor(value) ? 0 : 1), "small");
-    drawing.line(plane.left, plane.bottom, plane.right, plane.bottom, "axis");
-    drawing.text((plane.left + plane.right) / 2, plane.bottom + 38, "middle", condition);
-}
 
 static void drawPoint(Drawing &drawing, const Plane &plane, const Point &point, double shift,
                       const std::string &looks) {
     const Share &share = point.findings->figures.within;
     const double x = plane.across(point.value) + shift;
-    drawing.line(x, plane.up(share.low()), x, plane.up(share.high()), looks);
-    drawing.dot(x, plane.up(share.percent()), 3.4, looks,
+    drawing.line(x, Plane::up(share.low()), x, Plane::up(share.high()), looks);
+    drawing.dot(x, Plane::up(share.percent()), 3.2, looks,
                 describe(point.findings->cell) + ": " + spellNumber(share.percent(), 2) + " % of " +
                     std::to_string(share.whole));
 }
@@ -162,25 +178,40 @@ static void drawSeries(Drawing &drawing, const Plane &plane, const Series &one, 
     std::string points;
     for (const Point &point : one.points)
         points += spellNumber(plane.across(point.value) + shift, 1) + "," +
-                  spellNumber(plane.up(point.findings->figures.within.percent()), 1) + " ";
-    drawing.path(points, one.looks + " thick" + (one.isNight ? " dashed" : ""));
+                  spellNumber(Plane::up(point.findings->figures.within.percent()), 1) + " ";
+    drawing.path(points, one.looks + " thick");
     for (const Point &point : one.points)
         drawPoint(drawing, plane, point, shift, one.looks);
 }
 
+/// Lines beside one another where they would hide one another.
+static void drawLight(Drawing &drawing, const Plane &plane, const std::vector<Series> &series,
+                      bool isNight) {
+    double shift = -2.0 * static_cast<double>(series.size()) / 2;
+    for (const Series &one : series) {
+        if (one.isNight == isNight)
+            drawSeries(drawing, plane, one, shift);
+        shift += 2;
+    }
+}
+
 Drawing drawSuccess(const std::vector<CellFindings> &all, const std::string &condition) {
     const std::vector<Series> series = listSeries(all, condition);
-    const Plane plane = layPlane(series);
-    const auto count = static_cast<double>(series.size());
-    Drawing drawing(kWidth, std::max(350.0, 30 + 20 * count));
-    drawPlane(drawing, plane, condition);
-    for (size_t number = 0; number < series.size(); ++number) {
-        const Series &one = series[number];
-        // Beside one another, where they would hide one another.
-        drawSeries(drawing, plane, one, 4 * (static_cast<double>(number) - (count - 1) / 2));
-        const double y = 26 + 20 * static_cast<double>(number);
-        drawing.line(584, y - 4, 612, y - 4, one.looks + " thick" + (one.isNight ? " dashed" : ""));
-        drawing.text(620, y, "start", one.name, "small");
+    Drawing drawing(kWidth, 348);
+    const Plane day(56, series);
+    const Plane night(406, series);
+    day.draw(drawing, "day", condition);
+    night.draw(drawing, "night", condition);
+    drawLight(drawing, day, series, false);
+    drawLight(drawing, night, series, true);
+    std::set<std::string> named;
+    double y = 56;
+    for (const Series &one : series) {
+        if (!named.insert(one.rest.search->name).second)
+            continue;
+        drawing.line(714, y - 4, 740, y - 4, one.looks + " thick");
+        drawing.text(748, y, "start", one.rest.search->name, "small");
+        y += 20;
     }
     return drawing;
 }
@@ -209,8 +240,24 @@ static std::array<double, 6> takeQuantiles(const CellFindings &findings) {
             quantileOf(frames, 0.75), quantileOf(frames, 0.95), quantileOf(frames, 1)};
 }
 
-Drawing drawFrames(const std::vector<CellFindings> &all) {
-    const Settings common = findCommon(all);
+/// Beside the light nothing is special, unless there are few cells.
+static std::vector<CellFindings> chooseForFrames(const std::vector<CellFindings> &cells) {
+    constexpr size_t kMostRows = 40;
+    if (cells.size() <= kMostRows)
+        return cells;
+    const Settings common = findCommon(cells);
+    std::vector<CellFindings> chosen;
+    for (const CellFindings &findings : cells) {
+        const size_t light = settingOf(findings.cell, "night") == "on" ? 1 : 0;
+        if (findings.cell.settings.size() == common.size() + light)
+            chosen.push_back(findings);
+    }
+    return chosen;
+}
+
+Drawing drawFrames(const std::vector<CellFindings> &cells) {
+    const std::vector<CellFindings> all = chooseForFrames(cells);
+    const Settings common = findCommon(cells);
     double most = 1;
     for (const CellFindings &findings : all)
         most = std::max(most, takeQuantiles(findings)[5]);

@@ -81,6 +81,13 @@ static std::string makeTable(const std::vector<CellFindings> &all) {
     return table + "</table>\n";
 }
 
+/// Day above night.
+static std::string breakAtSlash(const std::string &field) {
+    const size_t slash = field.find(" / ");
+    return slash == std::string::npos ? field
+                                      : field.substr(0, slash) + "<br>" + field.substr(slash + 3);
+}
+
 static std::string makePivot(const Pivot &pivot) {
     std::vector<std::string> heads = {"condition"};
     heads.insert(heads.end(), pivot.searches.begin(), pivot.searches.end());
@@ -88,7 +95,7 @@ static std::string makePivot(const Pivot &pivot) {
     for (const Pivot::Row &row : pivot.rows) {
         table += "<tr>" + cellOf(escapeMarkup(row.condition), false);
         for (const std::string &field : row.fields)
-            table += cellOf(field);
+            table += cellOf(breakAtSlash(field));
         table += "</tr>\n";
     }
     return table + "</table>\n";
@@ -185,7 +192,7 @@ p.soft,small{color:var(--soft)}small{font-size:.8em;white-space:nowrap}
 table{border-collapse:collapse;font-size:.92em;margin:1rem 0;width:100%}
 th{font-weight:600;text-align:left;vertical-align:bottom;padding:.35rem .7rem;border-bottom:2px solid var(--rule)}
 td{padding:.3rem .7rem;border-bottom:1px solid var(--rule)}tr:nth-child(even) td{background:var(--band)}
-td:first-child{white-space:nowrap}td.n{text-align:right;font-variant-numeric:tabular-nums;white-space:nowrap}code{font-size:.85em}
+td:first-child{white-space:nowrap}th:not(:first-child){text-align:right}td.n{text-align:right;font-variant-numeric:tabular-nums;white-space:nowrap}code{font-size:.85em}
 .drawing{max-width:100%;height:auto;display:block;margin:1rem 0}.maps{display:flex;flex-wrap:wrap;gap:1rem 2rem}
 )";
 
@@ -212,7 +219,7 @@ static std::string section(const std::string &title, const std::string &content)
 static std::string nameCommon(const Settings &common) {
     std::string text;
     for (const auto &[name, value] : common)
-        text += (text.empty() ? "" : ", ") + name + " " + value;
+        text.append(text.empty() ? "" : ", ").append(name).append(" ").append(value);
     return text.empty() ? "" : "<p>Of all cells: " + escapeMarkup(text) + ".</p>\n";
 }
 
@@ -221,12 +228,13 @@ static std::string makePage(const std::vector<CellFindings> &all, const std::str
     for (const CellFindings &findings : all)
         runs += findings.figures.within.whole;
     std::string page = openPage(commit, runs);
-    page += section("At a glance",
-                    nameCommon(findCommon(all)) +
-                        "<p class=soft>Percent within one half depth, by day / by night.</p>" +
-                        makePivot(pivotSuccess(all)) +
-                        "<p class=soft>Frames, median–95 %, by day / by night.</p>" +
-                        makePivot(pivotFrames(all)));
+    page += section(
+        "At a glance",
+        nameCommon(findCommon(all)) +
+            "<p class=soft>Percent within one half depth, above by day, below by night.</p>" +
+            makePivot(pivotSuccess(all)) +
+            "<p class=soft>Frames, median–95 %, above by day, below by night.</p>" +
+            makePivot(pivotFrames(all)));
     for (const std::string &condition : listVaried(all))
         page += section("Within one half depth, against " + condition,
                         drawSuccess(all, condition).inPage());
@@ -254,9 +262,10 @@ int writeReport(Store &store, const std::string &build, const std::string &folde
                    writeFile(folder + "/lab_frames.svg", drawFrames(all).asFile()) &&
                    writeFile(folder + "/lab.md", asMarkdown(pivotSuccess(all), "within 1 h, %") +
                                                      "\n" + asMarkdown(pivotFrames(all), "frames"));
-    for (const std::string &condition : listVaried(all))
-        isWhole = isWhole && writeFile(folder + "/lab_" + condition + ".svg",
-                                       drawSuccess(all, condition).asFile());
+    for (const std::string &condition : listVaried(all)) {
+        const std::string path = std::string(folder).append("/lab_").append(condition);
+        isWhole = isWhole && writeFile(path + ".svg", drawSuccess(all, condition).asFile());
+    }
     return isWhole ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 

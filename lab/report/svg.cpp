@@ -5,7 +5,7 @@
 
 namespace lab {
 
-static constexpr size_t kSeriesColours = 6;
+static constexpr size_t kSeriesColours = 10;
 
 std::string escapeMarkup(const std::string &text) {
     std::string escaped;
@@ -107,10 +107,12 @@ std::string seriesClass(size_t number) {
 }
 
 std::string drawingStyle(bool isDark) {
-    const char *const light[kSeriesColours] = {"#0072b2", "#d55e00", "#009e73",
-                                               "#b0589a", "#b58400", "#3b3b98"};
-    const char *const dark[kSeriesColours] = {"#56b4e9", "#ff8c42", "#35c79b",
-                                              "#e39ccb", "#f0c419", "#a9a9ff"};
+    const char *const light[kSeriesColours] = {"#0072b2", "#56b4e9", "#d55e00", "#e8a33d",
+                                               "#6e7781", "#009e73", "#b0589a", "#7a5c2e",
+                                               "#111111", "#3b3b98"};
+    const char *const dark[kSeriesColours] = {"#3d9fe0", "#9ad4f5", "#ff7b39", "#f0c419",
+                                              "#8b949e", "#35c79b", "#e39ccb", "#c9a66b",
+                                              "#f0f6fc", "#a9a9ff"};
     std::string style;
     for (size_t number = 0; number < kSeriesColours; ++number) {
         const std::string name = ".drawing ." + seriesClass(number);

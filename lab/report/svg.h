@@ -38,7 +38,7 @@ private:
     std::string body;
 };
 
-/// Class of the nth series of a chart: six that eyes of all kinds tell apart.
+/// Class of the nth series of a chart: ten that most eyes tell apart.
 std::string seriesClass(size_t number);
 
 /// The style sheet, light; @p isDark what differs in the dark.
