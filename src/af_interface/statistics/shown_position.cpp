@@ -10,23 +10,33 @@ static const int kKept = 8; // above the longest delay
 static const int kLongestDelay = 4;
 
 static unsigned int positions[kKept]; // of record n at n % kKept
+static int measured = -1;             // not yet
 
 void noteShownPosition() {
     storeWord(&positions[(countRecords() + 1) % kKept], focusPosition());
 }
 
+static int delayNow() {
+    const int delay = settingOf(AF_SETTING_STATISTICS_DELAY);
+    return delay < 0 ? loadWord(&measured) : delay;
+}
+
+void noteDelay(int frames) {
+    if (frames <= kLongestDelay)
+        storeWord(&measured, frames);
+}
+
 bool isDelayKnown() {
-    return settingOf(AF_SETTING_STATISTICS_DELAY) >= 0;
+    return delayNow() >= 0;
 }
 
 int framesUntilShown() {
-    const int delay = settingOf(AF_SETTING_STATISTICS_DELAY);
-    return delay < 0 ? kLongestDelay : delay;
+    return isDelayKnown() ? delayNow() : kLongestDelay;
 }
 
 unsigned int shownPosition() {
-    if (framesUntilShown() == 0)
+    const int delay = delayNow();
+    if (delay <= 0)
         return focusPosition();
-    return loadWord(
-        &positions[(countRecords() - static_cast<unsigned int>(framesUntilShown())) % kKept]);
+    return loadWord(&positions[(countRecords() - static_cast<unsigned int>(delay)) % kKept]);
 }

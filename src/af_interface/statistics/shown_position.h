@@ -4,7 +4,8 @@
 /// A record is being published: remember where the focus stands. Statistics thread.
 void noteShownPosition();
 
-/// Where the focus stood when the frame of the last record was exposed, by the delay that is set.
+/// Where the focus stood when the frame of the last record was exposed, by the delay if that is
+/// known.
 /// The thread that drives the focus.
 unsigned int shownPosition();
 
@@ -12,5 +13,8 @@ unsigned int shownPosition();
 /// while it is not known.
 int framesUntilShown();
 
-/// Whether the delay is known.
+/// Whether the delay is set, or has been measured.
 bool isDelayKnown();
+
+/// It has been measured; below 0: in vain.
+void noteDelay(int frames);

@@ -12,6 +12,7 @@
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/focus_runs.h"
 #include "af_lens/motion/motors.h"
+#include "af_lens/motion/slack.h"
 #include "af_lens/motion/steps.h"
 #include "autofocus/host/settings.h"
 #include "autofocus/host/settings_table.h"
@@ -61,9 +62,19 @@ static unsigned int finish(AF_CMD_em emCmd) {
     return handOver(emCmd);
 }
 
+// In the direction of the pass that has found it. After one toward near the slack is taken up in
+// the direction far, which moves the counter and not the lens: as wherever else the library drives
+// to.
+static void returnWithSlack(const FocusSearch &search) {
+    if (approachFocus(search.fType, search.tagPosition) == 0 && search.fType == MS_F_NEAR)
+        lensMotorFocusRun(MS_F_FAR, focusBacklash());
+}
+
 static unsigned int returnToPeak(AF_CMD_em emCmd, const FocusSearch &search) {
     const unsigned int focus = focusPosition();
-    if (focus != search.tagPosition)
+    if (focusBacklash() != 0)
+        returnWithSlack(search);
+    else if (focus != search.tagPosition)
         lensMotorFocusRun(focus < search.tagPosition ? MS_F_FAR : MS_F_NEAR,
                           stepsBetween(focus, search.tagPosition));
     storeWord(&g_AFVClearMax, static_cast<int>(search.afvMax));

@@ -1,5 +1,6 @@
 #include "af_lens/focus/focus_pass.h"
 
+#include "af_interface/statistics/shown_position.h"
 #include "af_interface/statistics/statistics.h"
 #include "af_lens/focus/verdict.h"
 #include "af_lens/model/lens_state.h"
@@ -46,7 +47,7 @@ static void judgeRise(FocusSearch *search, unsigned int afv, bool firstMarksPeak
     if (!firstSample)
         search->flagU += 1;
     if (!firstSample || firstMarksPeak)
-        search->tagPosition = focusPosition();
+        search->tagPosition = shownPosition();
     search->flagD = 0;
     search->flagH = 0;
     search->afvMax = afv;

@@ -1,6 +1,7 @@
 #include "af_lens/focus/verdict.h"
 
 #include "af_interface/statistics/frame_noise.h"
+#include "af_interface/statistics/shown_position.h"
 #include "af_interface/statistics/statistics.h"
 #include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
@@ -76,7 +77,7 @@ void judgeFrame(unsigned int afv) {
         return;
     if (afv > pass.maximum) {
         pass.maximum = afv;
-        pass.position = focusPosition();
+        pass.position = shownPosition();
         pass.lowestBefore = pass.lowestSoFar;
         pass.lowestAfter = kNothingYet;
     } else {
@@ -158,7 +159,7 @@ AF_Outcome_em judgeRun(bool waits) {
     if (judged != kEnded)
         return AF_OUTCOME_REPLACED;
     AF_Statistics_Info record = latestStatistics();
-    if (waits && decided == AF_OUTCOME_NONE)
+    for (int late = framesUntilShown(); waits && decided == AF_OUTCOME_NONE && late >= 0; --late)
         afStatisticsFresh(&record);
     if (run.frames * 2 < looks)
         return AF_OUTCOME_BLIND;

@@ -1,5 +1,6 @@
 #include "af_lens/focus/wide_search.h"
 
+#include "af_interface/statistics/shown_position.h"
 #include "af_interface/statistics/statistics.h"
 #include "af_lens/focus/verdict.h"
 #include "af_lens/model/lens_state.h"
@@ -77,7 +78,7 @@ static void judgeMaximum(WideSearch *search) {
     if (search->first <= search->firstMax)
         return;
     search->firstMax = search->first;
-    search->tagPeak = focusPosition();
+    search->tagPeak = shownPosition();
     search->flagD = 0;
     search->flagU += 1;
 }
@@ -237,7 +238,8 @@ int GreatlyOutOfFocus(int index1, int, int limitN, int limitF, MS_Action_em *typ
     search.index1 = index1;
     readFrame(&search);
     judgeStart(search.first);
-    readFrame(&search); // the second record is surely one of this position
+    for (int late = framesUntilShown(); late >= 0; --late)
+        readFrame(&search); // after the first record they are surely of this position
     judgeStart(search.first);
     if (search.first > kLowContrast)
         return kWideNotNeeded;

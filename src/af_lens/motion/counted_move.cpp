@@ -3,6 +3,7 @@
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/orders.h"
 #include "af_lens/motion/motors.h"
+#include "af_lens/motion/slack.h"
 #include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/moves.h"
@@ -120,5 +121,6 @@ void Lens_To_Destination(unsigned int desZP, unsigned int desFP) {
     Lens_Move_NSteps(
         zoom > ZM_PI_Position ? MS_Z_TELE : MS_Z_WIDE, stepsBetween(zoom, ZM_PI_Position),
         focus > FM_PI_Position ? MS_F_FAR : MS_F_NEAR, stepsBetween(focus, FM_PI_Position));
+    takeUpFocusSlack();
     Lens_Save_ZFLocation();
 }

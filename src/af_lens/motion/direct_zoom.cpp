@@ -7,6 +7,7 @@
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/counted_move.h"
+#include "af_lens/motion/slack.h"
 #include "af_lens/motion/steps.h"
 #include "af_lens/motion/zoom_to_target.h"
 #include "autofocus/moves.h"
@@ -64,6 +65,7 @@ static void restorePowerOffPosition() {
     if (zSteps > 0 || fSteps > 0)
         Lens_Move_NSteps(ZM_Step_Powoff >= zoom ? MS_Z_TELE : MS_Z_WIDE, zSteps,
                          target >= focus ? MS_F_FAR : MS_F_NEAR, fSteps);
+    takeUpFocusSlack();
     Lens_Map_ZPosition(zoomPosition());
 }
 

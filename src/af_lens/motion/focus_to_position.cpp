@@ -3,6 +3,7 @@
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/focus_runs.h"
+#include "af_lens/motion/slack.h"
 #include "af_lens/motion/steps.h"
 #include "autofocus/persistence.h"
 #include "autofocus/types.h"
@@ -15,6 +16,8 @@ bool driveFocusTo(unsigned short rfp, unsigned int standing) {
         lensMotorFocusHomeSet();
         runFocusWhile(target > focus ? MS_F_FAR : MS_F_NEAR, stepsBetween(target, focus), standing);
     }
+    if (focusPosition() == target)
+        takeUpFocusSlack();
     Lens_Save_ZFLocation();
     return focusPosition() == target;
 }

@@ -1,6 +1,7 @@
 // Driving the lens to a preset. Runs on the lens-control thread; no command interrupts the move.
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/preset_table.h"
+#include "af_lens/motion/slack.h"
 #include "af_lens/motion/steps.h"
 #include "af_lens/motion/zoom_to_target.h"
 #include "autofocus/moves.h"
@@ -30,6 +31,7 @@ int Lens_Goto_Preset(int pst) {
     if (fLocation != focusPosition())
         lensMotorFocusRunSteps(fLocation > focusPosition() ? MS_F_FAR : MS_F_NEAR,
                                stepsBetween(fLocation, focusPosition()));
+    takeUpFocusSlack();
     if (zLocation != zoomPosition() && fLocation != focusPosition())
         TRACE_TEXT("Failure !!!");
     return 0;

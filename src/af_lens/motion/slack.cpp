@@ -1,6 +1,7 @@
 #include "af_lens/motion/slack.h"
 
 #include "af_lens/model/lens_state.h"
+#include "af_lens/motion/steps.h"
 #include "autofocus/host/settings_table.h"
 #include "autofocus/moves.h"
 #include "autofocus/types.h"
@@ -13,10 +14,29 @@ int focusBacklash() {
     return settingOf(AF_SETTING_FOCUS_BACKLASH);
 }
 
+static unsigned int startOfRunUp(MS_Action_em fType, unsigned int target) {
+    const unsigned int runUp = static_cast<unsigned int>(focusBacklash() + kBeyond);
+    return fType == MS_F_FAR ? maxOf(target - runUp, FM_Near_Limit)
+                             : minOf(target + runUp, FM_Far_Limit);
+}
+
+static int runFocusTo(unsigned int target) {
+    const unsigned int focus = focusPosition();
+    return lensMotorFocusRun(target > focus ? MS_F_FAR : MS_F_NEAR, stepsBetween(target, focus));
+}
+
+int approachFocus(MS_Action_em fType, unsigned int target) {
+    const unsigned int start = startOfRunUp(fType, target);
+    const bool isBefore = fType == MS_F_FAR ? focusPosition() <= start : focusPosition() >= start;
+    if (!isBefore && runFocusTo(start) != 0)
+        return 1;
+    return runFocusTo(target);
+}
+
 void takeUpFocusSlack() {
-    const int room = static_cast<int>(focusPosition()) - static_cast<int>(FM_Near_Limit);
-    const int steps = minOf(room, focusBacklash() + kBeyond);
-    if (focusBacklash() == 0 || steps <= 0)
+    const unsigned int focus = focusPosition();
+    const int steps = stepsBetween(focus, startOfRunUp(MS_F_FAR, focus));
+    if (focusBacklash() == 0 || steps == 0)
         return;
     lensMotorFocusRunSteps(MS_F_NEAR, steps);
     lensMotorFocusRunSteps(MS_F_FAR, steps);

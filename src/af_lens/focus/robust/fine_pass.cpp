@@ -56,7 +56,7 @@ static bool isPast(const Judging &judging) {
 // What shows the lens before the pass began is no sample of it, nor is a position seen twice.
 static bool sample(int *early) {
     Look look;
-    const bool goesOn = lookNow(&look);
+    const bool goesOn = isDelayKnown() ? lookNow(&look) : lookHere(&look);
     const bool isNew = count == 0 || look.position > samples[count - 1].position;
     if (*early > 0)
         --*early;
@@ -79,7 +79,7 @@ static bool step(int steps) {
 }
 
 static PassEnd runOver(const Judging &judging) {
-    int early = framesUntilShown();
+    int early = isDelayKnown() ? framesUntilShown() : 0;
     const float share = judging.noise > kMuchNoise ? kStepInNoise : kStep;
     const int steps = maxOf(1, static_cast<int>(share * judging.unit + 0.5f));
     count = 0;

@@ -16,7 +16,6 @@
 #include <stdlib.h>
 
 static const float kWideNoise = 0.55f; // of the narrow one: more zones, coarser detail
-static const int kRunUp = 12;          // beside the backlash
 static const int kNearShare = 3;       // of its width, by which the range is widened
 static const int kFarShare = 6;
 static const int kUnitMargin = 48; // at least: how far a unit's lines may lie off the built-in ones
@@ -62,10 +61,7 @@ bool driveTo(int position) {
 
 bool approach(int position) {
     const int target = clampBetween(looking.near, position, looking.far);
-    const int start = target - kRunUp - focusBacklash();
-    if (static_cast<int>(focusPosition()) > start && !driveTo(start))
-        return false;
-    return driveTo(target);
+    return approachFocus(MS_F_FAR, static_cast<unsigned int>(target)) == 0;
 }
 
 bool lookNow(Look *look) {

@@ -26,7 +26,8 @@ void beginLooking(int index1, int index2);
 /// Drive the focus to @p position, kept in the range. @return false when a command interrupts.
 bool driveTo(int position);
 
-/// The same, arriving in the direction far with the slack of the gear taken up.
+/// The same, arriving in the direction far with the slack of the gear taken up; the run-up may
+/// begin outside the range.
 bool approach(int position);
 
 /// Look once the statistics show where the lens stands. @return false when a command interrupts.

@@ -2,6 +2,7 @@
 
 #include "af_interface/statistics/shown_position.h"
 #include "af_lens/focus/robust/bracket.h"
+#include "af_lens/focus/robust/delay.h"
 #include "af_lens/focus/robust/fine_pass.h"
 #include "af_lens/focus/robust/look.h"
 #include "af_lens/focus/verdict.h"
@@ -82,6 +83,9 @@ static unsigned int findTop(int estimate, int margin, const Judging &judging) {
         isSure = isConfirmed(judging, pass, look) && (passes == 0 || isSame);
     }
     if (pass.end != kPeakInside && (!approach(pass.vertex) || !lookHere(&look)))
+        return 0;
+    if (isSure && !isDelayKnown() &&
+        !(measureDelay(pass.vertex) && approach(pass.vertex) && lookHere(&look)))
         return 0;
     decideRun(judge(judging, pass, isSure));
     return static_cast<unsigned int>(look.narrow);
