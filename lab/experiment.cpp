@@ -86,8 +86,7 @@ Ending play(const Plan &plan, Store &store, std::vector<long> &experiments) {
     }
     signal(SIGINT, SIG_DFL);
     Progress::clear();
-    if (countRuns(plan, tasks) > 0)
-        fprintf(stderr, "lab: %.0f runs a second\n", course.progress.runsPerSecond());
+    course.progress.sumUp();
     if (interrupts > 0)
         return Ending::Interrupted;
     return course.isBroken ? Ending::Broken : Ending::Whole;

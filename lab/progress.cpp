@@ -44,6 +44,12 @@ void Progress::add(long runs) {
     draw();
 }
 
+void Progress::sumUp() const {
+    if (done > 0)
+        fprintf(stderr, "lab: %ld runs in %.1f s, %.0f a second\n", done, nowS() - startS,
+                runsPerSecond());
+}
+
 void Progress::clear() {
     if (isTerminal())
         fputs("\r\033[K", stderr);

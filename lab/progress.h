@@ -16,9 +16,11 @@ public:
     /// Take the line away.
     static void clear();
 
-    double runsPerSecond() const;
+    /// How many runs took how long, if there were any.
+    void sumUp() const;
 
 private:
+    double runsPerSecond() const;
     void draw() const;
 
     long all;
