@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <set>
 
+#include "camera_options.h"
 #include "option_table.h"
 
 namespace lab {

@@ -10,14 +10,18 @@
 #include <string>
 #include <vector>
 
+#include "cell.h"
 #include "chunk.h"
 #include "condition.h"
 #include "exchange.h"
 #include "experiment.h"
 #include "grid.h"
+#include "kind.h"
 #include "kind_tables.h"
 #include "report/report.h"
+#include "searches.h"
 #include "show.h"
+#include "store.h"
 #include "table.h"
 
 namespace {

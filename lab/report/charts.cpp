@@ -7,7 +7,9 @@
 #include <map>
 #include <set>
 
+#include "searches.h"
 #include "statistics.h"
+#include "table.h"
 
 namespace lab {
 

@@ -9,11 +9,14 @@
 #include <filesystem>
 #include <fstream>
 
-#include "autofocus_control.h"
+#include "cell.h"
 #include "report/charts.h"
 #include "report/findings.h"
 #include "report/pivot.h"
 #include "report/svg.h"
+#include "searches.h"
+#include "statistics.h"
+#include "table.h"
 
 namespace lab {
 

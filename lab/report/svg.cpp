@@ -87,9 +87,10 @@ void Drawing::path(const std::string &points, const std::string &looks, bool isA
 std::string Drawing::wrap(const std::string &before) const {
     const std::string wide = spellNumber(width, 0);
     const std::string high = spellNumber(height, 0);
-    return "<svg xmlns=\"http://www.w3.org/2000/svg\" class=\"drawing\" width=\"" + wide +
-           "\" height=\"" + high + "\" viewBox=\"0 0 " + wide + " " + high + "\">\n" + before +
-           body + "</svg>\n";
+    std::string text = "<svg xmlns=\"http://www.w3.org/2000/svg\" class=\"drawing\" width=\"";
+    text.append(wide).append("\" height=\"").append(high).append("\" viewBox=\"0 0 ");
+    text.append(wide).append(" ").append(high).append("\">\n");
+    return text.append(before).append(body).append("</svg>\n");
 }
 
 std::string Drawing::inPage() const {
