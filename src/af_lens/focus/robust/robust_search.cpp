@@ -7,6 +7,7 @@
 #include "af_lens/focus/robust/look.h"
 #include "af_lens/focus/verdict.h"
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/object_line.h"
 #include "autofocus_control.h"
 #include "platform/arithmetic.h"
 #include "platform/trace.h"
@@ -88,6 +89,8 @@ static unsigned int findTop(int estimate, int margin, const Judging &judging) {
         !(measureDelay(pass.vertex) && approach(pass.vertex) && lookHere(&look)))
         return 0;
     decideRun(judge(judging, pass, isSure));
+    if (isSure)
+        noteObjectInFocus();
     return static_cast<unsigned int>(look.narrow);
 }
 
