@@ -1,0 +1,78 @@
+#!/bin/bash
+# The lab as a tool: refuses what it does not know before anything runs, goes on where it was broken
+# off, gives the same rows however they are shared out, ranks a bad search last.
+#
+# lab_tool_test.sh LAB
+set -euo pipefail
+lab=$1
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+store=$folder/lab.sqlite
+
+fail() {
+    echo "lab_tool_test: $*" >&2
+    exit 1
+}
+
+refuses() {
+    ! "$lab" --store "$folder/none.sqlite" "$@" >"$folder/said" 2>&1 || fail "takes '$*'"
+    [ -s "$folder/said" ] || fail "refuses '$*' without a word"
+    [ ! -e "$folder/none.sqlite" ] || fail "makes a store for '$*'"
+}
+refuses --noise 1,loud
+refuses --search best
+refuses --scene sunset
+refuses --light dawn
+refuses --runs 0
+refuses --nearest 0.5
+refuses --picture /nonexistent.png
+refuses tracking --search golden
+refuses chunk 0
+refuses chunk 0 20 --cell "noise=loud"
+refuses show 3 --cell "delay=9"
+refuses report
+refuses measure
+! "$lab" --store "$folder/no/such/folder/lab.sqlite" --runs 20 2>"$folder/said" ||
+    fail "has nowhere to write and says nothing"
+
+# The store spells numbers its own way.
+plain() { grep -v '^#' | awk -F, -v OFS=, '{for (i = 1; i <= NF; i++) if ($i ~ /[0-9]/) $i += 0; print}'; }
+dump() { "$lab" chunk 0 "$1" --cell "$2" | plain; }
+kept() { "$lab" rows --store "$store" --cell "$1" | plain; }
+
+# Broken off, gone on with: every row once, and the same as in one piece.
+"$lab" --store "$store" --runs 40000 >"$folder/table" 2>"$folder/said" &
+player=$!
+for _ in $(seq 100); do
+    sleep 0.1
+    [ "$(kept search=built-in 2>/dev/null | wc -l)" -lt 200 ] || break
+done
+kill -INT $player
+status=0
+wait $player || status=$?
+[ $status = 130 ] || fail "an interrupt ends it with $status"
+grep -q interrupted "$folder/said" || fail "an interrupt goes without a word"
+some=$(kept search=built-in | wc -l)
+[ "$some" -ge 200 ] && [ "$some" -lt 40000 ] || fail "an interrupt leaves $some rows"
+"$lab" --store "$store" --runs $((some + 400)) >"$folder/table" 2>&1
+kept search=built-in >"$folder/kept"
+[ "$(cut -d, -f1 "$folder/kept" | sort -un | wc -l)" = "$(wc -l <"$folder/kept")" ] ||
+    fail "a row is there twice"
+[ "$(wc -l <"$folder/kept")" -ge $((some + 400)) ] || fail "it does not go on"
+diff <(head -200 "$folder/kept") <(dump 200 search=built-in) || fail "rows differ from a chunk's"
+
+# A search that seeks the blur is the worst of all.
+"$lab" --store "$store" --runs 200 --search built-in,full-scan,golden,hill,coarse-fine,blur \
+    --nearest 2 >"$folder/table"
+awk '/^search=/ {print $4, $1}' "$folder/table" | sort -n | head -1 | grep -q search=blur ||
+    fail "the planted search is not the worst: $(cat "$folder/table")"
+
+# The report and its charts.
+"$lab" report --store "$store" --out "$folder/out" >"$folder/files"
+while read -r file; do
+    [ -s "$file" ] || fail "$file is announced and empty"
+done <"$folder/files"
+grep -q "</html>" "$folder/out/lab.html" || fail "the page has no end"
+! "$lab" report --store "$store" --out /dev/full 2>"$folder/said" >/dev/null ||
+    fail "a report that can't be written goes without a word"
+echo "lab_tool_test: as it should be"
