@@ -44,7 +44,10 @@ typedef enum {
     AF_SETTING_FOCUS_BACKLASH = 3,
     /** Frames by which the ISP's focus statistics are late, 0 to 4; -1: not known, and taken for 4,
      * which costs frames. From the next run on. */
-    AF_SETTING_STATISTICS_DELAY = 4
+    AF_SETTING_STATISTICS_DELAY = 4,
+    /** 1: while zooming the focus follows the object on which an autofocus run has ended, once the
+     * unit's infinity line was measured. From the next zoom on. */
+    AF_SETTING_TRACKING = 5
 } AF_Setting_em;
 
 /** Set an AF_Setting_em. @return 0; -1 and nothing changed: no such setting, a value out of its

@@ -6,8 +6,10 @@
 #include "af_lens/focus/verdict.h"
 #include "af_lens/focus/wide_search.h"
 #include "af_lens/model/focus_lines.h"
+#include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
+#include "af_lens/model/object_line.h"
 #include "af_lens/model/orders.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/focus_runs.h"
@@ -78,8 +80,10 @@ static unsigned int returnToPeak(AF_CMD_em emCmd, const FocusSearch &search) {
         lensMotorFocusRun(focus < search.tagPosition ? MS_F_FAR : MS_F_NEAR,
                           stepsBetween(focus, search.tagPosition));
     storeWord(&g_AFVClearMax, static_cast<int>(search.afvMax));
-    if (lensFocusInterrupt() == 0)
+    if (lensFocusInterrupt() == 0) {
         endJudging();
+        noteObjectInFocus();
+    }
     return finish(emCmd);
 }
 
@@ -221,6 +225,7 @@ unsigned int lensFocusCtrl(AF_CMD_em emCmd) {
             storeWord(&g_AFVClearMax, static_cast<int>(search.afvMax));
         return finish(emCmd);
     }
+    forgetHalfDepths();
     Lens_Get_SearchRange(search.index1, index2, &search.limitN, &search.limitF);
     keepInsideTravel(&search);
     search.stepMax = Lens_Get_StepMax(search.limitN, search.limitF);

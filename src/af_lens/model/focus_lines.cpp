@@ -38,16 +38,20 @@ void fillQuarters(FLine_Tagposition_ST *line, LineCourse course) {
     }
 }
 
-void Lens_Init_FLineInfo(void) {
+static void buildInfinityLine(FLine_Tagposition_ST *line) {
     const InfinityAnchors &anchors =
         g_SensType == kSensorSingledOut ? kInfinitySensor1 : kInfinityOtherSensors;
     for (int i = 0; i < kAnchorRows; ++i)
-        g_FLineInfo.tagPosition[i][0] = anchors.firstColumn[i];
-    fillQuarters(&g_FLineInfo, kFalls);
+        line->tagPosition[i][0] = anchors.firstColumn[i];
+    fillQuarters(line, kFalls);
     for (int k = 0; k < kFullRowsEntries; ++k) {
         const int point = kFirstFullRow * kQuarters + 1 + k;
-        g_FLineInfo.tagPosition[point / kQuarters][point % kQuarters] = anchors.fullRows[k];
+        line->tagPosition[point / kQuarters][point % kQuarters] = anchors.fullRows[k];
     }
+}
+
+void Lens_Init_FLineInfo(void) {
+    buildInfinityLine(&g_FLineInfo);
 }
 
 // The group whose reference is the largest not above @p focus, unless the next one up lies within
@@ -75,12 +79,17 @@ static void expandGroup(const unsigned int *values, FLine_Tagposition_ST *line) 
     fillQuarters(line, kFalls);
 }
 
-void Lens_Init_2MFocusLine(void) {
+// The one that goes with an infinity line.
+static void build2MLine(const FLine_Tagposition_ST &infinity, FLine_Tagposition_ST *line) {
     const bool singledOut = g_SensType == kSensorSingledOut;
     const unsigned int *references =
         singledOut ? kGroupReferenceSensor1 : kGroupReferenceOtherSensors;
-    const int group = choose2MGroup(references, g_FLineInfo.tagPosition[0][0]);
-    expandGroup(singledOut ? tagGroup[group] : tagGroup290[group], &g_FLineInfo_2M);
+    const int group = choose2MGroup(references, infinity.tagPosition[0][0]);
+    expandGroup(singledOut ? tagGroup[group] : tagGroup290[group], line);
+}
+
+void Lens_Init_2MFocusLine(void) {
+    build2MLine(g_FLineInfo, &g_FLineInfo_2M);
 }
 
 static unsigned int distance(unsigned int a, unsigned int b) {
@@ -115,15 +124,40 @@ void Lens_Set_FocusStep(void) {
     fillQuarterSteps(&g_FLineInfo_2M, FM_Step_Run_2M);
 }
 
-void Lens_Set_FocusStepTmp(float ratio) {
+static void buildLineBetween(const unsigned int (*separations)[kQuarters], float ratio) {
     for (int i = 0; i < kTagPoints; ++i) {
         for (int j = 0; j < kQuarters; ++j) {
-            const float share = static_cast<float>(g_Interpolation[i][j]) * ratio;
+            const float share = static_cast<float>(separations[i][j]) * ratio;
             g_FLineInfo_Tmp.tagPosition[i][j] =
                 g_FLineInfo.tagPosition[i][j] - static_cast<unsigned int>(static_cast<int>(share));
         }
     }
     fillQuarterSteps(&g_FLineInfo_Tmp, FM_Step_Run_Tmp);
+}
+
+void Lens_Set_FocusStepTmp(float ratio) {
+    buildLineBetween(g_Interpolation, ratio);
+}
+
+// ---- Behind a measured infinity line the 2 m line lies as far as behind the built-in one
+
+static FLine_Tagposition_ST builtInSeparations;
+
+const unsigned int (*measureSeparations())[kQuarters] {
+    static FLine_Tagposition_ST twoMetres;
+    buildInfinityLine(&builtInSeparations);
+    if (memcmp(&builtInSeparations, &g_FLineInfo, sizeof g_FLineInfo) == 0)
+        return nullptr;
+    build2MLine(builtInSeparations, &twoMetres);
+    for (int i = 0; i < kTagPoints; ++i)
+        for (int j = 0; j < kQuarters; ++j)
+            builtInSeparations.tagPosition[i][j] -= twoMetres.tagPosition[i][j];
+    return builtInSeparations.tagPosition;
+}
+
+void followLineBehind(const unsigned int (*separations)[kQuarters], float ratio) {
+    buildLineBetween(separations, ratio);
+    g_FLineFlag = kLineBetween;
 }
 
 FLine_Tagposition_ST *Lens_Get_FocusLine(void) {

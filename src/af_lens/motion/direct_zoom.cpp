@@ -10,6 +10,7 @@
 #include "af_lens/motion/slack.h"
 #include "af_lens/motion/steps.h"
 #include "af_lens/motion/zoom_to_target.h"
+#include "af_lens/motion/zoom_tracking.h"
 #include "autofocus/moves.h"
 #include "autofocus/types.h"
 #include "platform/trace.h"
@@ -42,7 +43,7 @@ int Lens_Direct_ZPosition(unsigned short rzp) {
     }
     const MS_Action_em zType = target > zoom ? MS_Z_TELE : MS_Z_WIDE;
     g_ZoomDir = zType;
-    if (!chooseLineToward(zType))
+    if (!chooseTrackedLine(zType))
         Lens_FCurve_Choise(0, 0);
     zoomToTarget(zType, target, __func__);
     return 0;

@@ -1,5 +1,6 @@
 // Driving the lens to a preset. Runs on the lens-control thread; no command interrupts the move.
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/object_line.h"
 #include "af_lens/model/preset_table.h"
 #include "af_lens/motion/slack.h"
 #include "af_lens/motion/steps.h"
@@ -25,7 +26,8 @@ int Lens_Goto_Preset(int pst) {
     if (zLocation == zoomPosition() && fLocation == focusPosition())
         return 0;
 
-    // The line that tracking follows, and the direction of the last zoom, stay as they are.
+    // Else the line that tracking follows, and the direction of the last zoom, stay as they are.
+    chooseObjectLine();
     if (zLocation != zoomPosition())
         zoomToTarget(zLocation > zoomPosition() ? MS_Z_TELE : MS_Z_WIDE, zLocation, __func__);
     if (fLocation != focusPosition())

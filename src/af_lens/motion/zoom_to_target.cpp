@@ -15,8 +15,10 @@ static bool planStepToTarget(MS_Action_em zType, unsigned int target, TrackedSte
     if (!planTrackedStep(zType, step))
         return false;
     const int remaining = stepsBetween(target, zoomPosition());
+    const unsigned char planned = step->zStep;
     if (remaining > 0 && step->zStep > remaining)
         step->zStep = static_cast<unsigned char>(remaining);
+    followInProportion(step, planned);
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/object_line.h"
 #include "af_lens/model/orders.h"
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/motion/focus_runs.h"
@@ -56,11 +57,44 @@ void Lens_Get_DirAndStep2(MS_Action_em type, unsigned char *zStep, unsigned char
     *zStep = static_cast<unsigned char>(quarterLength(index1) & 0xFF);
 }
 
+void followInProportion(TrackedStep *step, unsigned char planned) {
+    if (isObjectFollowed() && step->zStep < planned)
+        step->fStep = static_cast<unsigned char>(static_cast<unsigned int>(step->fStep) *
+                                                 step->zStep / planned);
+}
+
+bool chooseTrackedLine(MS_Action_em zType) {
+    return chooseObjectLine() || chooseLineToward(zType);
+}
+
+// From between two grid points to one of them: the stretch of line that belongs to it.
+static void planToGrid(MS_Action_em zType, TrackedStep *step) {
+    int index1, index2;
+    if (Lens_Get_ZoomIndex(&index1, &index2, zoomPosition()) != 0 || index1 == kTeleTag)
+        return;
+    const unsigned int quarter = quarterLength(index1);
+    const unsigned int way =
+        zoomPosition() - ZM_Step_Run[index1] - static_cast<unsigned int>(index2) * quarter;
+    if (way == 0)
+        return;
+    const unsigned int steps = zType == MS_Z_TELE ? quarter - way : way;
+    const unsigned int *line = Lens_Get_FocusLine()->tagPosition[index1] + index2;
+    const bool isToTele = zType == MS_Z_TELE;
+    step->fType = focusDirection(line[isToTele ? 0 : 1], line[isToTele ? 1 : 0]);
+    step->zStep = static_cast<unsigned char>(steps);
+    step->fStep = static_cast<unsigned char>(
+        static_cast<unsigned int>(stepsBetween(line[0], line[1])) * steps / quarter);
+}
+
 // Without a grid, before start-up, a step is none, and no move would come to an end.
 bool planTrackedStep(MS_Action_em zType, TrackedStep *step) {
     Lens_Get_DirAndStep2(zType, &step->zStep, &step->fStep, &step->fType);
+    if (isObjectFollowed())
+        planToGrid(zType, step);
+    const unsigned char planned = step->zStep;
     const int blocked =
         Lens_Check_AllowanceForSteps(zType, &step->zStep, step->fType, &step->fStep);
+    followInProportion(step, planned);
     return BIT(blocked, kZoomBlocked) == 0 && step->zStep != 0;
 }
 
@@ -116,7 +150,7 @@ unsigned int lensMotorZoomCtrl(AF_CMD_em emCmd) {
     const MS_Action_em zType = emCmd == CMD_WIDE ? MS_Z_WIDE : MS_Z_TELE;
     TRACE_FORMAT("To %s.\n", zType == MS_Z_WIDE ? "Wide" : "Tele");
     g_ZoomDir = zType;
-    if (!chooseLineToward(zType))
+    if (!chooseTrackedLine(zType))
         return CMD_NONE;
 
     TrackedStep first;

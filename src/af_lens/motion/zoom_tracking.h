@@ -10,6 +10,13 @@ struct TrackedStep {
     MS_Action_em fType;
 };
 
+/// Choose the line that a zoom toward @p zType follows: the object's, else chooseLineToward().
+bool chooseTrackedLine(MS_Action_em zType);
+
+/// Where the object is followed, shorten the focus step of a zoom step of @p planned that was
+/// clipped.
+void followInProportion(TrackedStep *step, unsigned char planned);
+
 /// The next period toward @p zType, clipped to the limits; false when the zoom may not go further.
 bool planTrackedStep(MS_Action_em zType, TrackedStep *step);
 

@@ -17,6 +17,7 @@ static const SettingRange kRanges[] = {
     {0, 1, false},  // AF_SETTING_FOCUS_SEARCH
     {0, 64, false}, // AF_SETTING_FOCUS_BACKLASH
     {-1, 4, false}, // AF_SETTING_STATISTICS_DELAY
+    {0, 1, false},  // AF_SETTING_TRACKING
 };
 
 static const int kSettingCount = sizeof kRanges / sizeof kRanges[0];

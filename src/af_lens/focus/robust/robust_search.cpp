@@ -6,7 +6,9 @@
 #include "af_lens/focus/robust/fine_pass.h"
 #include "af_lens/focus/robust/look.h"
 #include "af_lens/focus/verdict.h"
+#include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/object_line.h"
 #include "autofocus_control.h"
 #include "platform/arithmetic.h"
 #include "platform/trace.h"
@@ -57,6 +59,12 @@ static AF_Outcome_em judge(const Judging &judging, const FinePass &pass, bool is
     return isSure && isPeak && isDelayKnown() ? AF_OUTCOME_FOCUSED : AF_OUTCOME_UNSURE;
 }
 
+static void learn(const Judging &judging, const FinePass &pass) {
+    noteObjectInFocus();
+    if (!judging.isWide && pass.curvature > 0)
+        learnHalfDepth(looking.tag, sqrtf(kCurvature / pass.curvature));
+}
+
 // Passes until one is confirmed. @return the focus value where the lens stands; 0: interrupted.
 static unsigned int findTop(int estimate, int margin, const Judging &judging) {
     FinePass pass = {};
@@ -88,6 +96,8 @@ static unsigned int findTop(int estimate, int margin, const Judging &judging) {
         !(measureDelay(pass.vertex) && approach(pass.vertex) && lookHere(&look)))
         return 0;
     decideRun(judge(judging, pass, isSure));
+    if (isSure)
+        learn(judging, pass);
     return static_cast<unsigned int>(look.narrow);
 }
 
