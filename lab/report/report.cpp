@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "autofocus_control.h"
 #include "cell.h"
 #include "report/charts.h"
 #include "report/findings.h"
@@ -157,14 +158,17 @@ struct Worst {
 };
 } // namespace
 
-/// Of the library's own searches: what the rivals lose says nothing about a camera.
-static std::vector<Worst> findWorst(const std::vector<CellFindings> &all) {
+/// Of the library's own searches where there is something to see: what rivals lose, and what nobody
+/// can find, says nothing about a camera.
+static std::vector<Worst> findWorst(const std::vector<CellFindings> &all, bool isCalledFocused) {
     std::vector<Worst> worst;
     for (const CellFindings &findings : all) {
-        if (findings.cell.search->rival != nullptr)
+        if (findings.cell.search->rival != nullptr || settingOf(findings.cell, "contrast") == "0")
             continue;
-        for (const FocusRun &run : findings.runs)
-            worst.push_back({&findings, &run});
+        for (const FocusRun &run : findings.runs) {
+            if (!isCalledFocused || run.verdict == AF_OUTCOME_FOCUSED)
+                worst.push_back({&findings, &run});
+        }
     }
     const size_t count = std::min(kWorst, worst.size());
     std::partial_sort(worst.begin(), worst.begin() + static_cast<std::ptrdiff_t>(count),
@@ -175,10 +179,10 @@ static std::vector<Worst> findWorst(const std::vector<CellFindings> &all) {
     return worst;
 }
 
-static std::string makeWorst(const std::vector<CellFindings> &all) {
+static std::string makeWorst(const std::vector<CellFindings> &all, bool isCalledFocused) {
     std::string table = "<table>" + headOf({"off, half depths", "verdict", "zoom", "object",
                                             "began off", "frame by frame"});
-    for (const Worst &worst : findWorst(all)) {
+    for (const Worst &worst : findWorst(all, isCalledFocused)) {
         const FocusRun &run = *worst.run;
         const std::string object =
             run.dioptres > 0 ? spellNumber(1 / run.dioptres, 1) + " m" : "far away";
@@ -272,7 +276,8 @@ static std::string makePage(const std::vector<CellFindings> &all, const std::str
                                              "Line: 5 to 95 %. Dot: the most.</p>\n");
     page += section("What the verdicts are worth", makeConfusion(all));
     page += section("Where it misses", makeMaps(all));
-    page += section("The worst", makeWorst(all));
+    page += section("The worst that were called focused", makeWorst(all, true));
+    page += section("The worst of all", makeWorst(all, false));
     page += section("Every cell", makeTable(all));
     return page + "</body></html>\n";
 }

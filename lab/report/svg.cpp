@@ -128,7 +128,8 @@ std::string drawingStyle(bool isDark) {
                    "stroke:none}\n.drawing .small{font-size:11px}.drawing .head{font-weight:600}"
                    ".drawing .soft{fill:#57606a}.drawing .grid{stroke:#e4e4e4}"
                    ".drawing .axis{stroke:#57606a}.drawing .thick{stroke-width:2.2}"
-                   ".drawing .open{fill:none}.drawing .dashed{stroke-dasharray:6 4}"
+                   ".drawing .open{fill:none!important}.drawing "
+                   ".cell{stroke:#8b949e;stroke-width:.4}.drawing .dashed{stroke-dasharray:6 4}"
                    ".drawing .pale{fill-opacity:.35}.drawing .onlight{fill:#111}\n";
 }
 
