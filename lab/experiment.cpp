@@ -7,6 +7,7 @@
 
 #include "player.h"
 #include "progress.h"
+#include "row_text.h"
 
 namespace lab {
 

@@ -10,14 +10,18 @@
 #include <string>
 #include <vector>
 
+#include "cell.h"
 #include "chunk.h"
 #include "condition.h"
 #include "exchange.h"
 #include "experiment.h"
 #include "grid.h"
+#include "kind.h"
 #include "kind_tables.h"
 #include "report/report.h"
+#include "searches.h"
 #include "show.h"
+#include "store.h"
 #include "table.h"
 
 namespace {
@@ -47,11 +51,12 @@ int complain(const std::string &what) {
     return EXIT_FAILURE;
 }
 
-void offerList(CLI::App &app, Words &words, const std::string &name, const std::string &meaning) {
+void offerList(CLI::App &app, Words &words, const std::string &name, const std::string &takes,
+               const std::string &meaning) {
     app.add_option_function<std::string>(
            "--" + name, [&words, name](const std::string &list) { words.lists[name] = list; },
            meaning)
-        ->type_name("LIST");
+        ->type_name(takes + ",...");
 }
 
 /// Every condition that the camera knows, as a list of values.
@@ -69,16 +74,17 @@ void offerConditions(CLI::App &app, Words &words) {
                words.lists["night"] = switches;
            },
            "day, night or both; day unless given")
-        ->type_name("LIST");
-    offerList(app, words, "scene", "what is in front of the lens, of: " + lab::nameScenes());
+        ->type_name("LIGHT,...");
+    offerList(app, words, "scene", "NAME",
+              "what is in front of the lens, of: " + lab::nameScenes());
     app.add_option_function<std::string>(
            "--backlash",
            [&words](const std::string &list) { words.lists["backlash-focus"] = list; },
            "short for --backlash-focus")
-        ->type_name("LIST");
+        ->type_name("STEPS,...");
     for (const lab::Condition &condition : lab::allConditions()) {
         if (condition.name != "night")
-            offerList(app, words, condition.name, condition.meaning);
+            offerList(app, words, condition.name, condition.takes, condition.meaning);
     }
 }
 
@@ -167,7 +173,8 @@ int playRefocus(const Words &words) {
     return status;
 }
 
-int playTracking(Words words) {
+int playTracking(const Words &given) {
+    Words words = given;
     std::vector<lab::Cell> cells;
     words.lists.emplace("calibrated", "0,1");
     if (!listCells(words, cells) || !requireLibrary(cells))
@@ -177,7 +184,8 @@ int playTracking(Words words) {
 
 /// What a verdict has to stand, unless conditions are given: all of them crossed with the light,
 /// and a flat scene.
-int playVerdicts(Words words) {
+int playVerdicts(const Words &given) {
+    Words words = given;
     std::vector<lab::Cell> cells;
     const bool isUsual = words.lists.empty();
     if (isUsual)
@@ -257,6 +265,94 @@ std::vector<std::string> nameKinds() {
     return names;
 }
 
+/// A word that chooses what is done, and whether conditions belong to it.
+struct Command {
+    CLI::App *app;
+    int (*run)(const Words &words);
+    bool takesConditions;
+};
+
+void offerExperiments(CLI::App &app, std::vector<Command> &commands) {
+    commands.push_back({app.add_subcommand("refocus", "false refocuses of still scenes, changes of "
+                                                      "distance by their size, drift"),
+                        playRefocus, true});
+    commands.push_back(
+        {app.add_subcommand("tracking", "how far off the focus is while the lens zooms"),
+         playTracking, true});
+    commands.push_back({app.add_subcommand("verdict", "verdicts against the truth, over many "
+                                                      "conditions unless some are given"),
+                        playVerdicts, true});
+}
+
+void offerLooks(CLI::App &app, Words &words, std::vector<Command> &commands) {
+    CLI::App *reported = app.add_subcommand("report", "a page of what the store holds");
+    reported->add_option("--out", words.out, "folder of lab.html and its charts; out unless given");
+    reported->add_option("--build", words.build, "whose rows; the last one's unless given");
+    CLI::App *shown = app.add_subcommand("show", "one run again, frame by frame");
+    shown->add_option("run", words.first, "its number")
+        ->required()
+        ->check(CLI::Range(0L, kMostRuns));
+    shown->add_option("--cell", words.cell, kCellHelp);
+    shown->add_option("--trace", words.trace, "where its unit's trace goes; out/lab_trace.txt");
+    commands.push_back({reported, report, false});
+    commands.push_back({shown, show, false});
+}
+
+void offerExchange(CLI::App &app, Words &words, std::vector<Command> &commands) {
+    CLI::App *chunk = app.add_subcommand("chunk", "print rows of one cell");
+    chunk->add_option("first", words.first, "number of the first run")
+        ->required()
+        ->check(CLI::Range(0L, kMostRuns));
+    chunk->add_option("count", words.count, "how many")
+        ->required()
+        ->check(CLI::Range(1L, kMostRuns));
+    CLI::App *planned = app.add_subcommand(
+        "plan", "list the chunks that are missing, for other machines (docs/lab.md)");
+    planned->add_option("--chunk", words.chunk, "runs of each; 2000 unless given")
+        ->check(CLI::Range(1L, kMostRuns));
+    CLI::App *given = app.add_subcommand("rows", "print the rows of a cell that the store holds");
+    for (CLI::App *cells : {chunk, given})
+        cells->add_option("--cell", words.cell, kCellHelp);
+    for (CLI::App *kinds : {chunk, planned, given})
+        kinds->add_option("--kind", words.kind, "focus unless given")
+            ->check(CLI::IsMember(nameKinds()));
+    commands.push_back({chunk, printRows, false});
+    commands.push_back({planned, plan, true});
+    commands.push_back({given, giveRows, false});
+    commands.push_back(
+        {app.add_subcommand("import", "take in chunks from standard input"), takeIn, false});
+}
+
+/// What belongs to all of them.
+void offerCommon(CLI::App &app, Words &words) {
+    app.add_option("--store", words.store, "SQLite file; out/lab.sqlite unless given");
+    app.add_option("--commit", words.commit, "what the program was built from")->group("");
+    app.add_option("--runs", words.runs, "of each cell; 10000 unless given")
+        ->check(CLI::Range(1L, kMostRuns));
+    app.add_option("--search", words.searches, "searches, of: " + lab::nameSearches())
+        ->type_name("NAME,...");
+    offerConditions(app, words);
+    app.fallthrough();
+    app.require_subcommand(0, 1);
+}
+
+/// A word that would go without effect is refused.
+bool hasStrayWords(const CLI::App &app, const Words &words) {
+    return !words.lists.empty() || app.count("--search") + app.count("--runs") > 0;
+}
+
+int obey(const CLI::App &app, const std::vector<Command> &commands, const Words &words) {
+    for (const Command &command : commands) {
+        if (!command.app->parsed())
+            continue;
+        if (!command.takesConditions && hasStrayWords(app, words))
+            return complain(command.app->get_name() +
+                            " takes no runs, searches and conditions of an experiment");
+        return command.run(words);
+    }
+    return playFocus(words);
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -265,70 +361,13 @@ int main(int argc, char **argv) {
                  "runs on virtual cameras and keeps a row of each. Conditions that are lists are "
                  "crossed.",
                  "lab");
-    app.add_option("--store", words.store, "SQLite file; out/lab.sqlite unless given");
-    app.add_option("--commit", words.commit, "what the program was built from")->group("");
-    app.add_option("--runs", words.runs, "of each cell; 10000 unless given")
-        ->check(CLI::Range(1L, kMostRuns));
-    app.add_option("--search", words.searches, "searches, of: " + lab::nameSearches())
-        ->type_name("LIST");
-    offerConditions(app, words);
-    app.fallthrough();
-    CLI::App *refocus = app.add_subcommand(
-        "refocus", "false refocuses of still scenes, changes of distance by their size, drift");
-    CLI::App *tracking =
-        app.add_subcommand("tracking", "how far off the focus is while the lens zooms");
-    CLI::App *verdict = app.add_subcommand(
-        "verdict", "verdicts against the truth, over many conditions unless some are given");
-    CLI::App *chunk = app.add_subcommand("chunk", "print rows of one cell");
-    chunk->add_option("first", words.first, "number of the first run")
-        ->required()
-        ->check(CLI::Range(0L, kMostRuns));
-    chunk->add_option("count", words.count, "how many")
-        ->required()
-        ->check(CLI::Range(1L, kMostRuns));
-    chunk->add_option("--cell", words.cell, kCellHelp);
-    CLI::App *planned = app.add_subcommand(
-        "plan", "list the chunks that are missing, for other machines (docs/lab.md)");
-    planned->add_option("--chunk", words.chunk, "runs of each; 2000 unless given")
-        ->check(CLI::Range(1L, kMostRuns));
-    CLI::App *imported = app.add_subcommand("import", "take in chunks from standard input");
-    CLI::App *given = app.add_subcommand("rows", "print the rows of a cell that the store holds");
-    given->add_option("--cell", words.cell, kCellHelp);
-    for (CLI::App *exchange : {chunk, planned, given})
-        exchange->add_option("--kind", words.kind, "focus unless given")
-            ->check(CLI::IsMember(nameKinds()));
-    CLI::App *shown = app.add_subcommand("show", "one run again, frame by frame");
-    shown->add_option("run", words.first, "its number")
-        ->required()
-        ->check(CLI::Range(0L, kMostRuns));
-    shown->add_option("--cell", words.cell, kCellHelp);
-    shown->add_option("--trace", words.trace, "where its unit's trace goes; out/lab_trace.txt");
-    CLI::App *reported = app.add_subcommand("report", "a page of what the store holds");
-    reported->add_option("--out", words.out, "folder of lab.html and its charts; out unless given");
-    reported->add_option("--build", words.build, "whose rows; the last one's unless given");
+    std::vector<Command> commands;
+    offerCommon(app, words);
+    offerExperiments(app, commands);
+    offerLooks(app, words, commands);
+    offerExchange(app, words, commands);
     CLI11_PARSE(app, argc, argv);
-
-    int status = EXIT_SUCCESS;
-    if (chunk->parsed())
-        status = printRows(words);
-    else if (shown->parsed())
-        status = show(words);
-    else if (reported->parsed())
-        status = report(words);
-    else if (planned->parsed())
-        status = plan(words);
-    else if (imported->parsed())
-        status = takeIn(words);
-    else if (given->parsed())
-        status = giveRows(words);
-    else if (refocus->parsed())
-        status = playRefocus(words);
-    else if (tracking->parsed())
-        status = playTracking(words);
-    else if (verdict->parsed())
-        status = playVerdicts(words);
-    else
-        status = playFocus(words);
+    const int status = obey(app, commands, words);
     if (fflush(stdout) == 0 && ferror(stdout) == 0)
         return status;
     return complain("standard output can't be written");

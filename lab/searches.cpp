@@ -1,5 +1,6 @@
 #include "searches.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "autofocus_control.h"
@@ -64,11 +65,10 @@ static int valueOf(const std::string &value, const Cell &cell) {
 }
 
 bool makeLibrarySettings(const Cell &cell) {
-    for (const auto &[setting, value] : cell.search->librarySettings) {
-        if (AF_Manager_Set_Setting_API(setting, valueOf(value, cell)) != 0)
-            return false;
-    }
-    return true;
+    const auto &settings = cell.search->librarySettings;
+    return std::all_of(settings.begin(), settings.end(), [&cell](const auto &setting) {
+        return AF_Manager_Set_Setting_API(setting.first, valueOf(setting.second, cell)) == 0;
+    });
 }
 
 } // namespace lab

@@ -7,10 +7,10 @@
 #include "autofocus.h"
 #include "autofocus/focus_lines.h"
 #include "autofocus/lens_state.h"
-#include "autofocus/mailbox.h"
 #include "autofocus/moves.h"
 #include "autofocus/settings.h"
 #include "autofocus/statistics.h"
+#include "autofocus/types.h"
 #include "autofocus_control.h"
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
@@ -22,6 +22,7 @@
 #include "optics/scene.h"
 #include "platform/shared_word.h"
 #include "rivals/rival_lens.h"
+#include "searches.h"
 
 namespace lab {
 

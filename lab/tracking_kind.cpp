@@ -15,18 +15,20 @@
 
 #include <csignal>
 
+#include "autofocus.h"
 #include "autofocus/lens_state.h"
 #include "autofocus_control.h"
 #include "camera.h"
+#include "camera_options.h"
+#include "cell.h"
 #include "clock/seeded_random.h"
-#include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "host/lens_watch.h"
 #include "host/memory_host.h"
 #include "host/workers.h"
 #include "optics/lens_curves.h"
-#include "optics/scene.h"
 #include "platform/shared_word.h"
+#include "row_text.h"
 #include "stage.h"
 
 namespace lab {

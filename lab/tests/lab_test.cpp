@@ -10,6 +10,7 @@
 #include "condition.h"
 #include "grid.h"
 #include "kind.h"
+#include "row_text.h"
 #include "statistics.h"
 #include "store.h"
 
