@@ -1,5 +1,6 @@
 #include "option_table.h"
 
+#include "autofocus_control.h"
 #include "lens_models/lens_model.h"
 #include "optics/scene.h"
 #include "optics/zone_values.h"
@@ -23,6 +24,8 @@ static constexpr Range kNoiseRange = {0, 100, 0.1, 1};
 static constexpr double kLowestFrameRate = 5;
 static constexpr double kHighestFrameRate = 120;
 static constexpr uint64_t kMostReplies = 2;
+static constexpr uint64_t kMostBacklash = 64;
+static constexpr uint64_t kMostDelay = 4;
 static constexpr uint64_t kLastPosition = 30000; // beyond every lens's stop
 
 // ---- What a text says; false when it is none of that
@@ -71,6 +74,20 @@ static bool parseReplies(const std::string &text, int &replies) {
     uint64_t number = 0;
     const bool isGood = parseWhole(text, number) && number <= kMostReplies;
     replies = static_cast<int>(number);
+    return isGood;
+}
+
+static bool parseToldBacklash(const std::string &text, int &steps) {
+    uint64_t number = 0;
+    const bool isGood = parseWhole(text, number) && number <= kMostBacklash;
+    steps = static_cast<int>(number);
+    return isGood;
+}
+
+static bool parseToldDelay(const std::string &text, int &frames) {
+    uint64_t number = 0;
+    const bool isGood = text == "-1" || (parseWhole(text, number) && number <= kMostDelay);
+    frames = text == "-1" ? -1 : static_cast<int>(number);
     return isGood;
 }
 
@@ -222,6 +239,16 @@ static std::vector<Option> makeTable() {
          "is none of 0, 1 and 2", into<&Camera::serialReplies, parseReplies>},
         {"recovery", "", "the library stops for faults of its links and finds home again", neither,
          into<&Camera::recovery, parseSwitch>},
+        {"robust", "", "autofocus runs use the search that survives a real lens", neither,
+         into<&Camera::robustSearch, parseSwitch>},
+        {"told-backlash", "STEPS",
+         "slack of the focus that the library reckons with; 0 unless given",
+         "is no whole number from 0 to 64", into<&Camera::toldBacklash, parseToldBacklash>},
+        {"told-delay", "FRAMES",
+         "by which the library takes its statistics to be late; -1: it is to measure that",
+         "is no whole number from -1 to 4", into<&Camera::toldDelay, parseToldDelay>},
+        {"on-object", "", "zooming keeps the object sharp, once the unit is measured", neither,
+         into<&Camera::onObject, parseSwitch>},
         {"ties", "NUMBER",
          "seed of the lots that say who goes on first of threads due at one instant; 0, the "
          "default, is in order of their start",
@@ -258,6 +285,15 @@ const Option *findOption(const std::string &name) {
         if (option.name == name)
             return &option;
     return nullptr;
+}
+
+std::vector<LibrarySetting> librarySettings(const CameraOptions &options) {
+    return {{"replies", AF_SETTING_SERIAL_REPLIES, options.serialReplies},
+            {"recovery", AF_SETTING_RECOVERY, options.recovery ? 1 : 0},
+            {"robust", AF_SETTING_FOCUS_SEARCH, options.robustSearch ? 1 : 0},
+            {"told-backlash", AF_SETTING_FOCUS_BACKLASH, options.toldBacklash},
+            {"told-delay", AF_SETTING_STATISTICS_DELAY, options.toldDelay},
+            {"on-object", AF_SETTING_TRACKING, options.onObject ? 1 : 0}};
 }
 
 bool isSwitch(const Option &option) {
