@@ -81,7 +81,7 @@ static void makeSetting(const LibrarySetting &setting) {
     using Setter = int (*)(int, int);
     void *found = dlsym(RTLD_DEFAULT, "AF_Manager_Set_Setting_API");
     if (setting.value == 0 ||
-        (found && reinterpret_cast<Setter>(found)(setting.setting, setting.value) == 0))
+        (found != nullptr && reinterpret_cast<Setter>(found)(setting.setting, setting.value) == 0))
         return;
     fprintf(stderr, "virtual camera: %s: no library that has this setting is loaded yet\n",
             nameVariable(*findOption(setting.option)).c_str());

@@ -4,7 +4,6 @@
 #include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/zoom_grid.h"
-#include "autofocus/focus_lines.h"
 #include "autofocus/host/settings_table.h"
 #include "autofocus_control.h"
 #include "platform/trace.h"
