@@ -25,7 +25,6 @@
 #include "table.h"
 
 namespace {
-
 struct Words {
     std::string store = "out/lab.sqlite";
     std::string commit = "unknown";
@@ -41,18 +40,19 @@ struct Words {
     long first = 0;
     long count = 0;
 };
+} // namespace
 
-const char *const kCellHelp =
+static const char *const kCellHelp =
     "\"search=built-in noise=4\"; the library as loaded, by day, if not given";
-constexpr long kMostRuns = 100000000;
+static constexpr long kMostRuns = 100000000;
 
-int complain(const std::string &what) {
+static int complain(const std::string &what) {
     fprintf(stderr, "lab: %s\n", what.c_str());
     return EXIT_FAILURE;
 }
 
-void offerList(CLI::App &app, Words &words, const std::string &name, const std::string &takes,
-               const std::string &meaning) {
+static void offerList(CLI::App &app, Words &words, const std::string &name,
+                      const std::string &takes, const std::string &meaning) {
     app.add_option_function<std::string>(
            "--" + name, [&words, name](const std::string &list) { words.lists[name] = list; },
            meaning)
@@ -60,7 +60,7 @@ void offerList(CLI::App &app, Words &words, const std::string &name, const std::
 }
 
 /// Every condition that the camera knows, as a list of values.
-void offerConditions(CLI::App &app, Words &words) {
+static void offerConditions(CLI::App &app, Words &words) {
     app.add_option_function<std::string>(
            "--light",
            [&words](const std::string &list) {
@@ -89,7 +89,7 @@ void offerConditions(CLI::App &app, Words &words) {
 }
 
 /// In the conditions' order, whatever the command line's.
-std::vector<lab::Axis> listAxes(const Words &words) {
+static std::vector<lab::Axis> listAxes(const Words &words) {
     std::vector<lab::Axis> axes;
     std::vector<std::string> names = {"scene"};
     for (const lab::Condition &condition : lab::allConditions())
@@ -102,7 +102,7 @@ std::vector<lab::Axis> listAxes(const Words &words) {
     return axes;
 }
 
-int tellEnding(lab::Ending ending) {
+static int tellEnding(lab::Ending ending) {
     constexpr int kInterrupted = 130;
     if (ending == lab::Ending::Interrupted)
         fprintf(stderr, "lab: interrupted; the same call goes on from here\n");
@@ -112,8 +112,9 @@ int tellEnding(lab::Ending ending) {
 }
 
 /// Play the cells and say what they came to by @p print, whole or not.
-int playKind(const Words &words, const char *kind, long runs, const std::vector<lab::Cell> &cells,
-             void (*print)(lab::Store &store, const std::vector<lab::Played> &cells)) {
+static int playKind(const Words &words, const char *kind, long runs,
+                    const std::vector<lab::Cell> &cells,
+                    void (*print)(lab::Store &store, const std::vector<lab::Played> &cells)) {
     lab::Store store(words.store);
     if (!store.error().empty())
         return complain(words.store + ": " + store.error());
@@ -127,7 +128,7 @@ int playKind(const Words &words, const char *kind, long runs, const std::vector<
     return tellEnding(ending);
 }
 
-void printFocus(lab::Store &store, const std::vector<lab::Played> &cells) {
+static void printFocus(lab::Store &store, const std::vector<lab::Played> &cells) {
     std::vector<lab::FocusFigures> rows;
     rows.reserve(cells.size());
     for (const lab::Played &played : cells)
@@ -136,7 +137,7 @@ void printFocus(lab::Store &store, const std::vector<lab::Played> &cells) {
 }
 
 /// Of the searches and conditions that were asked for; false, and said, when there is none.
-bool listCells(const Words &words, std::vector<lab::Cell> &cells) {
+static bool listCells(const Words &words, std::vector<lab::Cell> &cells) {
     const std::string complaint =
         lab::makeCells(lab::splitList(words.searches), listAxes(words), cells);
     if (!complaint.empty())
@@ -145,7 +146,7 @@ bool listCells(const Words &words, std::vector<lab::Cell> &cells) {
 }
 
 /// A rival knows neither verdict, trigger nor zoom.
-bool requireLibrary(const std::vector<lab::Cell> &cells) {
+static bool requireLibrary(const std::vector<lab::Cell> &cells) {
     const auto rival = std::find_if(cells.begin(), cells.end(), [](const lab::Cell &cell) {
         return cell.search->rival != nullptr;
     });
@@ -154,14 +155,14 @@ bool requireLibrary(const std::vector<lab::Cell> &cells) {
     return rival == cells.end();
 }
 
-int playFocus(const Words &words) {
+static int playFocus(const Words &words) {
     std::vector<lab::Cell> cells;
     return listCells(words, cells) ? playKind(words, "focus", words.runs, cells, printFocus)
                                    : EXIT_FAILURE;
 }
 
 /// Hours take longer than runs: a tenth of them, and a twentieth with drift.
-int playRefocus(const Words &words) {
+static int playRefocus(const Words &words) {
     std::vector<lab::Cell> cells;
     if (!listCells(words, cells) || !requireLibrary(cells))
         return EXIT_FAILURE;
@@ -173,7 +174,7 @@ int playRefocus(const Words &words) {
     return status;
 }
 
-int playTracking(const Words &given) {
+static int playTracking(const Words &given) {
     Words words = given;
     std::vector<lab::Cell> cells;
     words.lists.emplace("calibrated", "0,1");
@@ -184,7 +185,7 @@ int playTracking(const Words &given) {
 
 /// What a verdict has to stand, unless conditions are given: all of them crossed with the light,
 /// and a flat scene.
-int playVerdicts(const Words &given) {
+static int playVerdicts(const Words &given) {
     Words words = given;
     std::vector<lab::Cell> cells;
     const bool isUsual = words.lists.empty();
@@ -200,19 +201,19 @@ int playVerdicts(const Words &given) {
 }
 
 /// The store that is there, for those who only look into it.
-int withStore(const Words &words, const std::function<int(lab::Store &store)> &use) {
+static int withStore(const Words &words, const std::function<int(lab::Store &store)> &use) {
     if (!std::filesystem::exists(words.store))
         return complain(words.store + ": there is no such store");
     lab::Store store(words.store);
     return store.error().empty() ? use(store) : complain(words.store + ": " + store.error());
 }
 
-int report(const Words &words) {
+static int report(const Words &words) {
     return withStore(
         words, [&](lab::Store &store) { return lab::writeReport(store, words.build, words.out); });
 }
 
-int giveRows(const Words &words) {
+static int giveRows(const Words &words) {
     lab::Cell cell;
     const std::string complaint = lab::readCell(words.cell, cell);
     if (!complaint.empty())
@@ -223,7 +224,7 @@ int giveRows(const Words &words) {
 }
 
 /// Words checked before a store is made.
-int plan(const Words &words) {
+static int plan(const Words &words) {
     std::vector<lab::Cell> cells;
     if (!listCells(words, cells))
         return EXIT_FAILURE;
@@ -235,13 +236,13 @@ int plan(const Words &words) {
     return EXIT_SUCCESS;
 }
 
-int takeIn(const Words &words) {
+static int takeIn(const Words &words) {
     lab::Store store(words.store);
     return store.error().empty() ? lab::importChunks(store, words.commit)
                                  : complain(words.store + ": " + store.error());
 }
 
-int show(const Words &words) {
+static int show(const Words &words) {
     lab::Cell cell;
     const std::string complaint = lab::readCell(words.cell, cell);
     if (!complaint.empty())
@@ -249,7 +250,7 @@ int show(const Words &words) {
     return lab::showRun(cell, words.first, words.trace);
 }
 
-int printRows(const Words &words) {
+static int printRows(const Words &words) {
     lab::Cell cell;
     const std::string complaint = lab::readCell(words.cell, cell);
     if (!complaint.empty())
@@ -258,21 +259,23 @@ int printRows(const Words &words) {
                            words.commit);
 }
 
-std::vector<std::string> nameKinds() {
+static std::vector<std::string> nameKinds() {
     std::vector<std::string> names;
     for (const lab::Kind &kind : lab::allKinds())
         names.emplace_back(kind.name);
     return names;
 }
 
+namespace {
 /// A word that chooses what is done, and whether conditions belong to it.
 struct Command {
     CLI::App *app;
     int (*run)(const Words &words);
     bool takesConditions;
 };
+} // namespace
 
-void offerExperiments(CLI::App &app, std::vector<Command> &commands) {
+static void offerExperiments(CLI::App &app, std::vector<Command> &commands) {
     commands.push_back({app.add_subcommand("refocus", "false refocuses of still scenes, changes of "
                                                       "distance by their size, drift"),
                         playRefocus, true});
@@ -284,7 +287,7 @@ void offerExperiments(CLI::App &app, std::vector<Command> &commands) {
                         playVerdicts, true});
 }
 
-void offerLooks(CLI::App &app, Words &words, std::vector<Command> &commands) {
+static void offerLooks(CLI::App &app, Words &words, std::vector<Command> &commands) {
     CLI::App *reported = app.add_subcommand("report", "a page of what the store holds");
     reported->add_option("--out", words.out, "folder of lab.html and its charts; out unless given");
     reported->add_option("--build", words.build, "whose rows; the last one's unless given");
@@ -298,7 +301,7 @@ void offerLooks(CLI::App &app, Words &words, std::vector<Command> &commands) {
     commands.push_back({shown, show, false});
 }
 
-void offerExchange(CLI::App &app, Words &words, std::vector<Command> &commands) {
+static void offerExchange(CLI::App &app, Words &words, std::vector<Command> &commands) {
     CLI::App *chunk = app.add_subcommand("chunk", "print rows of one cell");
     chunk->add_option("first", words.first, "number of the first run")
         ->required()
@@ -324,7 +327,7 @@ void offerExchange(CLI::App &app, Words &words, std::vector<Command> &commands) 
 }
 
 /// What belongs to all of them.
-void offerCommon(CLI::App &app, Words &words) {
+static void offerCommon(CLI::App &app, Words &words) {
     app.add_option("--store", words.store, "SQLite file; out/lab.sqlite unless given");
     app.add_option("--commit", words.commit, "what the program was built from")->group("");
     app.add_option("--runs", words.runs, "of each cell; 10000 unless given")
@@ -337,11 +340,11 @@ void offerCommon(CLI::App &app, Words &words) {
 }
 
 /// A word that would go without effect is refused.
-bool hasStrayWords(const CLI::App &app, const Words &words) {
+static bool hasStrayWords(const CLI::App &app, const Words &words) {
     return !words.lists.empty() || app.count("--search") + app.count("--runs") > 0;
 }
 
-int obey(const CLI::App &app, const std::vector<Command> &commands, const Words &words) {
+static int obey(const CLI::App &app, const std::vector<Command> &commands, const Words &words) {
     for (const Command &command : commands) {
         if (!command.app->parsed())
             continue;
@@ -352,8 +355,6 @@ int obey(const CLI::App &app, const std::vector<Command> &commands, const Words 
     }
     return playFocus(words);
 }
-
-} // namespace
 
 int main(int argc, char **argv) {
     Words words;

@@ -217,16 +217,24 @@ static std::string makeMaps(const std::vector<CellFindings> &all) {
 // ---- The page
 
 static const char *const kStyle = R"(
-:root{color-scheme:light dark;--ink:#24292f;--soft:#57606a;--paper:#fff;--rule:#d8dee4;--band:#f6f8fa}
-@media(prefers-color-scheme:dark){:root{--ink:#c9d1d9;--soft:#8b949e;--paper:#0d1117;--rule:#30363d;--band:#161b22}}
-body{font:15px/1.55 system-ui,'DejaVu Sans',sans-serif;color:var(--ink);background:var(--paper);max-width:1080px;margin:2.5rem auto;padding:0 1.5rem}
-h1{font-size:1.7rem;margin-bottom:.2rem}h2{font-size:1.2rem;margin-top:2.6rem;border-bottom:1px solid var(--rule);padding-bottom:.3rem}
+:root{color-scheme:light dark;--ink:#24292f;--soft:#57606a;--paper:#fff;--rule:#d8dee4;
+--band:#f6f8fa}
+@media(prefers-color-scheme:dark){:root{--ink:#c9d1d9;--soft:#8b949e;--paper:#0d1117;
+--rule:#30363d;--band:#161b22}}
+body{font:15px/1.55 system-ui,'DejaVu Sans',sans-serif;color:var(--ink);background:var(--paper);
+max-width:1080px;margin:2.5rem auto;padding:0 1.5rem}
+h1{font-size:1.7rem;margin-bottom:.2rem}h2{font-size:1.2rem;margin-top:2.6rem;
+border-bottom:1px solid var(--rule);padding-bottom:.3rem}
 p.soft,small{color:var(--soft)}small{font-size:.8em;white-space:nowrap}
 table{border-collapse:collapse;font-size:.92em;margin:1rem 0;width:100%}
-th{font-weight:600;text-align:left;vertical-align:bottom;padding:.35rem .7rem;border-bottom:2px solid var(--rule)}
-td{padding:.3rem .7rem;border-bottom:1px solid var(--rule)}tr:nth-child(even) td{background:var(--band)}
-td:first-child{white-space:nowrap}th:not(:first-child){text-align:right}td.n{text-align:right;font-variant-numeric:tabular-nums;white-space:nowrap}code{font-size:.85em}
-.drawing{max-width:100%;height:auto;display:block;margin:1rem 0}.maps{display:flex;flex-wrap:wrap;gap:1rem 2rem}
+th{font-weight:600;text-align:left;vertical-align:bottom;padding:.35rem .7rem;
+border-bottom:2px solid var(--rule)}
+td{padding:.3rem .7rem;border-bottom:1px solid var(--rule)}tr:nth-child(even) td{
+background:var(--band)}
+td:first-child{white-space:nowrap}th:not(:first-child){text-align:right}td.n{text-align:right;
+font-variant-numeric:tabular-nums;white-space:nowrap}code{font-size:.85em}
+.drawing{max-width:100%;height:auto;display:block;margin:1rem 0}.maps{display:flex;
+flex-wrap:wrap;gap:1rem 2rem}
 )";
 
 static std::string openPage(const std::string &commit, long runs) {
