@@ -3,7 +3,7 @@
 #include "af_lens/focus/focus_pass.h"
 #include "af_lens/focus/robust/robust_search.h"
 #include "af_lens/focus/step_choice.h"
-#include "af_lens/focus/verdict.h"
+#include "af_lens/focus/verdict/verdict.h"
 #include "af_lens/focus/wide_search.h"
 #include "af_lens/model/focus_lines.h"
 #include "af_lens/model/half_depth.h"

@@ -5,7 +5,7 @@
 #include "af_lens/focus/robust/delay.h"
 #include "af_lens/focus/robust/fine_pass.h"
 #include "af_lens/focus/robust/look.h"
-#include "af_lens/focus/verdict.h"
+#include "af_lens/focus/verdict/verdict.h"
 #include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/object_line.h"
