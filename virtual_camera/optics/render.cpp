@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <png.h>
+#include <utility>
 #include <vector>
 
 #include "clock/unobserved.h"
@@ -55,19 +56,26 @@ static Rgb paintPixel(int column, int row, const ViewScale &scale) {
     return scaleColour(sum, 1.0F / (kReduction * kReduction));
 }
 
-static Canvas paintCanvas(int margin, const ViewScale &scale) {
-    Canvas canvas{margin, kWidth + 2 * margin, {}};
-    const int height = kHeight + 2 * margin;
-    canvas.sums.reserve(static_cast<size_t>(height) * static_cast<size_t>(canvas.width + 1) *
-                        kChannels);
-    for (int row = 0; row < height; ++row) {
+/// Running sums of what @p paint gives for each place of a view with a margin around it.
+template <typename Paint>
+static void sumRows(std::vector<float> &sums, int width, int height, int margin, Paint paint) {
+    sums.clear();
+    sums.reserve(static_cast<size_t>(height + 2 * margin) *
+                 static_cast<size_t>(width + 2 * margin + 1) * kChannels);
+    for (int row = -margin; row < height + margin; ++row) {
         Rgb sum{};
-        for (int column = 0; column <= canvas.width; ++column) {
-            canvas.sums.insert(canvas.sums.end(), {sum.r, sum.g, sum.b});
-            const Rgb colour = paintPixel(column - margin, row - margin, scale);
+        for (int column = -margin; column <= width + margin; ++column) {
+            sums.insert(sums.end(), {sum.r, sum.g, sum.b});
+            const Rgb colour = paint(column, row);
             sum = {sum.r + colour.r, sum.g + colour.g, sum.b + colour.b};
         }
     }
+}
+
+static Canvas paintCanvas(int margin, const ViewScale &scale) {
+    Canvas canvas{margin, kWidth + 2 * margin, {}};
+    sumRows(canvas.sums, kWidth, kHeight, margin,
+            [&scale](int column, int row) { return paintPixel(column, row, scale); });
     return canvas;
 }
 
@@ -114,26 +122,84 @@ static bool writePng(const char *path, const std::vector<uint8_t> &rgb) {
     return png_image_write_to_file(&image, path, 0, rgb.data(), 0, nullptr) != 0;
 }
 
-bool writeScenePng(const char *path) {
-    const Unobserved unobserved;
-    const ViewScale scale = scaleView(zoomFactorAt(truePosition(Axis::Zoom)));
+SceneLook lookNow() {
     const double diameter =
         std::fabs(focusErrorHalfDepths()) * kOptics.circleUm / kOptics.pixelUm / kReduction;
-    const float radius = std::min(static_cast<float>(diameter / 2), float{kLargestRadius});
-    const int margin = static_cast<int>(std::ceil(radius));
-    const Canvas canvas = paintCanvas(margin, scale);
+    return {zoomFactorAt(groupPosition(Axis::Zoom)),
+            std::min(static_cast<float>(diameter / 2), float{kLargestRadius}),
+            isNight() ? static_cast<float>(kOptics.nightLuminance) : 1.0F};
+}
+
+/// Every pixel of a canvas's view, through a disc of that radius in its own pixels.
+static void develop(std::vector<uint8_t> &rgb, const Canvas &canvas, int width, int height,
+                    float radius, float light) {
     const std::vector<int> spans = discSpans(radius);
-    const float light = isNight() ? static_cast<float>(kOptics.nightLuminance) : 1.0F;
+    rgb.clear();
+    rgb.reserve(static_cast<size_t>(width) * static_cast<size_t>(height) * kChannels);
+    for (int row = 0; row < height; ++row)
+        for (int column = 0; column < width; ++column)
+            addPixel(rgb, scaleColour(gatherDisc(canvas, spans, column + canvas.margin,
+                                                 row + canvas.margin),
+                                      light));
+}
+
+bool writeScenePng(const char *path) {
+    const Unobserved unobserved;
+    const SceneLook look = lookNow();
+    const Canvas canvas =
+        paintCanvas(static_cast<int>(std::ceil(look.radius)), scaleView(look.zoomFactor));
     std::vector<uint8_t> rgb;
-    rgb.reserve(static_cast<size_t>(kWidth) * kHeight * kChannels);
-    for (int row = 0; row < kHeight; ++row) {
-        for (int column = 0; column < kWidth; ++column) {
-            const Rgb colour =
-                scaleColour(gatherDisc(canvas, spans, column + margin, row + margin), light);
-            addPixel(rgb, colour);
-        }
-    }
+    develop(rgb, canvas, kWidth, kHeight, look.radius, look.light);
     return writePng(path, rgb);
+}
+
+// ---- Pictures for eyes that watch
+
+namespace {
+/// How many pixels of a still picture make one here, and up to which radius of blur.
+struct Fineness {
+    int divisor;
+    float mostRadius;
+};
+} // namespace
+
+static constexpr Fineness kFinenesses[] = {{1, 6}, {2, 20}, {4, kLargestRadius}};
+
+static size_t chooseFineness(float radius) {
+    size_t chosen = 0;
+    while (radius > kFinenesses[chosen].mostRadius)
+        ++chosen;
+    return chosen;
+}
+
+/// One sample as wide as the pixel.
+static Rgb paintCoarsely(int column, int row, int width, int height, float size, float octave) {
+    return sampleScene(
+        {(static_cast<float>(column) + 0.5F - static_cast<float>(width) / 2.0F) * size,
+         (static_cast<float>(row) + 0.5F - static_cast<float>(height) / 2.0F) * size, size,
+         octave});
+}
+
+const std::vector<uint8_t> &ScenePainter::paint(const SceneLook &look) {
+    const size_t index = chooseFineness(look.radius);
+    const Fineness &fineness = kFinenesses[index];
+    pictureWidth = kWidth / fineness.divisor;
+    pictureHeight = kHeight / fineness.divisor;
+    const int margin =
+        static_cast<int>(std::ceil(fineness.mostRadius / static_cast<float>(fineness.divisor)));
+    Focused &kept = focused[index];
+    Canvas canvas{margin, pictureWidth + 2 * margin, std::move(kept.sums)};
+    if (kept.zoomFactor != look.zoomFactor) {
+        const auto size = static_cast<float>(1 / (pictureWidth * look.zoomFactor));
+        const float octave = std::log2(1 / size);
+        sumRows(canvas.sums, pictureWidth, pictureHeight, margin, [&](int column, int row) {
+            return paintCoarsely(column, row, pictureWidth, pictureHeight, size, octave);
+        });
+    }
+    develop(rgb, canvas, pictureWidth, pictureHeight,
+            look.radius / static_cast<float>(fineness.divisor), look.light);
+    kept = {look.zoomFactor, std::move(canvas.sums)};
+    return rgb;
 }
 
 // ---- The whole scene
