@@ -12,6 +12,7 @@
 //
 //     L TICK INPUT        # a new input, for the log
 //     B TICK              # inputs of the log after this tick are dropped
+//     S HEX               # what the camera has sent on its line
 //     T MS JSON           # what the page is told, and when; J JSON what holds until it comes anew
 //     X LINE ...          # switched off: what the next part begins with; "X end TICK" is the last
 //
@@ -36,6 +37,7 @@
 #include "clock/virtual_clock.h"
 #include "devices/driver_chip.h"
 #include "devices/lens.h"
+#include "frame_words.h"
 #include "host/memory_host.h"
 #include "inputs.h"
 #include "observer.h"
@@ -241,8 +243,10 @@ static void takeOrders(int patienceMs) {
         return;
     char bytes[4096];
     const ssize_t count = nextRead(STDIN_FILENO, bytes, sizeof bytes);
-    if (count <= 0)
-        _exit(EXIT_SUCCESS); // whoever started us has gone
+    if (count <= 0) { // whoever started us has gone
+        vcam::powerOff();
+        _exit(EXIT_SUCCESS);
+    }
     unread.append(bytes, static_cast<size_t>(count));
     size_t end = 0;
     while ((end = unread.find('\n')) != std::string::npos) {
@@ -320,12 +324,14 @@ static void arrive() {
 
 static void playTick() {
     vcam::sleepUntilUs(tick * kTickUs);
-    takeLogged();
-    observeTick(tick);
+    const Bytes answers = observeTick(tick);
+    takeLogged(); // after the look, like what comes live
     if (tick == wish.untilTick && !wish.isAlone)
         arrive();
     if (tick < wish.untilTick || wish.isAlone)
         return;
+    if (!answers.empty())
+        say("S " + spellHex(answers.data(), answers.size()));
     takeOrders(0);
     endStepWhenDue();
     tellIfDue();

@@ -16,7 +16,6 @@
 #include "devices/lens.h"
 #include "devices/serial_port.h"
 #include "flaws/flaws.h"
-#include "frame_words.h"
 #include "host/memory_host.h"
 #include "isp/isp.h"
 #include "json_text.h"
@@ -95,10 +94,11 @@ void noteSent(const std::string &input) {
     tellFrames(unfinishedOrder, "controller", explainOrder);
 }
 
-static void takeAnswers() {
+static Bytes takeAnswers() {
     const Bytes bytes = vcam::cameraSent();
     unfinishedAnswer.insert(unfinishedAnswer.end(), bytes.begin(), bytes.end());
     tellFrames(unfinishedAnswer, "camera", explainAnswer);
+    return bytes;
 }
 
 // ---- Samples
@@ -138,10 +138,10 @@ static std::string sampleNow() {
     return text + "]";
 }
 
-void observeTick(int64_t tick) {
+Bytes observeTick(int64_t tick) {
     if (tick % kTicksASample == 0)
         keep(samples, kMostSamples, sampleNow());
-    takeAnswers();
+    return takeAnswers();
 }
 
 // ---- The lens: once, and the library's lines whenever they change

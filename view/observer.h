@@ -8,14 +8,15 @@
 #include <vector>
 
 #include "camera_options.h"
+#include "frame_words.h"
 
 namespace view {
 
 /// From before the library starts.
 void beginObserving(const vcam::CameraOptions &options, int64_t offsetTicks);
 
-/// Once a tick.
-void observeTick(int64_t tick);
+/// Once a tick: what the camera has sent on its line since.
+Bytes observeTick(int64_t tick);
 
 /// A controller's bytes, to be explained beside the answers.
 void noteSent(const std::string &input);

@@ -148,4 +148,39 @@ SessionPart cutAfter(const SessionPart &part, int64_t tick) {
     return cut;
 }
 
+// ---- From one power-on to the next
+
+void setOption(std::vector<NamedText> &options, const NamedText &named) {
+    const auto isNamed = [&named](const NamedText &other) { return other.first == named.first; };
+    options.erase(std::remove_if(options.begin(), options.end(), isNamed), options.end());
+    if (!named.second.empty())
+        options.push_back(named);
+}
+
+/// What was set while the camera ran is what the next one is made of.
+static void carryOver(const LoggedInput &input, SessionPart &next) {
+    std::string rest = input.text;
+    const std::string verb = takeWord(rest);
+    if (verb == "setting")
+        next.inputs.push_back({0, input.text});
+    if (verb == "set") {
+        const std::string name = takeWord(rest);
+        setOption(next.options, {name, rest});
+    }
+}
+
+SessionPart continueAfter(const SessionPart &part, const SessionPart &left,
+                          const std::vector<NamedText> &chosen) {
+    SessionPart next;
+    next.options = part.options;
+    next.stored = left.stored;
+    for (const LoggedInput &input : part.inputs)
+        carryOver(input, next);
+    for (const NamedText &option : left.options)
+        setOption(next.options, option);
+    for (const NamedText &option : chosen)
+        setOption(next.options, option);
+    return next;
+}
+
 } // namespace view

@@ -52,4 +52,12 @@ std::string spellHex(const uint8_t *bytes, size_t size);
 /// A copy without the inputs after @p tick.
 SessionPart cutAfter(const SessionPart &part, int64_t tick);
 
+/// An option's new value; an empty one takes it out.
+void setOption(std::vector<NamedText> &options, const NamedText &named);
+
+/// The power-on after this one: the world as it was left, what the lens and the host's store
+/// brought along, the settings made anew, and what is chosen afresh.
+SessionPart continueAfter(const SessionPart &part, const SessionPart &left,
+                          const std::vector<NamedText> &chosen);
+
 } // namespace view
