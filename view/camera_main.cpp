@@ -23,6 +23,7 @@
 #include <cstring>
 #include <ctime>
 #include <fstream>
+#include <map>
 #include <optional>
 #include <poll.h>
 #include <sstream>
@@ -40,6 +41,7 @@
 #include "frame_words.h"
 #include "host/memory_host.h"
 #include "inputs.h"
+#include "json_text.h"
 #include "observer.h"
 #include "optics/render.h"
 #include "option_table.h"
@@ -88,6 +90,7 @@ static std::string unread; // of standard input
 static int64_t toldNs;
 static bool isNews = true;
 static vcam::SceneLook shown = {};
+static std::map<std::string, std::string> world;
 
 [[noreturn]] static void fail(const std::string &why) {
     fprintf(stderr, "view_camera: %s\n", why.c_str());
@@ -113,12 +116,31 @@ static int64_t realNs() {
     return time.tv_sec * kNsPerS + time.tv_nsec;
 }
 
+/// What was last set of the world, and which faults are there: "set distance" is "3".
+static void noteWorld(const std::string &input) {
+    const size_t verbEnd = input.find(' ');
+    const size_t nameEnd = input.find(' ', verbEnd + 1);
+    const std::string verb = input.substr(0, verbEnd);
+    if ((verb == "set" || verb == "fault") && nameEnd != std::string::npos)
+        world[input.substr(0, nameEnd)] = input.substr(nameEnd + 1);
+}
+
+static std::string describeWorld() {
+    std::string text = ",\"world\":{";
+    const char *separator = "";
+    for (const auto &named : world) {
+        text += separator + quote(named.first) + ":" + quote(named.second);
+        separator = ",";
+    }
+    return text + "}";
+}
+
 static std::string describeRun() {
     char text[120];
     const bool hasMore = nextInput < part.inputs.size();
     snprintf(text, sizeof text, ",\"pace\":%g,\"paused\":%s,\"again\":%s", pace,
              isPaused ? "true" : "false", hasMore ? "true" : "false");
-    return text;
+    return text + describeWorld();
 }
 
 static void tellNow() {
@@ -173,6 +195,7 @@ static void take(const std::string &input) {
     if (input == "power-cycle")
         switchOff();
     applyInput(input, options);
+    noteWorld(input);
 }
 
 static void takeLogged() {
@@ -289,6 +312,7 @@ static void prepare() {
                                     : vcam::takeOption(*option, named.second, options);
         if (!why.empty())
             fail(why);
+        noteWorld("set " + named.first + " " + named.second);
     }
     for (const NamedText &stored : part.stored)
         if (!takeStored(stored))

@@ -233,8 +233,10 @@ void Studio::send(const Bytes &bytes) {
 std::string Studio::spell() const {
     const std::lock_guard<std::mutex> guard(mutex);
     Session ended = session;
-    if (current + 1 == ended.size())
-        ended.back().endTick = lastMs / kMsPerTick - offsetOf(current);
+    SessionPart &last = ended.back();
+    const int64_t logged = last.inputs.empty() ? 0 : last.inputs.back().tick;
+    const int64_t shown = current + 1 == ended.size() ? lastMs / kMsPerTick - offsetOf(current) : 0;
+    last.endTick = std::max(logged, shown); // gone back, the rest still belongs to it
     return spellSession(ended);
 }
 
