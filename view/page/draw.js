@@ -179,15 +179,15 @@ export function drawHill() {
   const now = last(), { hill, state } = model;
   if (!now)
     return;
-  const reach = Math.max(40, now[HALF] * 12);
-  const places = hill.map(p => p.focus).concat(now[FOCUS], now[BEST]);
+  // As wide as the lens is off, so that the top grows while it comes nearer.
   const middle = now[BEST];
-  const far = Math.max(reach, ...places.map(p => Math.abs(p - middle))) * 1.06;
+  const far = Math.max(30, now[HALF] * 14, Math.abs(now[FOCUS] - middle) * 1.3);
   const most = Math.max(4000, now[VALUE], ...hill.map(p => p.value)) * 1.1;
   const box = { left: 32, right: width - 6, top: 5, bottom: height - 17, columns: 4, rows: 4,
     x: [middle - far, middle + far], y: [0, most] };
   const x = scale(...box.x, box.left, box.right), y = scale(...box.y, box.bottom, box.top);
   grid(pen, x, y, box);
+  clip(pen, box);
   pen.fillStyle = colour('band');
   pen.fillRect(x(now[BEST] - now[HALF]), box.top, Math.max(2, x(now[HALF]) - x(-now[HALF])), box.bottom - box.top);
   pen.strokeStyle = colour('object');
@@ -198,6 +198,7 @@ export function drawHill() {
   pen.stroke();
   drawDots(pen, x, y, hill);
   disc(pen, x(now[FOCUS]), y(now[VALUE]), 6, 'lens');
+  pen.restore();
   sayVerdict(pen, box, state);
 }
 

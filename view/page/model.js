@@ -4,7 +4,7 @@
 export const T = 0, ZOOM = 1, FOCUS = 2, ZOOM_COUNTED = 3, FOCUS_COUNTED = 4, BEST = 5, VALUE = 6,
   ERROR = 7, ACTIVITY = 8, RUNS = 9, HALF = 10, DIOPTRES = 11, COMMAND = 12;
 
-export const ACTIVITIES = ['stopped', 'finding home', 'waits', 'zooms', 'focuses by hand', 'autofocus',
+export const ACTIVITIES = ['stopped', 'finding home', 'watches', 'zooms', 'focuses by hand', 'autofocus',
   'goes to a position', 'finding home', 'calibrates', 'single steps'];
 export const OUTCOMES = ['', 'done', 'focused', 'unsure', 'no peak: flat', 'no peak: edge',
   'no peak: no statistics', 'replaced', 'cancelled', 'fault', 'forgotten'];
@@ -87,7 +87,7 @@ function addTold(item) {
   } else if (item.k !== 'event') {
     keep(model.messages, item);
   } else if (item.outcome) {
-    keep(model.messages, { ...item, text: `${ACTIVITIES[item.activity]}: ${OUTCOMES[item.outcome]}` });
+    keep(model.messages, { ...item, text: `${item.activity === 2 ? 'order' : ACTIVITIES[item.activity]}: ${OUTCOMES[item.outcome]}` });
   }
 }
 

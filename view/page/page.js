@@ -70,7 +70,7 @@ function showChips() {
   const { state } = model, now = last();
   const error = now[ERROR], off = Math.abs(error);
   const activity = state.activity;
-  set($('doing'), model.gone ? 'the camera has stopped' : state.paused ? 'paused' : ACTIVITIES[activity],
+  set($('doing'), model.gone ? 'the camera has stopped' : state.paused ? 'paused' : activity === 2 && !state.armed ? 'rests' : ACTIVITIES[activity],
     model.gone ? 'bad' : activity === 2 || state.paused ? '' : 'busy');
   set($('truth'), off <= 1 ? 'sharp' : `${off.toFixed(off < 10 ? 1 : 0)} half depths too ${error > 0 ? 'far' : 'near'}`,
     off <= 1 ? 'good' : off <= 2 ? 'warn' : 'bad');
