@@ -49,13 +49,13 @@ def power_on(page):
             "powered on, home found, sharp")
 
 
-def hold_tele(page):
+def hold_tele(page, steps=1500):
     zoom, picture = page.run(ZOOM), pixels(page)
     first = page.run("view.picture")
     tele = page.place("[data-hold=tele]")
     page.mouse("mousePressed", tele)
     began = time.time()
-    page.until("%s > %d" % (ZOOM, zoom + 1500), what="the lens moves")
+    page.until("%s > %d" % (ZOOM, zoom + steps), what="the lens moves")
     rate = (page.run("view.picture") - first) / (time.time() - began)
     page.mouse("mouseReleased", tele)
     page.until("view.state.activity === 5", what="the focus run after the zoom")
@@ -120,13 +120,19 @@ def reload_and_more(browser, page, address):
 
 
 def photograph(page, path):
+    """The moment at which the camera has seen that the object has moved, and climbs."""
     page.run("document.activeElement.blur()")
     order(page, "new")
     page.until("view.state && view.state.t < 3000")
     power_on(page)
-    hold_tele(page)
     order(page, "input order preset-set 3")
+    hold_tele(page, 7500)
+    order(page, "input order preset-set 5")
     drag_object(page)
+    page.run("document.querySelector('#push').click()")
+    page.until("view.state.activity === 5")
+    page.until("view.hill.length > 3 && view.samples[view.samples.length - 1][7] > 1.5")
+    order(page, "pause")
     page.wear("dark")
     page.run("dispatchEvent(new Event('resize'))")
     time.sleep(0.5)

@@ -190,7 +190,7 @@ function legend(id, items) {
   }));
 }
 legend('planeLegend', [['disc', 'lens', 'lens'], ['ring', 'focus', 'counted'], ['', 'object', 'object'],
-  ['', 'line', '∞'], ['dash', 'line', '2 m'], ['dot', 'zoom', 'known']]);
+  ['', 'line', '∞'], ['dash', 'line', '2 m'], ['dot', 'zoom', 'library']]);
 legend('timeLegend', [['', 'zoom', 'zoom'], ['', 'focus', 'focus'], ['', 'object', 'best'], ['', 'value', 'value']]);
 
 // ---- Hands
