@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <jpeglib.h>
+#include <poll.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -14,6 +15,7 @@ namespace view {
 
 static constexpr int kQuality = 85;
 static constexpr int kChannels = 3;
+static constexpr int kRestMs = 90; // longer than two looks are apart
 
 static int looksIn = -1;
 static int looksOut = -1;
@@ -72,17 +74,32 @@ static bool takeLook(vcam::SceneLook &look) {
     return isThere;
 }
 
+static bool hasLook(int patienceMs) {
+    struct pollfd looks = {looksOut, POLLIN, 0};
+    return poll(&looks, 1, patienceMs) > 0;
+}
+
+static bool deliver(int descriptor, const std::vector<uint8_t> &rgb, int width, int height) {
+    const Jpeg file = compress(rgb, width, height);
+    const auto size = static_cast<uint32_t>(file.size);
+    const bool isHeard =
+        writeAll(descriptor, &size, sizeof size) && writeAll(descriptor, file.bytes, file.size);
+    free(file.bytes);
+    return isHeard;
+}
+
+/// A zoom that moves is drafted; when it rests, the picture is made good.
 static void paintAll(int descriptor) {
     vcam::ScenePainter painter;
     vcam::SceneLook look{};
+    double zoomBefore = 0;
+    bool isDraft = false;
     bool isHeard = true;
-    while (isHeard && takeLook(look)) {
-        const std::vector<uint8_t> &rgb = painter.paint(look);
-        const Jpeg file = compress(rgb, painter.width(), painter.height());
-        const auto size = static_cast<uint32_t>(file.size);
-        isHeard =
-            writeAll(descriptor, &size, sizeof size) && writeAll(descriptor, file.bytes, file.size);
-        free(file.bytes);
+    while (isHeard && ((isDraft && !hasLook(kRestMs)) || takeLook(look))) {
+        isDraft = look.zoomFactor != zoomBefore;
+        zoomBefore = look.zoomFactor;
+        const std::vector<uint8_t> &rgb = painter.paint(look, isDraft);
+        isHeard = deliver(descriptor, rgb, painter.width(), painter.height());
     }
 }
 

@@ -59,13 +59,15 @@ static Rgb paintPixel(int column, int row, const ViewScale &scale) {
 /// Running sums of what @p paint gives for each place of a view with a margin around it.
 template <typename Paint>
 static void sumRows(std::vector<float> &sums, int width, int height, int margin, Paint paint) {
-    sums.clear();
-    sums.reserve(static_cast<size_t>(height + 2 * margin) *
-                 static_cast<size_t>(width + 2 * margin + 1) * kChannels);
+    sums.resize(static_cast<size_t>(height + 2 * margin) *
+                static_cast<size_t>(width + 2 * margin + 1) * kChannels);
+    float *at = sums.data();
     for (int row = -margin; row < height + margin; ++row) {
         Rgb sum{};
         for (int column = -margin; column <= width + margin; ++column) {
-            sums.insert(sums.end(), {sum.r, sum.g, sum.b});
+            *at++ = sum.r;
+            *at++ = sum.g;
+            *at++ = sum.b;
             const Rgb colour = paint(column, row);
             sum = {sum.r + colour.r, sum.g + colour.g, sum.b + colour.b};
         }
@@ -106,7 +108,7 @@ static Rgb gatherDisc(const Canvas &canvas, const std::vector<int> &spans, int c
 }
 
 static uint8_t toByte(float value) {
-    return static_cast<uint8_t>(std::lround(std::clamp(value, 0.0F, 1.0F) * kFullScale));
+    return static_cast<uint8_t>(std::clamp(value, 0.0F, 1.0F) * kFullScale + 0.5F);
 }
 
 static void addPixel(std::vector<uint8_t> &rgb, Rgb colour) {
@@ -134,13 +136,17 @@ SceneLook lookNow() {
 static void develop(std::vector<uint8_t> &rgb, const Canvas &canvas, int width, int height,
                     float radius, float light) {
     const std::vector<int> spans = discSpans(radius);
-    rgb.clear();
-    rgb.reserve(static_cast<size_t>(width) * static_cast<size_t>(height) * kChannels);
-    for (int row = 0; row < height; ++row)
-        for (int column = 0; column < width; ++column)
-            addPixel(rgb, scaleColour(gatherDisc(canvas, spans, column + canvas.margin,
-                                                 row + canvas.margin),
-                                      light));
+    rgb.resize(static_cast<size_t>(width) * static_cast<size_t>(height) * kChannels);
+    uint8_t *at = rgb.data();
+    for (int row = 0; row < height; ++row) {
+        for (int column = 0; column < width; ++column) {
+            const Rgb colour =
+                gatherDisc(canvas, spans, column + canvas.margin, row + canvas.margin);
+            *at++ = toByte(colour.r * light);
+            *at++ = toByte(colour.g * light);
+            *at++ = toByte(colour.b * light);
+        }
+    }
 }
 
 bool writeScenePng(const char *path) {
@@ -156,17 +162,19 @@ bool writeScenePng(const char *path) {
 // ---- Pictures for eyes that watch
 
 namespace {
-/// How many pixels of a still picture make one here, and up to which radius of blur.
+/// How wide a picture is, and up to which radius of blur in a still one's pixels.
 struct Fineness {
-    int divisor;
+    int width;
     float mostRadius;
 };
 } // namespace
 
-static constexpr Fineness kFinenesses[] = {{1, 6}, {2, 20}, {4, kLargestRadius}};
+static constexpr Fineness kFinenesses[] = {
+    {kWidth, 6}, {kWidth * 2 / 3, 6}, {kWidth / 2, 20}, {kWidth / 4, kLargestRadius}};
+static constexpr size_t kDraft = 1;
 
-static size_t chooseFineness(float radius) {
-    size_t chosen = 0;
+static size_t chooseFineness(float radius, bool isDraft) {
+    size_t chosen = isDraft ? kDraft : 0;
     while (radius > kFinenesses[chosen].mostRadius)
         ++chosen;
     return chosen;
@@ -180,13 +188,13 @@ static Rgb paintCoarsely(int column, int row, int width, int height, float size,
          octave});
 }
 
-const std::vector<uint8_t> &ScenePainter::paint(const SceneLook &look) {
-    const size_t index = chooseFineness(look.radius);
+const std::vector<uint8_t> &ScenePainter::paint(const SceneLook &look, bool isDraft) {
+    const size_t index = chooseFineness(look.radius, isDraft);
     const Fineness &fineness = kFinenesses[index];
-    pictureWidth = kWidth / fineness.divisor;
-    pictureHeight = kHeight / fineness.divisor;
-    const int margin =
-        static_cast<int>(std::ceil(fineness.mostRadius / static_cast<float>(fineness.divisor)));
+    pictureWidth = fineness.width;
+    pictureHeight = fineness.width * kHeight / kWidth;
+    const float share = static_cast<float>(fineness.width) / kWidth;
+    const int margin = static_cast<int>(std::ceil(fineness.mostRadius * share));
     Focused &kept = focused[index];
     Canvas canvas{margin, pictureWidth + 2 * margin, std::move(kept.sums)};
     if (kept.zoomFactor != look.zoomFactor) {
@@ -196,8 +204,7 @@ const std::vector<uint8_t> &ScenePainter::paint(const SceneLook &look) {
             return paintCoarsely(column, row, pictureWidth, pictureHeight, size, octave);
         });
     }
-    develop(rgb, canvas, pictureWidth, pictureHeight,
-            look.radius / static_cast<float>(fineness.divisor), look.light);
+    develop(rgb, canvas, pictureWidth, pictureHeight, look.radius * share, look.light);
     kept = {look.zoomFactor, std::move(canvas.sums)};
     return rgb;
 }

@@ -25,8 +25,8 @@ SceneLook lookNow();
 /// registered, since the scene itself is only read.
 class ScenePainter {
 public:
-    /// The picture in RGB, valid until the next one.
-    const std::vector<uint8_t> &paint(const SceneLook &look);
+    /// The picture in RGB, valid until the next one; a draft, of a zoom that moves, is coarser.
+    const std::vector<uint8_t> &paint(const SceneLook &look, bool isDraft);
     int width() const { return pictureWidth; }
     int height() const { return pictureHeight; }
 
@@ -35,7 +35,7 @@ private:
         double zoomFactor = 0;
         std::vector<float> sums;
     };
-    Focused focused[3]; ///< Of each fineness.
+    Focused focused[4]; ///< Of each fineness.
     std::vector<uint8_t> rgb;
     int pictureWidth = 0;
     int pictureHeight = 0;
