@@ -106,8 +106,18 @@ std::unique_ptr<CameraProcess> CameraProcess::start(const std::vector<std::strin
     return child > 0 ? std::move(camera) : nullptr;
 }
 
-CameraProcess::~CameraProcess() {
+int CameraProcess::finish() {
     close(orders);
+    orders = -1;
+    int status = 0;
+    const bool isOver = waitpid(process, &status, 0) == process && WIFEXITED(status);
+    process = -1;
+    return isOver ? WEXITSTATUS(status) : -1;
+}
+
+CameraProcess::~CameraProcess() {
+    if (orders >= 0)
+        close(orders);
     if (process > 0) {
         kill(process, SIGKILL); // it has nothing to keep: the log is here
         waitpid(process, nullptr, 0);

@@ -26,7 +26,9 @@ public:
     CameraProcess &operator=(const CameraProcess &) = delete;
 
     void order(const std::string &line);
-    pid_t id() const { return process; }
+
+    /// No more orders: it ends by itself, with its files whole. Its exit status; -1: it was killed.
+    int finish();
 
 private:
     CameraProcess() = default;

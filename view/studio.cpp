@@ -39,8 +39,8 @@ Studio::Studio(Hub &theHub, std::string cameraProgram, std::vector<std::string> 
 }
 
 Studio::~Studio() {
-    const std::lock_guard<std::mutex> guard(mutex);
-    ++generation;
+    const std::lock_guard<std::mutex> guard(door->mutex);
+    door->isClosed = true;
     camera.reset();
 }
 
@@ -64,10 +64,23 @@ static int writeSession(const SessionPart &part) {
     return file;
 }
 
+/// For the camera of this generation: what an earlier one still says is not heard.
+CameraEars Studio::makeEars() {
+    const auto ifMine = [this, held = door, mine = generation](const std::function<void()> &act) {
+        const std::lock_guard<std::mutex> guard(held->mutex);
+        if (!held->isClosed && mine == generation)
+            act();
+    };
+    return {
+        [this, ifMine](const std::string &line) { ifMine([&] { hear(line); }); },
+        [this, ifMine](std::string jpeg) { ifMine([&] { hub.showPicture(std::move(jpeg)); }); },
+        [this, ifMine] { ifMine([this] { hub.hold("gone", "{\"k\":\"gone\",\"gone\":true}"); }); }};
+}
+
 void Studio::play(size_t part, int64_t untilTick, bool isPaused) {
     current = part;
     left = {};
-    const uint64_t mine = ++generation;
+    ++generation;
     camera.reset();
     hub.rewind(offsetOf(part) * kMsPerTick);
     const int file = writeSession(session[part]);
@@ -77,24 +90,13 @@ void Studio::play(size_t part, int64_t untilTick, bool isPaused) {
                                       "--offset", std::to_string(offsetOf(part))};
     if (isPaused)
         words.emplace_back("--paused");
-    camera =
-        CameraProcess::start(words, {[this, mine](const std::string &line) { hear(mine, line); },
-                                     [this, mine](std::string jpeg) {
-                                         const std::lock_guard<std::mutex> guard(mutex);
-                                         if (mine == generation)
-                                             hub.showPicture(std::move(jpeg));
-                                     },
-                                     [this, mine] {
-                                         const std::lock_guard<std::mutex> guard(mutex);
-                                         if (mine == generation)
-                                             hub.hold("gone", "{\"k\":\"gone\",\"gone\":true}");
-                                     }});
+    camera = CameraProcess::start(words, makeEars());
     hub.hold("gone", std::string("{\"k\":\"gone\",\"gone\":") + (camera ? "false}" : "true}"));
     close(file);
 }
 
 void Studio::begin(Session wanted) {
-    const std::lock_guard<std::mutex> guard(mutex);
+    const std::lock_guard<std::mutex> guard(door->mutex);
     session = std::move(wanted);
     hub.rewind(0);
     play(0, 0, false);
@@ -102,9 +104,8 @@ void Studio::begin(Session wanted) {
 
 // ---- What a camera says
 
-void Studio::hear(uint64_t from, const std::string &line) {
-    const std::lock_guard<std::mutex> guard(mutex);
-    if (from != generation || line.size() < 2)
+void Studio::hear(const std::string &line) {
+    if (line.size() < 2)
         return;
     const std::string rest = line.substr(2);
     Bytes bytes;
@@ -191,7 +192,7 @@ std::string Studio::obey(const std::string &line) {
     static const char *const kForCamera[] = {"input", "pace", "pause", "go", "step"};
     if (!isPlainText(line))
         return "that is no order";
-    const std::lock_guard<std::mutex> guard(mutex);
+    const std::lock_guard<std::mutex> guard(door->mutex);
     const std::string word = line.substr(0, line.find(' '));
     const std::string rest = afterWord(line);
     std::vector<NamedText> chosen;
@@ -226,12 +227,12 @@ std::string Studio::obey(const std::string &line) {
 }
 
 void Studio::send(const Bytes &bytes) {
-    const std::lock_guard<std::mutex> guard(mutex);
+    const std::lock_guard<std::mutex> guard(door->mutex);
     camera->order("input send " + spellHex(bytes.data(), bytes.size()));
 }
 
 std::string Studio::spell() const {
-    const std::lock_guard<std::mutex> guard(mutex);
+    const std::lock_guard<std::mutex> guard(door->mutex);
     Session ended = session;
     SessionPart &last = ended.back();
     const int64_t logged = last.inputs.empty() ? 0 : last.inputs.back().tick;

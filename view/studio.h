@@ -39,7 +39,8 @@ public:
 
 private:
     void play(size_t part, int64_t untilTick, bool isPaused);
-    void hear(uint64_t generation, const std::string &line);
+    CameraEars makeEars();
+    void hear(const std::string &line);
     void hearPart(const std::string &line);
     void hearTold(const std::string &rest);
     void goOn(int64_t endTick);
@@ -52,7 +53,12 @@ private:
     std::string program;
     std::vector<std::string> pictures;
     std::function<void(const Bytes &)> toController;
-    mutable std::mutex mutex;
+    /// Outlives the studio: what a camera still says then finds it closed.
+    struct Door {
+        std::mutex mutex;
+        bool isClosed = false;
+    };
+    std::shared_ptr<Door> door = std::make_shared<Door>();
     std::unique_ptr<CameraProcess> camera;
     uint64_t generation = 0; ///< Of the camera: what an earlier one still says is not heard.
     Session session;
