@@ -63,7 +63,8 @@ static void tell(const char *kind, const std::string &more) {
 // ---- Console and events
 
 static void noteConsole(const char *text, size_t length) {
-    tell("console", "\"text\":" + quote(std::string(text, length)));
+    if (length > 0)
+        tell("console", "\"text\":" + quote(std::string(text, length)));
 }
 
 static void noteEvent(const AF_Event_ST *event, void *) {

@@ -25,6 +25,7 @@ static constexpr int kHeight = kViewHeight / kReduction;
 static constexpr int kLargestRadius = 60;
 static constexpr int kChannels = 3;
 static constexpr float kFullScale = 255;
+static constexpr float kHalfLevel = 0.5F;
 static constexpr double kFrameWidth = 3; // pixels
 static constexpr Rgb kFrameColour = {0.94F, 0.77F, 0.1F};
 
@@ -108,7 +109,7 @@ static Rgb gatherDisc(const Canvas &canvas, const std::vector<int> &spans, int c
 }
 
 static uint8_t toByte(float value) {
-    return static_cast<uint8_t>(std::clamp(value, 0.0F, 1.0F) * kFullScale + 0.5F);
+    return static_cast<uint8_t>(std::clamp(value, 0.0F, 1.0F) * kFullScale + kHalfLevel);
 }
 
 static void addPixel(std::vector<uint8_t> &rgb, Rgb colour) {
