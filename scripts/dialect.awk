@@ -19,12 +19,12 @@ isOpen == 2 && $0 == indent "}" { report("braces round a single line") }
 
 /^ *[^ ]+(\+\+|--);$/ || /for \(.*; [^;]+(\+\+|--)\)/ { report("++ and -- stand in front") }
 
-FILENAME !~ /\.cpp$/ || FILENAME ~ /^(tests|bench)\// { next }
+FILENAME !~ /\.cpp$/ || FILENAME ~ /^(view\/)?(tests|bench)\// { next }
 /^} \/\/ namespace$/ { isInNamespace = 0 }
 isInNamespace && /^[A-Za-z].*(\(|=|[^};];)/ && !/^(template|struct|class|enum|union|using) / {
     report("not a type: static instead of an anonymous namespace")
 }
-!isInNamespace && /^(template <.*> )?(struct|class) [A-Za-z]+ ?(:.*)?\{/ {
+!isInNamespace && /^(template <.*> )?(struct|class) [A-Za-z]+ ?(:[^:].*)?\{/ {
     report("a type of this file alone: in an anonymous namespace")
 }
 !isInNamespace && /^(constexpr|inline) / { report("static") }

@@ -19,6 +19,7 @@ static constexpr unsigned char kFirstPrintable = ' ';
 
 static FILE *file;
 static int writeError; // what kept a part of the text from the file
+static void (*takeLine)(const char *text, size_t length);
 static char line[kLongestLine];
 static size_t lineLength;
 
@@ -50,7 +51,13 @@ bool closeConsole() {
     return writeError == 0;
 }
 
+void watchConsole(void (*take)(const char *text, size_t length)) {
+    takeLine = take;
+}
+
 static void endLine() {
+    if (takeLine != nullptr)
+        takeLine(line, lineLength);
     trace("console", "line", "text=\"%.*s\"", static_cast<int>(lineLength), line);
     lineLength = 0;
 }

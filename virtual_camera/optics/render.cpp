@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <png.h>
+#include <utility>
 #include <vector>
 
 #include "clock/unobserved.h"
@@ -24,6 +25,7 @@ static constexpr int kHeight = kViewHeight / kReduction;
 static constexpr int kLargestRadius = 60;
 static constexpr int kChannels = 3;
 static constexpr float kFullScale = 255;
+static constexpr float kHalfLevel = 0.5F;
 static constexpr double kFrameWidth = 3; // pixels
 static constexpr Rgb kFrameColour = {0.94F, 0.77F, 0.1F};
 
@@ -55,19 +57,28 @@ static Rgb paintPixel(int column, int row, const ViewScale &scale) {
     return scaleColour(sum, 1.0F / (kReduction * kReduction));
 }
 
-static Canvas paintCanvas(int margin, const ViewScale &scale) {
-    Canvas canvas{margin, kWidth + 2 * margin, {}};
-    const int height = kHeight + 2 * margin;
-    canvas.sums.reserve(static_cast<size_t>(height) * static_cast<size_t>(canvas.width + 1) *
-                        kChannels);
-    for (int row = 0; row < height; ++row) {
+/// Running sums of what @p paint gives for each place of a view with a margin around it.
+template <typename Paint>
+static void sumRows(std::vector<float> &sums, int width, int height, int margin, Paint paint) {
+    sums.resize(static_cast<size_t>(height + 2 * margin) *
+                static_cast<size_t>(width + 2 * margin + 1) * kChannels);
+    float *at = sums.data();
+    for (int row = -margin; row < height + margin; ++row) {
         Rgb sum{};
-        for (int column = 0; column <= canvas.width; ++column) {
-            canvas.sums.insert(canvas.sums.end(), {sum.r, sum.g, sum.b});
-            const Rgb colour = paintPixel(column - margin, row - margin, scale);
+        for (int column = -margin; column <= width + margin; ++column) {
+            *at++ = sum.r;
+            *at++ = sum.g;
+            *at++ = sum.b;
+            const Rgb colour = paint(column, row);
             sum = {sum.r + colour.r, sum.g + colour.g, sum.b + colour.b};
         }
     }
+}
+
+static Canvas paintCanvas(int margin, const ViewScale &scale) {
+    Canvas canvas{margin, kWidth + 2 * margin, {}};
+    sumRows(canvas.sums, kWidth, kHeight, margin,
+            [&scale](int column, int row) { return paintPixel(column, row, scale); });
     return canvas;
 }
 
@@ -98,7 +109,7 @@ static Rgb gatherDisc(const Canvas &canvas, const std::vector<int> &spans, int c
 }
 
 static uint8_t toByte(float value) {
-    return static_cast<uint8_t>(std::lround(std::clamp(value, 0.0F, 1.0F) * kFullScale));
+    return static_cast<uint8_t>(std::clamp(value, 0.0F, 1.0F) * kFullScale + kHalfLevel);
 }
 
 static void addPixel(std::vector<uint8_t> &rgb, Rgb colour) {
@@ -114,26 +125,89 @@ static bool writePng(const char *path, const std::vector<uint8_t> &rgb) {
     return png_image_write_to_file(&image, path, 0, rgb.data(), 0, nullptr) != 0;
 }
 
-bool writeScenePng(const char *path) {
-    const Unobserved unobserved;
-    const ViewScale scale = scaleView(zoomFactorAt(truePosition(Axis::Zoom)));
+SceneLook lookNow() {
     const double diameter =
         std::fabs(focusErrorHalfDepths()) * kOptics.circleUm / kOptics.pixelUm / kReduction;
-    const float radius = std::min(static_cast<float>(diameter / 2), float{kLargestRadius});
-    const int margin = static_cast<int>(std::ceil(radius));
-    const Canvas canvas = paintCanvas(margin, scale);
+    return {zoomFactorAt(groupPosition(Axis::Zoom)),
+            std::min(static_cast<float>(diameter / 2), float{kLargestRadius}),
+            isNight() ? static_cast<float>(kOptics.nightLuminance) : 1.0F};
+}
+
+/// Every pixel of a canvas's view, through a disc of that radius in its own pixels.
+static void develop(std::vector<uint8_t> &rgb, const Canvas &canvas, int width, int height,
+                    float radius, float light) {
     const std::vector<int> spans = discSpans(radius);
-    const float light = isNight() ? static_cast<float>(kOptics.nightLuminance) : 1.0F;
-    std::vector<uint8_t> rgb;
-    rgb.reserve(static_cast<size_t>(kWidth) * kHeight * kChannels);
-    for (int row = 0; row < kHeight; ++row) {
-        for (int column = 0; column < kWidth; ++column) {
+    rgb.resize(static_cast<size_t>(width) * static_cast<size_t>(height) * kChannels);
+    uint8_t *at = rgb.data();
+    for (int row = 0; row < height; ++row) {
+        for (int column = 0; column < width; ++column) {
             const Rgb colour =
-                scaleColour(gatherDisc(canvas, spans, column + margin, row + margin), light);
-            addPixel(rgb, colour);
+                gatherDisc(canvas, spans, column + canvas.margin, row + canvas.margin);
+            *at++ = toByte(colour.r * light);
+            *at++ = toByte(colour.g * light);
+            *at++ = toByte(colour.b * light);
         }
     }
+}
+
+bool writeScenePng(const char *path) {
+    const Unobserved unobserved;
+    const SceneLook look = lookNow();
+    const Canvas canvas =
+        paintCanvas(static_cast<int>(std::ceil(look.radius)), scaleView(look.zoomFactor));
+    std::vector<uint8_t> rgb;
+    develop(rgb, canvas, kWidth, kHeight, look.radius, look.light);
     return writePng(path, rgb);
+}
+
+// ---- Pictures for eyes that watch
+
+namespace {
+/// How wide a picture is, and up to which radius of blur in a still one's pixels.
+struct Fineness {
+    int width;
+    float mostRadius;
+};
+} // namespace
+
+static constexpr Fineness kFinenesses[] = {
+    {kWidth, 6}, {kWidth * 2 / 3, 6}, {kWidth / 2, 20}, {kWidth / 4, kLargestRadius}};
+static constexpr size_t kDraft = 1;
+
+static size_t chooseFineness(float radius, bool isDraft) {
+    size_t chosen = isDraft ? kDraft : 0;
+    while (radius > kFinenesses[chosen].mostRadius)
+        ++chosen;
+    return chosen;
+}
+
+/// One sample as wide as the pixel.
+static Rgb paintCoarsely(int column, int row, int width, int height, float size, float octave) {
+    return sampleScene(
+        {(static_cast<float>(column) + 0.5F - static_cast<float>(width) / 2.0F) * size,
+         (static_cast<float>(row) + 0.5F - static_cast<float>(height) / 2.0F) * size, size,
+         octave});
+}
+
+const std::vector<uint8_t> &ScenePainter::paint(const SceneLook &look, bool isDraft) {
+    const size_t index = chooseFineness(look.radius, isDraft);
+    const Fineness &fineness = kFinenesses[index];
+    pictureWidth = fineness.width;
+    pictureHeight = fineness.width * kHeight / kWidth;
+    const float share = static_cast<float>(fineness.width) / kWidth;
+    const int margin = static_cast<int>(std::ceil(fineness.mostRadius * share));
+    Focused &kept = focused[index];
+    Canvas canvas{margin, pictureWidth + 2 * margin, std::move(kept.sums)};
+    if (kept.zoomFactor != look.zoomFactor) {
+        const auto size = static_cast<float>(1 / (pictureWidth * look.zoomFactor));
+        const float octave = std::log2(1 / size);
+        sumRows(canvas.sums, pictureWidth, pictureHeight, margin, [&](int column, int row) {
+            return paintCoarsely(column, row, pictureWidth, pictureHeight, size, octave);
+        });
+    }
+    develop(rgb, canvas, pictureWidth, pictureHeight, look.radius * share, look.light);
+    kept = {look.zoomFactor, std::move(canvas.sums)};
+    return rgb;
 }
 
 // ---- The whole scene

@@ -1,7 +1,45 @@
 // The picture as the sensor sees it now, for people and for documentation.
 #pragma once
 
+#include <cstdint>
+#include <vector>
+
 namespace vcam {
+
+/// What a picture of an instant is made of.
+struct SceneLook {
+    double zoomFactor;
+    float radius; ///< Of the blur disc, in pixels of a picture 960 wide; 60 at most.
+    float light;
+
+    bool operator==(const SceneLook &other) const {
+        return zoomFactor == other.zoomFactor && radius == other.radius && light == other.light;
+    }
+};
+
+/// Of the present. Whoever holds the baton asks.
+SceneLook lookNow();
+
+/// Paints for eyes that watch: one sample a pixel, the focused view kept for as long as the zoom
+/// stands, and the wider the blur, the coarser the picture. May paint on a thread that is not
+/// registered, since the scene itself is only read.
+class ScenePainter {
+public:
+    /// The picture in RGB, valid until the next one; a draft, of a zoom that moves, is coarser.
+    const std::vector<uint8_t> &paint(const SceneLook &look, bool isDraft);
+    int width() const { return pictureWidth; }
+    int height() const { return pictureHeight; }
+
+private:
+    struct Focused {
+        double zoomFactor = 0;
+        std::vector<float> sums;
+    };
+    Focused focused[4]; ///< Of each fineness.
+    std::vector<uint8_t> rgb;
+    int pictureWidth = 0;
+    int pictureHeight = 0;
+};
 
 /// Writes the present view, 960 x 540, with the present blur disc (always the disc; at most 120
 /// pixels across) and light. False when the file cannot be written.

@@ -1,0 +1,180 @@
+#!/usr/bin/env python3
+"""./run view --check: the page in a real browser, from power-on to a broken sensor.
+
+    view/check.py PROGRAM [SCREENSHOT]
+"""
+import json
+import os
+import re
+import signal
+import subprocess
+import sys
+import time
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "tests"))
+from browser import Browser  # noqa: E402
+
+READY = "window.view && view.state && view.samples.length > 3 && view.lens !== null"
+RESTS = "view.state.activity === 2"
+ZOOM = "view.samples[view.samples.length - 1][1]"
+TRUTH = "JSON.stringify(view.samples[view.samples.length - 1])"
+
+
+def start(program, words):
+    server = subprocess.Popen([program, "--port", "0"] + words, stdout=subprocess.PIPE, text=True)
+    return server, re.search(r"http://\S+/", server.stdout.readline()).group(0)
+
+
+def order(page, text):
+    assert page.run("import('./orders.js').then(m => m.order(%s))" % json.dumps(text)), text
+
+
+def require(is_good, what):
+    print("  %s %s" % ("[good]" if is_good else "[BAD] ", what), flush=True)
+    if not is_good:
+        raise AssertionError(what)
+
+
+def pixels(page):
+    return page.run("document.getElementById('picture').toDataURL('image/jpeg')")
+
+
+def power_on(page):
+    page.until(READY, what="the first state")
+    order(page, "pace 10")
+    page.until(RESTS + " && view.state.runs > 0", what="the first autofocus")
+    order(page, "pace 1")
+    page.until("document.getElementById('wait').hidden", what="the first picture")
+    require("sharp" in page.run("document.getElementById('truth').textContent"),
+            "powered on, home found, sharp")
+
+
+def hold_tele(page, steps=1500):
+    zoom, picture = page.run(ZOOM), pixels(page)
+    first = page.run("view.picture")
+    tele = page.place("[data-hold=tele]")
+    page.mouse("mousePressed", tele)
+    began = time.time()
+    page.until("%s > %d" % (ZOOM, zoom + steps), what="the lens moves")
+    rate = (page.run("view.picture") - first) / (time.time() - began)
+    page.mouse("mouseReleased", tele)
+    page.until("view.state.activity === 5", what="the focus run after the zoom")
+    page.until(RESTS, what="its end")
+    require(pixels(page) != picture, "tele moves the lens and changes the picture")
+    print("         %.0f pictures a second while zooming" % rate)
+
+
+def drag_object(page):
+    runs = page.run("view.state.runs")
+    page.mouse("mousePressed", page.place("#distance", 0.02))
+    for step in range(1, 13):
+        page.mouse("mouseMoved", page.place("#distance", 0.02 + 0.04 * step))
+        time.sleep(0.05)
+    page.mouse("mouseReleased", page.place("#distance", 0.5))
+    page.run("document.activeElement.blur()")
+    page.until("view.state.activity === 5", what="the trigger fires")
+    page.until(RESTS + " && view.state.runs > %d && view.state.verdict > 0" % runs, what="a verdict")
+    require(page.run("view.state.verdict") == 2, "the object moves, the camera refocuses by itself")
+
+
+def go_back(page):
+    order(page, "pause")
+    page.until("view.state.paused")
+    then, at = page.run(TRUTH), page.run("view.state.t")
+    order(page, "go")
+    page.until("view.state.t > %d" % (at + 1500))
+    began = time.time()
+    order(page, "rewind %d" % at)
+    page.until("view.state && view.state.t === %d && view.state.paused" % at, what="going back")
+    took = time.time() - began
+    require(page.run(TRUTH) == then, "going back finds the same state")
+    print("         %.0f ms to go back to %.1f s" % (took * 1000, at / 1000))
+    page.until("document.querySelector('#time canvas').width > 0")
+    page.click("#time canvas", 0.2)
+    page.until("view.state && view.state.t < %d && view.state.paused" % at, what="a click goes back")
+    order(page, "go")
+
+
+def break_sensor(page):
+    order(page, "pace 10")
+    page.click("[data-fault=zoom-sensor]")
+    page.until("view.state.world['fault zoom-sensor'] === 'on'")
+    page.click("#home")
+    page.until("!document.getElementById('fault').hidden", 30, "the fault")
+    require("home" in page.run("document.getElementById('fault').textContent"),
+            "a stuck sensor is told as a fault")
+    page.click("[data-fault=zoom-sensor]")
+    page.click("#power")
+    page.until("view.state.t > 0 && view.state.faults === 0 && " + RESTS, 30, "healthy again")
+    require(True, "healed, off and on again: healthy")
+
+
+def reload_and_more(browser, page, address):
+    page.ask("Page.reload")
+    page.until(READY + " && view.samples.length > 50", what="the page after a reload")
+    others = [browser.open(address) for _ in range(3)]
+    for other in others:
+        other.until(READY, what="one page more")
+        require(not other.complaints, "a page more, without complaints")
+        other.close()
+
+
+def photograph(page, path):
+    """The moment at which the camera has seen that the object has moved, and climbs."""
+    page.run("document.activeElement.blur()")
+    order(page, "new")
+    page.until("view.state && view.state.t < 3000")
+    power_on(page)
+    order(page, "input order preset-set 3")
+    hold_tele(page, 7500)
+    order(page, "input order preset-set 5")
+    drag_object(page)
+    page.run("document.querySelector('#push').click()")
+    page.until("view.state.activity === 5")
+    page.until("view.hill.length > 3 && view.samples[view.samples.length - 1][7] > 1.5")
+    order(page, "pause")
+    page.wear("dark")
+    page.run("dispatchEvent(new Event('resize'))")
+    time.sleep(0.5)
+    page.shoot(path)
+
+
+def check(page, browser, address, picture):
+    power_on(page)
+    hold_tele(page)
+    drag_object(page)
+    go_back(page)
+    break_sensor(page)
+    reload_and_more(browser, page, address)
+    fits = "document.documentElement.scrollHeight <= innerHeight && " \
+           "document.documentElement.scrollWidth <= innerWidth"
+    require(page.run(fits), "it fits 1280 x 720")
+    if picture:
+        photograph(page, picture)
+    require(not page.complaints, "no error in the console " + " ".join(page.complaints))
+
+
+def end(server):
+    began = time.time()
+    server.send_signal(signal.SIGINT)
+    server.wait(5)
+    took = time.time() - began
+    require(server.returncode == 0 and took < 1, "Ctrl-C ends it, in %.0f ms" % (took * 1000))
+
+
+def main():
+    program = sys.argv[1]
+    server, address = start(program, ["--seed", "7"])
+    browser = Browser()
+    try:
+        page = browser.open(address)
+        check(page, browser, address, sys.argv[2] if len(sys.argv) > 2 else None)
+        end(server)
+    finally:
+        browser.close()
+        if server.poll() is None:
+            server.kill()
+    print("the page holds")
+
+
+main()
