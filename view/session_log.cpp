@@ -165,7 +165,8 @@ static void carryOver(const LoggedInput &input, SessionPart &next) {
         next.inputs.push_back({0, input.text});
     if (verb == "set") {
         const std::string name = takeWord(rest);
-        setOption(next.options, {name, rest});
+        if (!name.empty() && isPlainText(rest))
+            setOption(next.options, {name, rest});
     }
 }
 
