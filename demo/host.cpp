@@ -3,6 +3,7 @@
 #include "autofocus.h"
 #include "autofocus_control.h"
 
+#include <algorithm>
 #include <atomic>
 
 namespace demo {
@@ -53,14 +54,14 @@ static int switchDayNight(int mode) {
     return 0;
 }
 
-static bool make(Settings settings) {
-    return AF_Manager_Set_Setting_API(AF_SETTING_SERIAL_REPLIES, settings.serialReplies) == 0 &&
-           AF_Manager_Set_Setting_API(AF_SETTING_RECOVERY, settings.recovery ? 1 : 0) == 0;
+static bool make(Setting setting) {
+    return AF_Manager_Set_Setting_API(setting.first, setting.second) == 0;
 }
 
-bool startHost(const FileStore &fileStore, int serialFd, Settings settings) {
+bool startHost(const FileStore &fileStore, int serialFd, const std::vector<Setting> &settings) {
     store = &fileStore;
-    return make(settings) && AF_Manager_Init_LensPosition_API(savePosition, loadPosition) == 0 &&
+    return std::all_of(settings.begin(), settings.end(), make) &&
+           AF_Manager_Init_LensPosition_API(savePosition, loadPosition) == 0 &&
            AF_Manager_Init_PresetInfo_API(savePresets, loadPresets) == 0 &&
            AF_Manager_Init_FocusPoint_API(saveFocusLine, loadFocusLine) == 0 &&
            AF_Manager_Init_DayNightModeFun_API(switchDayNight) == 0 &&

@@ -2,19 +2,19 @@
 // alone: callbacks over a file store, the serial port handed over, the library started.
 #pragma once
 
+#include <utility>
+#include <vector>
+
 #include "file_store.h"
 
 namespace demo {
 
-/// What the host switches on in the library.
-struct Settings {
-    int serialReplies;
-    bool recovery;
-};
+/// An AF_Setting_em and its value.
+using Setting = std::pair<int, int>;
 
 /// Register the callbacks over @p store (which must outlive the library), hand over the serial
 /// descriptor, make the settings and start the library; false when it refuses.
-bool startHost(const FileStore &store, int serialFd, Settings settings);
+bool startHost(const FileStore &store, int serialFd, const std::vector<Setting> &settings);
 
 /// Times the library has handed its position to be kept.
 int countSavedPositions();

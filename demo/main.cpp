@@ -80,8 +80,13 @@ int main(int argc, char **argv) {
     app.add_flag_callback(
         "--as-loaded",
         [&options] {
-            options.serialReplies = 0;
-            options.recovery = false;
+            const vcam::CameraOptions loaded;
+            options.serialReplies = loaded.serialReplies;
+            options.recovery = loaded.recovery;
+            options.robustSearch = loaded.robustSearch;
+            options.toldBacklash = loaded.toldBacklash;
+            options.toldDelay = loaded.toldDelay;
+            options.onObject = loaded.onObject;
         },
         "every setting of the library off, as it is at load: no replies, no recovery");
     app.add_option("--out", out, "folder for pictures, plots, trace and the host's files")

@@ -21,6 +21,7 @@
 #include "isp/isp.h"
 #include "narrator.h"
 #include "optics/lens_curves.h"
+#include "option_table.h"
 
 namespace demo {
 
@@ -72,7 +73,10 @@ Stage::Stage(vcam::CameraOptions options, const std::string &outFolder, const st
     report("power on, the lens stands somewhere unknown");
     if (isTelling)
         listenToEvents();
-    if (!startHost(store, vcam::serialDescriptor(), {options.serialReplies, options.recovery})) {
+    std::vector<Setting> settings;
+    for (const vcam::LibrarySetting &setting : vcam::librarySettings(options))
+        settings.emplace_back(setting.setting, setting.value);
+    if (!startHost(store, vcam::serialDescriptor(), settings)) {
         fprintf(stdout, "the library refuses to start: see %s\n", options.consoleFile.c_str());
         exit(EXIT_FAILURE);
     }

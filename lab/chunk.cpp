@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "player.h"
+#include "row_text.h"
 
 namespace lab {
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <set>
 
+#include "camera_options.h"
 #include "option_table.h"
 
 namespace lab {
@@ -34,16 +35,28 @@ static std::string usualOf(const vcam::Option &option) {
     return vcam::isSwitch(option) ? "off" : "";
 }
 
+/// What the camera takes for granted, a run draws.
+static std::string meaningOf(const vcam::Option &option) {
+    if (option.name == "lens")
+        return "lens model; both in turn unless given";
+    if (option.name == "distance")
+        return "where every object stands, from 1.5 m to inf; by chance unless given";
+    return option.meaning;
+}
+
 static std::vector<Condition> makeConditions() {
     std::vector<Condition> all = {
-        {"nearest", "objects stand evenly in dioptres between so many METRES and infinity", "1.5",
+        {"nearest", "METRES",
+         "objects stand evenly in dioptres between here and infinity; 1.5 unless given", "1.5",
          false, 1.5, 1000},
-        {"calibrated", "1: the unit has measured its own focus curve before", "0", false, 0, 1},
-        {"light-step", "FACTOR on the light from 0.4 s after the order on", "1", false, 0.1, 4},
+        {"calibrated", "0|1", "1: the unit has measured its own focus curve before", "0", false, 0,
+         1},
+        {"light-step", "FACTOR", "on the light from 0.4 s after the order on", "1", false, 0.1, 4},
     };
     for (const vcam::Option &option : vcam::allOptions()) {
         if (isCondition(option))
-            all.push_back({option.name, option.meaning, usualOf(option), true, 0, 0});
+            all.push_back({option.name, vcam::isSwitch(option) ? "on|off" : option.takes,
+                           meaningOf(option), usualOf(option), true, 0, 0});
     }
     return all;
 }

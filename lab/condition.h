@@ -9,6 +9,7 @@ namespace lab {
 
 struct Condition {
     std::string name;
+    std::string takes; ///< What its value is, for a list: "FACTOR".
     std::string meaning;
     std::string usual; ///< What goes without saying; empty: by chance, or nothing.
     bool isCameras;    ///< An option of the virtual camera.

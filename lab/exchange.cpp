@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "chunk.h"
+#include "row_text.h"
 
 namespace lab {
 

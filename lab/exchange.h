@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cell.h"
 #include "kind.h"
 #include "store.h"
 

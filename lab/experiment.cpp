@@ -7,6 +7,7 @@
 
 #include "player.h"
 #include "progress.h"
+#include "row_text.h"
 
 namespace lab {
 
@@ -89,6 +90,10 @@ Ending play(const Plan &plan, Store &store, std::vector<long> &experiments) {
     course.progress.sumUp();
     if (interrupts > 0)
         return Ending::Interrupted;
+    if (countRuns(plan, listTasks(plan, store)) > 0) {
+        fprintf(stderr, "lab: rows are missing; the same call plays them\n");
+        course.isBroken = true;
+    }
     return course.isBroken ? Ending::Broken : Ending::Whole;
 }
 

@@ -7,9 +7,12 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "camera_options.h"
+#include "cell.h"
 #include "clock/seeded_random.h"
 #include "clock/virtual_clock.h"
 #include "optics/lens_curves.h"
+#include "row_text.h"
 #include "stage.h"
 
 namespace lab {

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "condition.h"
+#include "searches.h"
 
 namespace lab {
 

@@ -187,9 +187,9 @@ void printTracking(Store &store, const std::vector<Played> &cells) {
 
 // ---- Verdicts
 
-namespace {
-constexpr int kVerdicts = AF_OUTCOME_BLIND + 1;
+static constexpr int kVerdicts = AF_OUTCOME_BLIND + 1;
 
+namespace {
 struct Confusion {
     long counts[3][kVerdicts] = {}; ///< By error (within 1, within 2, beyond) and verdict.
 };

@@ -10,18 +10,21 @@
 #include <string>
 #include <vector>
 
+#include "cell.h"
 #include "chunk.h"
 #include "condition.h"
 #include "exchange.h"
 #include "experiment.h"
 #include "grid.h"
+#include "kind.h"
 #include "kind_tables.h"
 #include "report/report.h"
+#include "searches.h"
 #include "show.h"
+#include "store.h"
 #include "table.h"
 
 namespace {
-
 struct Words {
     std::string store = "out/lab.sqlite";
     std::string commit = "unknown";
@@ -37,25 +40,27 @@ struct Words {
     long first = 0;
     long count = 0;
 };
+} // namespace
 
-const char *const kCellHelp =
+static const char *const kCellHelp =
     "\"search=built-in noise=4\"; the library as loaded, by day, if not given";
-constexpr long kMostRuns = 100000000;
+static constexpr long kMostRuns = 100000000;
 
-int complain(const std::string &what) {
+static int complain(const std::string &what) {
     fprintf(stderr, "lab: %s\n", what.c_str());
     return EXIT_FAILURE;
 }
 
-void offerList(CLI::App &app, Words &words, const std::string &name, const std::string &meaning) {
+static void offerList(CLI::App &app, Words &words, const std::string &name,
+                      const std::string &takes, const std::string &meaning) {
     app.add_option_function<std::string>(
            "--" + name, [&words, name](const std::string &list) { words.lists[name] = list; },
            meaning)
-        ->type_name("LIST");
+        ->type_name(takes + ",...");
 }
 
 /// Every condition that the camera knows, as a list of values.
-void offerConditions(CLI::App &app, Words &words) {
+static void offerConditions(CLI::App &app, Words &words) {
     app.add_option_function<std::string>(
            "--light",
            [&words](const std::string &list) {
@@ -69,21 +74,22 @@ void offerConditions(CLI::App &app, Words &words) {
                words.lists["night"] = switches;
            },
            "day, night or both; day unless given")
-        ->type_name("LIST");
-    offerList(app, words, "scene", "what is in front of the lens, of: " + lab::nameScenes());
+        ->type_name("LIGHT,...");
+    offerList(app, words, "scene", "NAME",
+              "what is in front of the lens, of: " + lab::nameScenes());
     app.add_option_function<std::string>(
            "--backlash",
            [&words](const std::string &list) { words.lists["backlash-focus"] = list; },
            "short for --backlash-focus")
-        ->type_name("LIST");
+        ->type_name("STEPS,...");
     for (const lab::Condition &condition : lab::allConditions()) {
         if (condition.name != "night")
-            offerList(app, words, condition.name, condition.meaning);
+            offerList(app, words, condition.name, condition.takes, condition.meaning);
     }
 }
 
 /// In the conditions' order, whatever the command line's.
-std::vector<lab::Axis> listAxes(const Words &words) {
+static std::vector<lab::Axis> listAxes(const Words &words) {
     std::vector<lab::Axis> axes;
     std::vector<std::string> names = {"scene"};
     for (const lab::Condition &condition : lab::allConditions())
@@ -96,7 +102,7 @@ std::vector<lab::Axis> listAxes(const Words &words) {
     return axes;
 }
 
-int tellEnding(lab::Ending ending) {
+static int tellEnding(lab::Ending ending) {
     constexpr int kInterrupted = 130;
     if (ending == lab::Ending::Interrupted)
         fprintf(stderr, "lab: interrupted; the same call goes on from here\n");
@@ -106,8 +112,9 @@ int tellEnding(lab::Ending ending) {
 }
 
 /// Play the cells and say what they came to by @p print, whole or not.
-int playKind(const Words &words, const char *kind, long runs, const std::vector<lab::Cell> &cells,
-             void (*print)(lab::Store &store, const std::vector<lab::Played> &cells)) {
+static int playKind(const Words &words, const char *kind, long runs,
+                    const std::vector<lab::Cell> &cells,
+                    void (*print)(lab::Store &store, const std::vector<lab::Played> &cells)) {
     lab::Store store(words.store);
     if (!store.error().empty())
         return complain(words.store + ": " + store.error());
@@ -121,7 +128,7 @@ int playKind(const Words &words, const char *kind, long runs, const std::vector<
     return tellEnding(ending);
 }
 
-void printFocus(lab::Store &store, const std::vector<lab::Played> &cells) {
+static void printFocus(lab::Store &store, const std::vector<lab::Played> &cells) {
     std::vector<lab::FocusFigures> rows;
     rows.reserve(cells.size());
     for (const lab::Played &played : cells)
@@ -130,7 +137,7 @@ void printFocus(lab::Store &store, const std::vector<lab::Played> &cells) {
 }
 
 /// Of the searches and conditions that were asked for; false, and said, when there is none.
-bool listCells(const Words &words, std::vector<lab::Cell> &cells) {
+static bool listCells(const Words &words, std::vector<lab::Cell> &cells) {
     const std::string complaint =
         lab::makeCells(lab::splitList(words.searches), listAxes(words), cells);
     if (!complaint.empty())
@@ -139,7 +146,7 @@ bool listCells(const Words &words, std::vector<lab::Cell> &cells) {
 }
 
 /// A rival knows neither verdict, trigger nor zoom.
-bool requireLibrary(const std::vector<lab::Cell> &cells) {
+static bool requireLibrary(const std::vector<lab::Cell> &cells) {
     const auto rival = std::find_if(cells.begin(), cells.end(), [](const lab::Cell &cell) {
         return cell.search->rival != nullptr;
     });
@@ -148,14 +155,14 @@ bool requireLibrary(const std::vector<lab::Cell> &cells) {
     return rival == cells.end();
 }
 
-int playFocus(const Words &words) {
+static int playFocus(const Words &words) {
     std::vector<lab::Cell> cells;
     return listCells(words, cells) ? playKind(words, "focus", words.runs, cells, printFocus)
                                    : EXIT_FAILURE;
 }
 
 /// Hours take longer than runs: a tenth of them, and a twentieth with drift.
-int playRefocus(const Words &words) {
+static int playRefocus(const Words &words) {
     std::vector<lab::Cell> cells;
     if (!listCells(words, cells) || !requireLibrary(cells))
         return EXIT_FAILURE;
@@ -167,7 +174,8 @@ int playRefocus(const Words &words) {
     return status;
 }
 
-int playTracking(Words words) {
+static int playTracking(const Words &given) {
+    Words words = given;
     std::vector<lab::Cell> cells;
     words.lists.emplace("calibrated", "0,1");
     if (!listCells(words, cells) || !requireLibrary(cells))
@@ -177,7 +185,8 @@ int playTracking(Words words) {
 
 /// What a verdict has to stand, unless conditions are given: all of them crossed with the light,
 /// and a flat scene.
-int playVerdicts(Words words) {
+static int playVerdicts(const Words &given) {
+    Words words = given;
     std::vector<lab::Cell> cells;
     const bool isUsual = words.lists.empty();
     if (isUsual)
@@ -192,19 +201,19 @@ int playVerdicts(Words words) {
 }
 
 /// The store that is there, for those who only look into it.
-int withStore(const Words &words, const std::function<int(lab::Store &store)> &use) {
+static int withStore(const Words &words, const std::function<int(lab::Store &store)> &use) {
     if (!std::filesystem::exists(words.store))
         return complain(words.store + ": there is no such store");
     lab::Store store(words.store);
     return store.error().empty() ? use(store) : complain(words.store + ": " + store.error());
 }
 
-int report(const Words &words) {
+static int report(const Words &words) {
     return withStore(
         words, [&](lab::Store &store) { return lab::writeReport(store, words.build, words.out); });
 }
 
-int giveRows(const Words &words) {
+static int giveRows(const Words &words) {
     lab::Cell cell;
     const std::string complaint = lab::readCell(words.cell, cell);
     if (!complaint.empty())
@@ -215,7 +224,7 @@ int giveRows(const Words &words) {
 }
 
 /// Words checked before a store is made.
-int plan(const Words &words) {
+static int plan(const Words &words) {
     std::vector<lab::Cell> cells;
     if (!listCells(words, cells))
         return EXIT_FAILURE;
@@ -227,13 +236,13 @@ int plan(const Words &words) {
     return EXIT_SUCCESS;
 }
 
-int takeIn(const Words &words) {
+static int takeIn(const Words &words) {
     lab::Store store(words.store);
     return store.error().empty() ? lab::importChunks(store, words.commit)
                                  : complain(words.store + ": " + store.error());
 }
 
-int show(const Words &words) {
+static int show(const Words &words) {
     lab::Cell cell;
     const std::string complaint = lab::readCell(words.cell, cell);
     if (!complaint.empty())
@@ -241,7 +250,7 @@ int show(const Words &words) {
     return lab::showRun(cell, words.first, words.trace);
 }
 
-int printRows(const Words &words) {
+static int printRows(const Words &words) {
     lab::Cell cell;
     const std::string complaint = lab::readCell(words.cell, cell);
     if (!complaint.empty())
@@ -250,35 +259,49 @@ int printRows(const Words &words) {
                            words.commit);
 }
 
-std::vector<std::string> nameKinds() {
+static std::vector<std::string> nameKinds() {
     std::vector<std::string> names;
     for (const lab::Kind &kind : lab::allKinds())
         names.emplace_back(kind.name);
     return names;
 }
 
+namespace {
+/// A word that chooses what is done, and whether conditions belong to it.
+struct Command {
+    CLI::App *app;
+    int (*run)(const Words &words);
+    bool takesConditions;
+};
 } // namespace
 
-int main(int argc, char **argv) {
-    Words words;
-    CLI::App app("How often does the autofocus miss, and is another search better? Plays seeded "
-                 "runs on virtual cameras and keeps a row of each. Conditions that are lists are "
-                 "crossed.",
-                 "lab");
-    app.add_option("--store", words.store, "SQLite file; out/lab.sqlite unless given");
-    app.add_option("--commit", words.commit, "what the program was built from")->group("");
-    app.add_option("--runs", words.runs, "of each cell; 10000 unless given")
-        ->check(CLI::Range(1L, kMostRuns));
-    app.add_option("--search", words.searches, "searches, of: " + lab::nameSearches())
-        ->type_name("LIST");
-    offerConditions(app, words);
-    app.fallthrough();
-    CLI::App *refocus = app.add_subcommand(
-        "refocus", "false refocuses of still scenes, changes of distance by their size, drift");
-    CLI::App *tracking =
-        app.add_subcommand("tracking", "how far off the focus is while the lens zooms");
-    CLI::App *verdict = app.add_subcommand(
-        "verdict", "verdicts against the truth, over many conditions unless some are given");
+static void offerExperiments(CLI::App &app, std::vector<Command> &commands) {
+    commands.push_back({app.add_subcommand("refocus", "false refocuses of still scenes, changes of "
+                                                      "distance by their size, drift"),
+                        playRefocus, true});
+    commands.push_back(
+        {app.add_subcommand("tracking", "how far off the focus is while the lens zooms"),
+         playTracking, true});
+    commands.push_back({app.add_subcommand("verdict", "verdicts against the truth, over many "
+                                                      "conditions unless some are given"),
+                        playVerdicts, true});
+}
+
+static void offerLooks(CLI::App &app, Words &words, std::vector<Command> &commands) {
+    CLI::App *reported = app.add_subcommand("report", "a page of what the store holds");
+    reported->add_option("--out", words.out, "folder of lab.html and its charts; out unless given");
+    reported->add_option("--build", words.build, "whose rows; the last one's unless given");
+    CLI::App *shown = app.add_subcommand("show", "one run again, frame by frame");
+    shown->add_option("run", words.first, "its number")
+        ->required()
+        ->check(CLI::Range(0L, kMostRuns));
+    shown->add_option("--cell", words.cell, kCellHelp);
+    shown->add_option("--trace", words.trace, "where its unit's trace goes; out/lab_trace.txt");
+    commands.push_back({reported, report, false});
+    commands.push_back({shown, show, false});
+}
+
+static void offerExchange(CLI::App &app, Words &words, std::vector<Command> &commands) {
     CLI::App *chunk = app.add_subcommand("chunk", "print rows of one cell");
     chunk->add_option("first", words.first, "number of the first run")
         ->required()
@@ -286,49 +309,66 @@ int main(int argc, char **argv) {
     chunk->add_option("count", words.count, "how many")
         ->required()
         ->check(CLI::Range(1L, kMostRuns));
-    chunk->add_option("--cell", words.cell, kCellHelp);
     CLI::App *planned = app.add_subcommand(
         "plan", "list the chunks that are missing, for other machines (docs/lab.md)");
     planned->add_option("--chunk", words.chunk, "runs of each; 2000 unless given")
         ->check(CLI::Range(1L, kMostRuns));
-    CLI::App *imported = app.add_subcommand("import", "take in chunks from standard input");
     CLI::App *given = app.add_subcommand("rows", "print the rows of a cell that the store holds");
-    given->add_option("--cell", words.cell, kCellHelp);
-    for (CLI::App *exchange : {chunk, planned, given})
-        exchange->add_option("--kind", words.kind, "focus unless given")
+    for (CLI::App *cells : {chunk, given})
+        cells->add_option("--cell", words.cell, kCellHelp);
+    for (CLI::App *kinds : {chunk, planned, given})
+        kinds->add_option("--kind", words.kind, "focus unless given")
             ->check(CLI::IsMember(nameKinds()));
-    CLI::App *shown = app.add_subcommand("show", "one run again, frame by frame");
-    shown->add_option("run", words.first, "its number")
-        ->required()
-        ->check(CLI::Range(0L, kMostRuns));
-    shown->add_option("--cell", words.cell, kCellHelp);
-    shown->add_option("--trace", words.trace, "where its unit's trace goes; out/lab_trace.txt");
-    CLI::App *reported = app.add_subcommand("report", "a page of what the store holds");
-    reported->add_option("--out", words.out, "folder of lab.html and its charts; out unless given");
-    reported->add_option("--build", words.build, "whose rows; the last one's unless given");
-    CLI11_PARSE(app, argc, argv);
+    commands.push_back({chunk, printRows, false});
+    commands.push_back({planned, plan, true});
+    commands.push_back({given, giveRows, false});
+    commands.push_back(
+        {app.add_subcommand("import", "take in chunks from standard input"), takeIn, false});
+}
 
-    int status = EXIT_SUCCESS;
-    if (chunk->parsed())
-        status = printRows(words);
-    else if (shown->parsed())
-        status = show(words);
-    else if (reported->parsed())
-        status = report(words);
-    else if (planned->parsed())
-        status = plan(words);
-    else if (imported->parsed())
-        status = takeIn(words);
-    else if (given->parsed())
-        status = giveRows(words);
-    else if (refocus->parsed())
-        status = playRefocus(words);
-    else if (tracking->parsed())
-        status = playTracking(words);
-    else if (verdict->parsed())
-        status = playVerdicts(words);
-    else
-        status = playFocus(words);
+/// What belongs to all of them.
+static void offerCommon(CLI::App &app, Words &words) {
+    app.add_option("--store", words.store, "SQLite file; out/lab.sqlite unless given");
+    app.add_option("--commit", words.commit, "what the program was built from")->group("");
+    app.add_option("--runs", words.runs, "of each cell; 10000 unless given")
+        ->check(CLI::Range(1L, kMostRuns));
+    app.add_option("--search", words.searches, "searches, of: " + lab::nameSearches())
+        ->type_name("NAME,...");
+    offerConditions(app, words);
+    app.fallthrough();
+    app.require_subcommand(0, 1);
+}
+
+/// A word that would go without effect is refused.
+static bool hasStrayWords(const CLI::App &app, const Words &words) {
+    return !words.lists.empty() || app.count("--search") + app.count("--runs") > 0;
+}
+
+static int obey(const CLI::App &app, const std::vector<Command> &commands, const Words &words) {
+    for (const Command &command : commands) {
+        if (!command.app->parsed())
+            continue;
+        if (!command.takesConditions && hasStrayWords(app, words))
+            return complain(command.app->get_name() +
+                            " takes no runs, searches and conditions of an experiment");
+        return command.run(words);
+    }
+    return playFocus(words);
+}
+
+int main(int argc, char **argv) {
+    Words words;
+    CLI::App app("How often does the autofocus miss, and is another search better? Plays seeded "
+                 "runs on virtual cameras and keeps a row of each. Conditions that are lists are "
+                 "crossed.",
+                 "lab");
+    std::vector<Command> commands;
+    offerCommon(app, words);
+    offerExperiments(app, commands);
+    offerLooks(app, words, commands);
+    offerExchange(app, words, commands);
+    CLI11_PARSE(app, argc, argv);
+    const int status = obey(app, commands, words);
     if (fflush(stdout) == 0 && ferror(stdout) == 0)
         return status;
     return complain("standard output can't be written");

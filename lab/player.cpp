@@ -14,9 +14,11 @@
 #include <unistd.h>
 
 #include "camera.h"
+#include "camera_options.h"
 #include "host/workers.h"
 #include "optics/key_spectra.h"
 #include "optics/scene_view.h"
+#include "optics/zone_spectra.h"
 
 namespace lab {
 

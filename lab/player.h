@@ -7,6 +7,7 @@
 
 #include "cell.h"
 #include "kind.h"
+#include "row_text.h"
 
 namespace lab {
 

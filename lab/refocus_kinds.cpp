@@ -10,6 +10,8 @@
 #include "autofocus/mailbox.h"
 #include "autofocus/statistics.h"
 #include "autofocus/types.h"
+#include "camera_options.h"
+#include "cell.h"
 #include "clock/seeded_random.h"
 #include "clock/virtual_clock.h"
 #include "flaws/flaws.h"
@@ -18,6 +20,7 @@
 #include "optics/lens_curves.h"
 #include "optics/scene.h"
 #include "platform/shared_word.h"
+#include "row_text.h"
 #include "stage.h"
 
 namespace lab {

@@ -3,7 +3,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "cell.h"
 #include "chunk.h"
+#include "kind.h"
 #include "option_table.h"
 
 static int refuse(const std::string &what) {

@@ -1,5 +1,6 @@
 #include "searches.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "autofocus_control.h"
@@ -27,6 +28,13 @@ const std::vector<Search> &allSearches() {
          "the same, told that the delay is not known, and of no backlash",
          nullptr,
          {{AF_SETTING_FOCUS_SEARCH, "1"}, {AF_SETTING_STATISTICS_DELAY, "-1"}}},
+        {"following",
+         "the robust search, told of backlash and delay, and zooming on the object",
+         nullptr,
+         {{AF_SETTING_FOCUS_SEARCH, "1"},
+          {AF_SETTING_FOCUS_BACKLASH, slack},
+          {AF_SETTING_STATISTICS_DELAY, late},
+          {AF_SETTING_TRACKING, "1"}}},
         {"full-scan", "every half depth of the range, and a parabola", scanFully, {}},
         {"golden", "golden section over the range", searchByGoldenSection, {}},
         {"hill", "hill climbing, and a parabola", climbHill, {}},
@@ -57,11 +65,10 @@ static int valueOf(const std::string &value, const Cell &cell) {
 }
 
 bool makeLibrarySettings(const Cell &cell) {
-    for (const auto &[setting, value] : cell.search->librarySettings) {
-        if (AF_Manager_Set_Setting_API(setting, valueOf(value, cell)) != 0)
-            return false;
-    }
-    return true;
+    const auto &settings = cell.search->librarySettings;
+    return std::all_of(settings.begin(), settings.end(), [&cell](const auto &setting) {
+        return AF_Manager_Set_Setting_API(setting.first, valueOf(setting.second, cell)) == 0;
+    });
 }
 
 } // namespace lab

@@ -9,6 +9,7 @@
 
 #include "kind.h"
 #include "player.h"
+#include "row_text.h"
 
 namespace lab {
 

@@ -7,10 +7,10 @@
 #include "autofocus.h"
 #include "autofocus/focus_lines.h"
 #include "autofocus/lens_state.h"
-#include "autofocus/mailbox.h"
 #include "autofocus/moves.h"
 #include "autofocus/settings.h"
 #include "autofocus/statistics.h"
+#include "autofocus/types.h"
 #include "autofocus_control.h"
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
@@ -22,6 +22,7 @@
 #include "optics/scene.h"
 #include "platform/shared_word.h"
 #include "rivals/rival_lens.h"
+#include "searches.h"
 
 namespace lab {
 
@@ -140,19 +141,19 @@ struct Way {
     int direction = 0;
     int reversals = 0;
     int64_t steps = 0;
-
-    void look() {
-        const auto now = static_cast<int>(loadWord(&FM_Step_Local));
-        if (now == position)
-            return;
-        const int heading = now > position ? 1 : -1;
-        reversals += direction != 0 && heading != direction ? 1 : 0;
-        steps += std::abs(now - position);
-        direction = heading;
-        position = now;
-    }
 };
 } // namespace
+
+static void follow(Way &way) {
+    const auto now = static_cast<int>(loadWord(&FM_Step_Local));
+    if (now == way.position)
+        return;
+    const int heading = now > way.position ? 1 : -1;
+    way.reversals += way.direction != 0 && heading != way.direction ? 1 : 0;
+    way.steps += std::abs(now - way.position);
+    way.direction = heading;
+    way.position = now;
+}
 
 static AF_Status_ST readStatus() {
     AF_Status_ST status = {};
@@ -212,13 +213,13 @@ static void runLibrary(const Cell &cell, Watched &watched) {
     const int ticket = AF_Manager_Autofocus_API();
     vcam::awaitUntil(
         [&] {
-            way.look();
+            follow(way);
             light.look();
             watched.outcome = AF_Manager_Wait_Ticket_API(ticket, 0);
             return watched.outcome != AF_OUTCOME_NONE;
         },
         kLimitUs, kLookUs);
-    way.look();
+    follow(way);
     watched.samples = readStatus().runFrames;
     watched.reversals = way.reversals;
     watched.steps = way.steps;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "camera_options.h"
 #include "cell.h"
 #include "clock/seeded_random.h"
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <sqlite3.h>
+#include <sstream>
 
 namespace lab {
 
@@ -114,12 +115,12 @@ bool Store::add(const Kind &kind, long experiment, const std::vector<RowText> &r
 }
 
 std::vector<long> Store::findMissing(const Kind &kind, long experiment, long first, long count) {
-    const std::string size = std::to_string(kind.runsPerUnit);
-    const std::string key = kind.columns.front().name;
+    std::ostringstream question;
+    question << "SELECT " << kind.columns.front().name << " / " << kind.runsPerUnit
+             << ", COUNT(*) FROM " << kind.name << " WHERE experiment = " << experiment
+             << " GROUP BY 1 HAVING COUNT(*) = " << kind.runsPerUnit << " ORDER BY 1";
     std::vector<long> present;
-    for (const auto &row : ask("SELECT " + key + " / " + size + ", COUNT(*) FROM " + kind.name +
-                               " WHERE experiment = " + std::to_string(experiment) +
-                               " GROUP BY 1 HAVING COUNT(*) = " + size + " ORDER BY 1"))
+    for (const auto &row : ask(question.str()))
         present.push_back(atol(row[0].c_str()));
     std::vector<long> missing;
     for (long unit = first / kind.runsPerUnit; unit * kind.runsPerUnit < first + count; ++unit) {

@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "cell.h"
 #include "kind.h"
+#include "row_text.h"
 
 struct sqlite3;
 

@@ -15,18 +15,20 @@
 
 #include <csignal>
 
+#include "autofocus.h"
 #include "autofocus/lens_state.h"
 #include "autofocus_control.h"
 #include "camera.h"
+#include "camera_options.h"
+#include "cell.h"
 #include "clock/seeded_random.h"
-#include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "host/lens_watch.h"
 #include "host/memory_host.h"
 #include "host/workers.h"
 #include "optics/lens_curves.h"
-#include "optics/scene.h"
 #include "platform/shared_word.h"
+#include "row_text.h"
 #include "stage.h"
 
 namespace lab {
@@ -93,15 +95,15 @@ namespace {
 struct Way {
     std::array<double, kParts> worst{}; ///< By quarters of the zoom's travel, wide to tele.
     double last = 0;
-
-    void look() {
-        const double share = vcam::zoomShareAt(vcam::groupPosition(vcam::Axis::Zoom));
-        const auto part = std::min(static_cast<size_t>(share * kParts), kParts - 1);
-        last = errorHalfDepths();
-        worst[part] = std::max(worst[part], std::fabs(last));
-    }
 };
 } // namespace
+
+static void follow(Way &way) {
+    const double share = vcam::zoomShareAt(vcam::groupPosition(vcam::Axis::Zoom));
+    const auto part = std::min(static_cast<size_t>(share * kParts), kParts - 1);
+    way.last = errorHalfDepths();
+    way.worst[part] = std::max(way.worst[part], std::fabs(way.last));
+}
 
 /// The order that zooms stands until another comes.
 static Way zoomThrough(bool isTele) {
@@ -110,7 +112,7 @@ static Way zoomThrough(bool isTele) {
     Way way;
     vcam::awaitUntil(
         [&] {
-            way.look();
+            follow(way);
             return static_cast<int>(loadWord(&ZM_Step_Local)) == end ||
                    AF_Manager_Wait_Ticket_API(ticket, 0) != AF_OUTCOME_NONE;
         },

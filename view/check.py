@@ -100,10 +100,10 @@ def break_sensor(page):
     order(page, "pace 10")
     page.click("[data-fault=zoom-sensor]")
     page.until("view.state.world['fault zoom-sensor'] === 'on'")
-    page.click("#home")
+    page.click("#power")
     page.until("!document.getElementById('fault').hidden", 30, "the fault")
     require("home" in page.run("document.getElementById('fault').textContent"),
-            "a stuck sensor is told as a fault")
+            "a sensor that sticks at power-on is told as a fault")
     page.click("[data-fault=zoom-sensor]")
     page.click("#power")
     page.until("view.state.t > 0 && view.state.faults === 0 && " + RESTS, 30, "healthy again")

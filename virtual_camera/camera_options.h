@@ -31,7 +31,11 @@ struct CameraOptions {
     bool builtInCurves = false; ///< The unit's curves are exactly the library's built-in ones.
     int serialReplies = 0;      ///< The library's settings, for its host to make.
     bool recovery = false;
-    int zoomStart = -1; ///< True position at power-on; -1: from the seed.
+    bool robustSearch = false;
+    int toldBacklash = 0;  ///< Steps of the focus, whatever the lens has.
+    int toldDelay = 0;     ///< Frames; -1: not known.
+    bool onObject = false; ///< Zooming keeps the object sharp.
+    int zoomStart = -1;    ///< True position at power-on; -1: from the seed.
     int focusStart = -1;
     Flaws flaws; ///< Of lens, sensor and scene; none.
 };

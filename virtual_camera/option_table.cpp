@@ -1,5 +1,7 @@
 #include "option_table.h"
 
+#include "autofocus_control.h"
+#include "flaws/flaws.h"
 #include "lens_models/lens_model.h"
 #include "optics/scene.h"
 #include "optics/zone_values.h"
@@ -9,7 +11,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <type_traits>
-#include <utility>
 
 namespace vcam {
 
@@ -23,6 +24,8 @@ static constexpr Range kNoiseRange = {0, 100, 0.1, 1};
 static constexpr double kLowestFrameRate = 5;
 static constexpr double kHighestFrameRate = 120;
 static constexpr uint64_t kMostReplies = 2;
+static constexpr uint64_t kMostBacklash = 64;
+static constexpr uint64_t kMostDelay = 4;
 static constexpr uint64_t kLastPosition = 30000; // beyond every lens's stop
 
 // ---- What a text says; false when it is none of that
@@ -71,6 +74,20 @@ static bool parseReplies(const std::string &text, int &replies) {
     uint64_t number = 0;
     const bool isGood = parseWhole(text, number) && number <= kMostReplies;
     replies = static_cast<int>(number);
+    return isGood;
+}
+
+static bool parseToldBacklash(const std::string &text, int &steps) {
+    uint64_t number = 0;
+    const bool isGood = parseWhole(text, number) && number <= kMostBacklash;
+    steps = static_cast<int>(number);
+    return isGood;
+}
+
+static bool parseToldDelay(const std::string &text, int &frames) {
+    uint64_t number = 0;
+    const bool isGood = text == "-1" || (parseWhole(text, number) && number <= kMostDelay);
+    frames = text == "-1" ? -1 : static_cast<int>(number);
     return isGood;
 }
 
@@ -178,11 +195,12 @@ static std::vector<Option> makeFlaws() {
     };
 }
 
-static std::vector<Option> makeTable() {
+static const char *const kNeither = "is neither on nor off";
+
+static std::vector<Option> makeUnitAndScene() {
     using Camera = CameraOptions;
     const std::string seedRange = "is no whole number from 0 to 2^64 - 1";
     const std::string startRange = "is no position from 10000 to 30000";
-    const std::string neither = "is neither on nor off";
     return {
         {"seed", "NUMBER",
          "where the lens stands at power-on, how this unit's curves differ from the built-in ones, "
@@ -200,34 +218,56 @@ static std::vector<Option> makeTable() {
          "how far the object stands, from 1.5 m; inf, the default, is far away",
          "is neither inf nor a distance from 1.5 m", into<&Camera::objectDistanceM, parseDistance>,
          [](const Camera &camera) { setObjectDistanceM(camera.objectDistanceM); }},
-        {"night", "", "the scene is dark, and the library is told so before it starts", neither,
+        {"night", "", "the scene is dark, and the library is told so before it starts", kNeither,
          into<&Camera::night, parseSwitch>, [](const Camera &camera) { setNight(camera.night); }},
         {"noise", "FACTOR", "on the noise of the focus statistics; 0 is none, 1 the default",
          "is no factor from 0 to 100", into<&Camera::noise, parseNoise>,
          [](const Camera &camera) { setNoise(camera.noise); }, kNoiseRange},
         {"frame-rate", "HERTZ", "frames a second; 25 unless given",
          "is no frame rate from 5 to 120 Hz", into<&Camera::frameRateHz, parseFrameRate>},
-        {"no-texture", "", "a picture without surface texture below its own pixels", neither,
+        {"no-texture", "", "a picture without surface texture below its own pixels", kNeither,
          into<&Camera::plainPicture, parseSwitch>},
-        {"gaussian", "", "blur without the disc's side lobes", neither,
+        {"gaussian", "", "blur without the disc's side lobes", kNeither,
          into<&Camera::gaussianBlur, parseSwitch>},
         {"built-in-curves", "", "a unit whose curves are exactly the library's built-in ones",
-         neither, into<&Camera::builtInCurves, parseSwitch>},
+         kNeither, into<&Camera::builtInCurves, parseSwitch>},
         {"zoom-start", "POSITION", "true zoom position at power-on; from the seed unless given",
          startRange, into<&Camera::zoomStart, parsePosition>},
         {"focus-start", "POSITION", "true focus position at power-on; from the seed unless given",
          startRange, into<&Camera::focusStart, parsePosition>},
+    };
+}
+
+static std::vector<Option> makeSettings() {
+    using Camera = CameraOptions;
+    return {
         {"replies", "0|1|2",
          "the library's serial replies: none but to inquiries, standard VISCA, Pelco-D too",
          "is none of 0, 1 and 2", into<&Camera::serialReplies, parseReplies>},
-        {"recovery", "", "the library stops for faults of its links and finds home again", neither,
+        {"recovery", "", "the library stops for faults of its links and finds home again", kNeither,
          into<&Camera::recovery, parseSwitch>},
+        {"robust", "", "autofocus runs use the search that survives a real lens", kNeither,
+         into<&Camera::robustSearch, parseSwitch>},
+        {"told-backlash", "STEPS",
+         "slack of the focus that the library reckons with; 0 unless given",
+         "is no whole number from 0 to 64", into<&Camera::toldBacklash, parseToldBacklash>},
+        {"told-delay", "FRAMES",
+         "by which the library takes its statistics to be late; -1: it is to measure that",
+         "is no whole number from -1 to 4", into<&Camera::toldDelay, parseToldDelay>},
+        {"on-object", "", "zooming keeps the object sharp, once the unit is measured", kNeither,
+         into<&Camera::onObject, parseSwitch>},
+    };
+}
+
+static std::vector<Option> makeRun() {
+    using Camera = CameraOptions;
+    return {
         {"ties", "NUMBER",
          "seed of the lots that say who goes on first of threads due at one instant; 0, the "
          "default, is in order of their start",
-         seedRange, into<&Camera::tieSeed, parseWhole>},
+         "is no whole number from 0 to 2^64 - 1", into<&Camera::tieSeed, parseWhole>},
         {"kernel-threads", "", "a kernel thread for each of the program's instead of a context",
-         neither, into<&Camera::kernelThreads, parseSwitch>},
+         kNeither, into<&Camera::kernelThreads, parseSwitch>},
         {"vcd", "FILE", "draw the trace as a waveform (VCD) into this file", "",
          into<&Camera::vcdFile, parseText>},
         {"trace", "FILE", "where the trace goes", "", into<&Camera::traceFile, parseText>},
@@ -242,9 +282,9 @@ static std::vector<Option> makeTable() {
 }
 
 static std::vector<Option> joinTables() {
-    std::vector<Option> all = makeTable();
-    for (Option &flaw : makeFlaws())
-        all.push_back(std::move(flaw));
+    std::vector<Option> all;
+    for (const auto &table : {makeUnitAndScene(), makeSettings(), makeFlaws(), makeRun()})
+        all.insert(all.end(), table.begin(), table.end());
     return all;
 }
 
@@ -260,6 +300,15 @@ const Option *findOption(const std::string &name) {
     return nullptr;
 }
 
+std::vector<LibrarySetting> librarySettings(const CameraOptions &options) {
+    return {{"replies", AF_SETTING_SERIAL_REPLIES, options.serialReplies},
+            {"recovery", AF_SETTING_RECOVERY, options.recovery ? 1 : 0},
+            {"robust", AF_SETTING_FOCUS_SEARCH, options.robustSearch ? 1 : 0},
+            {"told-backlash", AF_SETTING_FOCUS_BACKLASH, options.toldBacklash},
+            {"told-delay", AF_SETTING_STATISTICS_DELAY, options.toldDelay},
+            {"on-object", AF_SETTING_TRACKING, options.onObject ? 1 : 0}};
+}
+
 bool isSwitch(const Option &option) {
     return option.takes.empty();
 }
@@ -272,7 +321,7 @@ std::string takeOption(const Option &option, const std::string &text, CameraOpti
 std::string changeOption(const Option &option, const std::string &text, CameraOptions &options) {
     if (option.apply == nullptr)
         return option.name + " is chosen before the camera starts";
-    const std::string complaint = takeOption(option, text, options);
+    std::string complaint = takeOption(option, text, options);
     if (complaint.empty())
         option.apply(options);
     return complaint;

@@ -48,6 +48,16 @@ std::string takeOption(const Option &option, const std::string &text, CameraOpti
 /// camera starts" for one that can't be.
 std::string changeOption(const Option &option, const std::string &text, CameraOptions &options);
 
+/// A setting of the library that an option makes: an AF_Setting_em and its value.
+struct LibrarySetting {
+    const char *option;
+    int setting;
+    int value;
+};
+
+/// What the host of this camera sets before it starts the library.
+std::vector<LibrarySetting> librarySettings(const CameraOptions &options);
+
 /// A whole number in decimal digits and nothing else.
 bool parseWhole(const std::string &text, uint64_t &number);
 

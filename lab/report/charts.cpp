@@ -7,7 +7,9 @@
 #include <map>
 #include <set>
 
+#include "searches.h"
 #include "statistics.h"
+#include "table.h"
 
 namespace lab {
 
@@ -353,8 +355,8 @@ Drawing drawMap(const CellFindings &findings, const Settings &common) {
     const double bottom = kMapTop + kMapRow * kMapRows;
     drawing.text(kMapLeft, bottom + 16, "start", "wide", "small soft");
     drawing.text(kMapLeft + kMapColumn * kMapColumns, bottom + 16, "end", "tele", "small soft");
-    drawing.text(kMapLeft, bottom + 34, "start", "within one half depth:", "small soft");
-    double x = kMapLeft + 130;
+    drawing.text(kMapLeft, bottom + 34, "start", "within 1 h:", "small soft");
+    double x = kMapLeft + 80;
     for (const int percent : {100, 99, 90, 50, 0}) {
         drawing.box(x, bottom + 24, 12, 12,
                     "cell;fill:" + colourOf(static_cast<double>(percent) / 100));

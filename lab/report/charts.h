@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "cell.h"
 #include "report/findings.h"
 #include "report/svg.h"
 

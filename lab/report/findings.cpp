@@ -4,6 +4,8 @@
 #include <climits>
 #include <cstdlib>
 
+#include "searches.h"
+
 namespace lab {
 
 static std::vector<FocusRun> readRuns(Store &store, long experiment) {

@@ -4,7 +4,11 @@
 #include <functional>
 #include <map>
 
+#include "cell.h"
 #include "report/svg.h"
+#include "searches.h"
+#include "statistics.h"
+#include "table.h"
 
 namespace lab {
 

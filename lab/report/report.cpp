@@ -1,6 +1,7 @@
 #include "report/report.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -10,19 +11,27 @@
 #include <fstream>
 
 #include "autofocus_control.h"
+#include "cell.h"
 #include "report/charts.h"
 #include "report/findings.h"
 #include "report/pivot.h"
 #include "report/svg.h"
+#include "searches.h"
+#include "statistics.h"
+#include "table.h"
 
 namespace lab {
 
 static constexpr size_t kWorst = 10;
-static constexpr size_t kMostMaps = 24;
+static constexpr size_t kMostMaps = 40;
 
 static const char *const kVerdicts[] = {"never ended", "done",  "focused",  "unsure",    "flat",
                                         "edge",        "blind", "replaced", "cancelled", "fault"};
-static constexpr int kVerdictCount = sizeof kVerdicts / sizeof kVerdicts[0];
+static constexpr size_t kVerdictCount = sizeof kVerdicts / sizeof kVerdicts[0];
+
+static size_t placeOfVerdict(int verdict) {
+    return std::min(static_cast<size_t>(std::max(verdict, 0)), kVerdictCount - 1);
+}
 
 // ---- Files
 
@@ -101,26 +110,43 @@ static std::string makePivot(const Pivot &pivot) {
     return table + "</table>\n";
 }
 
-/// Verdict against truth, over all cells of the library's own searches.
-static std::string makeConfusion(const std::vector<CellFindings> &all) {
-    long counts[kVerdictCount][3] = {};
-    for (const CellFindings &findings : all) {
-        if (findings.cell.search->rival != nullptr)
-            continue;
-        for (const FocusRun &run : findings.runs) {
-            const double error = std::fabs(run.error);
-            counts[std::clamp(run.verdict, 0, kVerdictCount - 1)][error <= 1   ? 0
-                                                                  : error <= 2 ? 1
-                                                                               : 2] += 1;
-        }
-    }
-    std::string table =
-        "<table>" + headOf({"verdict", "within 1", "1 to 2", "more than 2 half depths off"});
-    for (int verdict = 0; verdict < kVerdictCount; ++verdict) {
-        const long *row = counts[verdict];
+namespace {
+/// Verdicts of a search's runs by how far they truly ended off: within 1, to 2, beyond.
+struct Confusion {
+    std::array<std::array<long, 3>, kVerdictCount> counts{};
+};
+} // namespace
+
+static size_t bandOf(double error) {
+    const double size = std::fabs(error);
+    return size <= 1 ? 0 : size <= 2 ? 1 : 2;
+}
+
+static std::string spellConfusion(const std::string &search, const Confusion &confusion) {
+    std::string rows;
+    for (size_t verdict = 0; verdict < kVerdictCount; ++verdict) {
+        const std::array<long, 3> &row = confusion.counts[verdict];
         if (row[0] + row[1] + row[2] > 0)
-            table += "<tr>" + cellOf(kVerdicts[verdict], false) + cellOf(std::to_string(row[0])) +
-                     cellOf(std::to_string(row[1])) + cellOf(std::to_string(row[2])) + "</tr>\n";
+            rows += "<tr>" + cellOf(search, false) + cellOf(kVerdicts[verdict], false) +
+                    cellOf(std::to_string(row[0])) + cellOf(std::to_string(row[1])) +
+                    cellOf(std::to_string(row[2])) + "</tr>\n";
+    }
+    return rows;
+}
+
+/// Verdict against truth, over all cells of each of the library's own searches.
+static std::string makeConfusion(const std::vector<CellFindings> &all) {
+    std::string table = "<table>" + headOf({"search", "verdict", "within 1", "1 to 2",
+                                            "more than 2 half depths off"});
+    for (const Search &search : allSearches()) {
+        Confusion confusion;
+        for (const CellFindings &findings : all) {
+            if (findings.cell.search != &search || search.rival != nullptr)
+                continue;
+            for (const FocusRun &run : findings.runs)
+                confusion.counts[placeOfVerdict(run.verdict)][bandOf(run.error)] += 1;
+        }
+        table += spellConfusion(search.name, confusion);
     }
     return table + "</table>\n";
 }
@@ -132,14 +158,17 @@ struct Worst {
 };
 } // namespace
 
-/// Of the library's own searches: what the rivals lose says nothing about a camera.
-static std::vector<Worst> findWorst(const std::vector<CellFindings> &all) {
+/// Of the library's own searches where there is something to see: what rivals lose, and what nobody
+/// can find, says nothing about a camera.
+static std::vector<Worst> findWorst(const std::vector<CellFindings> &all, bool isCalledFocused) {
     std::vector<Worst> worst;
     for (const CellFindings &findings : all) {
-        if (findings.cell.search->rival != nullptr)
+        if (findings.cell.search->rival != nullptr || settingOf(findings.cell, "contrast") == "0")
             continue;
-        for (const FocusRun &run : findings.runs)
-            worst.push_back({&findings, &run});
+        for (const FocusRun &run : findings.runs) {
+            if (!isCalledFocused || run.verdict == AF_OUTCOME_FOCUSED)
+                worst.push_back({&findings, &run});
+        }
     }
     const size_t count = std::min(kWorst, worst.size());
     std::partial_sort(worst.begin(), worst.begin() + static_cast<std::ptrdiff_t>(count),
@@ -150,15 +179,15 @@ static std::vector<Worst> findWorst(const std::vector<CellFindings> &all) {
     return worst;
 }
 
-static std::string makeWorst(const std::vector<CellFindings> &all) {
+static std::string makeWorst(const std::vector<CellFindings> &all, bool isCalledFocused) {
     std::string table = "<table>" + headOf({"off, half depths", "verdict", "zoom", "object",
                                             "began off", "frame by frame"});
-    for (const Worst &worst : findWorst(all)) {
+    for (const Worst &worst : findWorst(all, isCalledFocused)) {
         const FocusRun &run = *worst.run;
         const std::string object =
             run.dioptres > 0 ? spellNumber(1 / run.dioptres, 1) + " m" : "far away";
         table += "<tr>" + cellOf(spellNumber(run.error, 1)) +
-                 cellOf(kVerdicts[std::clamp(run.verdict, 0, kVerdictCount - 1)], false) +
+                 cellOf(kVerdicts[placeOfVerdict(run.verdict)], false) +
                  cellOf(spellNumber(run.zoom, 0)) + cellOf(object) +
                  cellOf(spellNumber(run.startError, 1)) +
                  cellOf("<code>./run lab show " + std::to_string(run.run) + " --cell \"" +
@@ -169,13 +198,17 @@ static std::string makeWorst(const std::vector<CellFindings> &all) {
     return table + "</table>\n";
 }
 
-/// Of the library's own searches.
+/// Of the library's own searches: the cells without special conditions, and those that lose runs.
 static std::string makeMaps(const std::vector<CellFindings> &all) {
     const Settings common = findCommon(all);
     std::string maps = "<div class=maps>";
     size_t count = 0;
     for (const CellFindings &findings : all) {
-        if (findings.cell.search->rival == nullptr && count++ < kMostMaps)
+        constexpr double kGood = 99.9;
+        const size_t light = settingOf(findings.cell, "night") == "on" ? 1 : 0;
+        const bool isPlain = findings.cell.settings.size() == common.size() + light;
+        const bool isWorthIt = isPlain || findings.figures.within.percent() < kGood;
+        if (findings.cell.search->rival == nullptr && isWorthIt && count++ < kMostMaps)
             maps += drawMap(findings, common).inPage();
     }
     return maps + "</div>\n";
@@ -184,16 +217,24 @@ static std::string makeMaps(const std::vector<CellFindings> &all) {
 // ---- The page
 
 static const char *const kStyle = R"(
-:root{color-scheme:light dark;--ink:#24292f;--soft:#57606a;--paper:#fff;--rule:#d8dee4;--band:#f6f8fa}
-@media(prefers-color-scheme:dark){:root{--ink:#c9d1d9;--soft:#8b949e;--paper:#0d1117;--rule:#30363d;--band:#161b22}}
-body{font:15px/1.55 system-ui,'DejaVu Sans',sans-serif;color:var(--ink);background:var(--paper);max-width:1080px;margin:2.5rem auto;padding:0 1.5rem}
-h1{font-size:1.7rem;margin-bottom:.2rem}h2{font-size:1.2rem;margin-top:2.6rem;border-bottom:1px solid var(--rule);padding-bottom:.3rem}
+:root{color-scheme:light dark;--ink:#24292f;--soft:#57606a;--paper:#fff;--rule:#d8dee4;
+--band:#f6f8fa}
+@media(prefers-color-scheme:dark){:root{--ink:#c9d1d9;--soft:#8b949e;--paper:#0d1117;
+--rule:#30363d;--band:#161b22}}
+body{font:15px/1.55 system-ui,'DejaVu Sans',sans-serif;color:var(--ink);background:var(--paper);
+max-width:1080px;margin:2.5rem auto;padding:0 1.5rem}
+h1{font-size:1.7rem;margin-bottom:.2rem}h2{font-size:1.2rem;margin-top:2.6rem;
+border-bottom:1px solid var(--rule);padding-bottom:.3rem}
 p.soft,small{color:var(--soft)}small{font-size:.8em;white-space:nowrap}
 table{border-collapse:collapse;font-size:.92em;margin:1rem 0;width:100%}
-th{font-weight:600;text-align:left;vertical-align:bottom;padding:.35rem .7rem;border-bottom:2px solid var(--rule)}
-td{padding:.3rem .7rem;border-bottom:1px solid var(--rule)}tr:nth-child(even) td{background:var(--band)}
-td:first-child{white-space:nowrap}th:not(:first-child){text-align:right}td.n{text-align:right;font-variant-numeric:tabular-nums;white-space:nowrap}code{font-size:.85em}
-.drawing{max-width:100%;height:auto;display:block;margin:1rem 0}.maps{display:flex;flex-wrap:wrap;gap:1rem 2rem}
+th{font-weight:600;text-align:left;vertical-align:bottom;padding:.35rem .7rem;
+border-bottom:2px solid var(--rule)}
+td{padding:.3rem .7rem;border-bottom:1px solid var(--rule)}tr:nth-child(even) td{
+background:var(--band)}
+td:first-child{white-space:nowrap}th:not(:first-child){text-align:right}td.n{text-align:right;
+font-variant-numeric:tabular-nums;white-space:nowrap}code{font-size:.85em}
+.drawing{max-width:100%;height:auto;display:block;margin:1rem 0}.maps{display:flex;
+flex-wrap:wrap;gap:1rem 2rem}
 )";
 
 static std::string openPage(const std::string &commit, long runs) {
@@ -243,7 +284,8 @@ static std::string makePage(const std::vector<CellFindings> &all, const std::str
                                              "Line: 5 to 95 %. Dot: the most.</p>\n");
     page += section("What the verdicts are worth", makeConfusion(all));
     page += section("Where it misses", makeMaps(all));
-    page += section("The worst", makeWorst(all));
+    page += section("The worst that were called focused", makeWorst(all, true));
+    page += section("The worst of all", makeWorst(all, false));
     page += section("Every cell", makeTable(all));
     return page + "</body></html>\n";
 }

@@ -7,7 +7,7 @@
 
 namespace lab {
 
-/// Of the build @p commit; empty: of the last one. EXIT_SUCCESS when every file is whole.
-int writeReport(Store &store, const std::string &commit, const std::string &folder);
+/// Of the build @p build; empty: of the last one. EXIT_SUCCESS when every file is whole.
+int writeReport(Store &store, const std::string &build, const std::string &folder);
 
 } // namespace lab

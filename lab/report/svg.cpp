@@ -87,9 +87,10 @@ void Drawing::path(const std::string &points, const std::string &looks, bool isA
 std::string Drawing::wrap(const std::string &before) const {
     const std::string wide = spellNumber(width, 0);
     const std::string high = spellNumber(height, 0);
-    return "<svg xmlns=\"http://www.w3.org/2000/svg\" class=\"drawing\" width=\"" + wide +
-           "\" height=\"" + high + "\" viewBox=\"0 0 " + wide + " " + high + "\">\n" + before +
-           body + "</svg>\n";
+    std::string text = "<svg xmlns=\"http://www.w3.org/2000/svg\" class=\"drawing\" width=\"";
+    text.append(wide).append("\" height=\"").append(high).append("\" viewBox=\"0 0 ");
+    text.append(wide).append(" ").append(high).append("\">\n");
+    return text.append(before).append(body).append("</svg>\n");
 }
 
 std::string Drawing::inPage() const {
@@ -127,7 +128,8 @@ std::string drawingStyle(bool isDark) {
                    "stroke:none}\n.drawing .small{font-size:11px}.drawing .head{font-weight:600}"
                    ".drawing .soft{fill:#57606a}.drawing .grid{stroke:#e4e4e4}"
                    ".drawing .axis{stroke:#57606a}.drawing .thick{stroke-width:2.2}"
-                   ".drawing .open{fill:none}.drawing .dashed{stroke-dasharray:6 4}"
+                   ".drawing .open{fill:none!important}.drawing "
+                   ".cell{stroke:#8b949e;stroke-width:.4}.drawing .dashed{stroke-dasharray:6 4}"
                    ".drawing .pale{fill-opacity:.35}.drawing .onlight{fill:#111}\n";
 }
 

@@ -7,6 +7,7 @@
 #include "autofocus/lens_state.h"
 #include "autofocus/moves.h"
 #include "autofocus/statistics.h"
+#include "autofocus/types.h"
 #include "optics/lens_curves.h"
 #include "platform/shared_word.h"
 
@@ -20,7 +21,7 @@ RivalLens::RivalLens(const std::function<void()> &atEachFrame) : lookOn(atEachFr
     Lens_Get_ZoomIndex(&tag, &quarter, loadWord(&ZM_Step_Local));
 }
 
-int RivalLens::position() const {
+int RivalLens::position() {
     return static_cast<int>(loadWord(&FM_Step_Local));
 }
 
@@ -62,7 +63,7 @@ FocusRange RivalLens::range() const {
             std::min(static_cast<int>(far) + kWidening, static_cast<int>(FM_Far_Limit))};
 }
 
-double RivalLens::halfDepth() const {
+double RivalLens::halfDepth() {
     return vcam::halfDepthStepsAt(loadWord(&ZM_Step_Local));
 }
 

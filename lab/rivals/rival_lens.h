@@ -17,24 +17,24 @@ public:
     explicit RivalLens(const std::function<void()> &atEachFrame);
 
     /// Where the focus is counted to stand.
-    int position() const;
+    static int position();
 
     /// Drive there, kept within the travel; returns when the motor stands.
-    void moveTo(int position);
+    void moveTo(int target);
 
     /// The focus value of a frame that was exposed after the last move, the mean of @p frames of
     /// them.
     double look(int frames = 1);
 
     /// moveTo() and look().
-    double lookAt(int position, int frames = 1);
+    double lookAt(int target, int frames = 1);
 
     /// What the library searches at this zoom: its lines for 2 m and infinity, and as much again on
     /// either side as the library's own widening takes.
     FocusRange range() const;
 
     /// Half the depth of focus at this zoom, in steps, as the library's table has it.
-    double halfDepth() const;
+    static double halfDepth();
 
     int reversals() const { return turned; }
     long steps() const { return travelled; }

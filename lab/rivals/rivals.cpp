@@ -43,19 +43,22 @@ static double findVertex(const std::vector<Sample> &samples) {
 
 static std::vector<Sample> scan(RivalLens &lens, double from, double to, double step, int frames) {
     std::vector<Sample> samples;
-    for (double position = from; position <= to; position += step)
+    const auto sections = static_cast<int>(std::floor((to - from) / step));
+    for (int section = 0; section <= sections; ++section) {
+        const double position = from + section * step;
         samples.push_back({position, lens.lookAt(toStep(position), frames)});
+    }
     return samples;
 }
 
 /// No step is shorter than a motor step.
-static double fineStep(const RivalLens &lens) {
-    return std::max(1.0, std::floor(lens.halfDepth()));
+static double fineStep() {
+    return std::max(1.0, std::floor(RivalLens::halfDepth()));
 }
 
 void scanFully(RivalLens &lens) {
     const FocusRange range = lens.range();
-    lens.moveTo(toStep(findVertex(scan(lens, range.near, range.far, fineStep(lens), 1))));
+    lens.moveTo(toStep(findVertex(scan(lens, range.near, range.far, fineStep(), 1))));
 }
 
 void searchByGoldenSection(RivalLens &lens) {
@@ -66,7 +69,7 @@ void searchByGoldenSection(RivalLens &lens) {
     Sample high = {near + section * (far - near), 0};
     low.value = lens.lookAt(toStep(low.position));
     high.value = lens.lookAt(toStep(high.position));
-    while (far - near > fineStep(lens)) {
+    while (far - near > fineStep()) {
         if (isLower(low, high)) {
             near = low.position;
             low = high;
@@ -97,13 +100,14 @@ static double highestOf(const std::vector<Sample> &samples) {
 static Climb climb(RivalLens &lens, double step) {
     const FocusRange range = lens.range();
     Climb way;
-    double position = lens.position();
+    double position = RivalLens::position();
     way.samples.push_back({position, lens.look()});
-    for (position += step; position >= range.near && position <= range.far; position += step) {
+    while (!way.hasFallen) {
+        position += step;
+        if (position < range.near || position > range.far)
+            break;
         way.samples.push_back({position, lens.lookAt(toStep(position))});
         way.hasFallen = way.samples.back().value < highestOf(way.samples) * (1 - kFall);
-        if (way.hasFallen)
-            break;
     }
     return way;
 }
@@ -114,13 +118,13 @@ static bool isOverTop(const Climb &way) {
 }
 
 void climbHill(RivalLens &lens) {
-    double step = std::max(2.0, std::floor(kClimbHalfDepths * lens.halfDepth()));
+    double step = std::max(2.0, std::floor(kClimbHalfDepths * RivalLens::halfDepth()));
     Climb way = climb(lens, step);
     for (int turns = 0; turns < kMostTurns && !isOverTop(way); ++turns) {
         step = -step;
         way = climb(lens, step);
     }
-    way = climb(lens, step > 0 ? -fineStep(lens) : fineStep(lens));
+    way = climb(lens, step > 0 ? -fineStep() : fineStep());
     lens.moveTo(toStep(findVertex(way.samples)));
 }
 
@@ -132,7 +136,7 @@ void scanCoarseToFine(RivalLens &lens) {
         const std::vector<Sample> samples =
             scan(lens, range.near, range.far + step / 2, step, kFramesALook);
         const double top = std::max_element(samples.begin(), samples.end(), isLower)->position;
-        if (step <= fineStep(lens)) {
+        if (step <= fineStep()) {
             lens.moveTo(toStep(findVertex(samples)));
             return;
         }

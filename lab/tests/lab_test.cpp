@@ -10,12 +10,11 @@
 #include "condition.h"
 #include "grid.h"
 #include "kind.h"
+#include "row_text.h"
 #include "statistics.h"
 #include "store.h"
 
-namespace {
-
-std::string respell(const std::string &text) {
+static std::string respell(const std::string &text) {
     lab::Cell cell;
     const std::string complaint = lab::readCell(text, cell);
     return complaint.empty() ? lab::spell(cell) : "! " + complaint;
@@ -77,6 +76,7 @@ TEST(Quantile, is_the_smallest_value_that_the_share_does_not_exceed) {
     EXPECT_EQ(lab::quantileOf({}, 0.5), 0);
 }
 
+namespace {
 /// A store in a file that goes with it.
 class StoreTest : public testing::Test {
 protected:
@@ -101,6 +101,7 @@ protected:
     const lab::Kind &kind = *lab::findKind("still"); // 24 runs a unit
     lab::Cell cell;
 };
+} // namespace
 
 TEST_F(StoreTest, plays_again_what_is_missing_and_nothing_else) {
     lab::Store store(path);
@@ -130,5 +131,3 @@ TEST_F(StoreTest, takes_all_rows_of_a_unit_or_none) {
     EXPECT_FALSE(store.add(kind, experiment, rows));
     EXPECT_EQ(store.experiments().front().rows, 0);
 }
-
-} // namespace

@@ -29,8 +29,11 @@ refuses --picture /nonexistent.png
 refuses tracking --search golden
 refuses chunk 0
 refuses chunk 0 20 --cell "noise=loud"
+refuses chunk 0 20 --noise 4
+refuses tracking verdict
 refuses show 3 --cell "delay=9"
 refuses report
+refuses report --runs 20
 refuses measure
 ! "$lab" --store "$folder/no/such/folder/lab.sqlite" --runs 20 2>"$folder/said" ||
     fail "has nowhere to write and says nothing"

@@ -111,7 +111,8 @@ const char *const kIspCalls[] = {
 // whose failure leaves a port as its host has set it, or one that printf stands for. A blank around
 // each name.
 const char kOtherImports[] =
-    " __errno_location ceil ceilf clock_gettime fcntl floor floorf gettimeofday localtime_r "
+    " __errno_location cbrtf ceil ceilf clock_gettime fcntl floor floorf gettimeofday localtime_r "
+    "lroundf "
     "memcmp memcpy memmove memset perror pthread_cond_signal pthread_detach pthread_equal "
     "pthread_getspecific pthread_key_create pthread_mutex_lock pthread_mutex_unlock "
     "pthread_once pthread_self pthread_setspecific pthread_sigmask putchar puts sigdelset "

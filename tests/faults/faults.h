@@ -67,6 +67,10 @@ bool playOffsetMatrix(Extent extent, bool renews);
 /// seeds of random ones.
 bool playRecoveryMatrix(Extent extent, int storms);
 
+/// From now on the third kind is played with the robust search and tracking, a backlash and a
+/// delay.
+void chooseEverySetting();
+
 /// One cell of it: MOVE LINK OFFSET, or storm at-random SEED.
 bool replayRecovery(const Words &words, const std::string &traceFile);
 

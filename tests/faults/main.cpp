@@ -54,6 +54,8 @@ int main(int argc, char **argv) {
         ->expected(3);
     app.add_option("--recovery", recovery, "play one cell of the third kind, as a failure names it")
         ->expected(3);
+    app.add_flag_callback("--robust", faults::chooseEverySetting,
+                          "the third kind with the settings for a real lens on as well");
     app.add_option("--storms", storms, "play the third kind, with so many seeds of random faults");
     app.add_flag("--all", all,
                  "every offset of calibration and curve drawing too, else each tenth");

@@ -110,9 +110,21 @@ void expectObeyed() {
 
 // ---- A cell
 
+bool hasEverySetting = false;
+
+void makeSettings() {
+    AF_Manager_Set_Setting_API(AF_SETTING_RECOVERY, 1);
+    if (!hasEverySetting)
+        return;
+    AF_Manager_Set_Setting_API(AF_SETTING_FOCUS_SEARCH, 1);
+    AF_Manager_Set_Setting_API(AF_SETTING_FOCUS_BACKLASH, 4);
+    AF_Manager_Set_Setting_API(AF_SETTING_STATISTICS_DELAY, 1);
+    AF_Manager_Set_Setting_API(AF_SETTING_TRACKING, 1);
+}
+
 void playMove(int number, const std::function<void()> &arm) {
     const Move &move = kMoves[number];
-    AF_Manager_Set_Setting_API(AF_SETTING_RECOVERY, 1);
+    makeSettings();
     startFor(move, [&] {
         AF_Manager_SetFocusMode_API(0);
         arm();
@@ -215,7 +227,7 @@ void actAtRandom(vcam::SeededRandom &random) {
 void playStorm(int seed) {
     vcam::SeededRandom random(static_cast<uint64_t>(seed), 0x57);
     const int kOneIn[] = {10, 30, 100, 300, 1000};
-    AF_Manager_Set_Setting_API(AF_SETTING_RECOVERY, 1);
+    makeSettings();
     scenario::introduceHost();
     vcam::failLinksAtRandom(1.0 / kOneIn[random.drawBetween(0, 4)], static_cast<uint64_t>(seed));
     AF_Manager_Start_API();
@@ -232,6 +244,10 @@ void judgeStorm(int seed, const std::string &traceFile) {
 }
 
 } // namespace
+
+void chooseEverySetting() {
+    hasEverySetting = true;
+}
 
 bool playRecoveryMatrix(Extent extent, int storms) {
     tally = vcam::share<Tally>();

@@ -11,6 +11,7 @@
 #include "clock/seeded_random.h"
 #include "clock/virtual_clock.h"
 #include "devices/serial_port.h"
+#include "flaws/flaws.h"
 #include "host/controller_frames.h"
 #include "host/workers.h"
 #include "isp/isp.h"
@@ -119,6 +120,7 @@ const Acts kSerialActs = {{20, sendFrame}, {4, sendDirectZoom}, {1, sendDamaged}
 // ---- The controller of a port with replies: all that there is, in bursts, and kept books
 
 int replies = 0; // value of the setting
+bool isRobust = false;
 
 vcam::Bytes drawAnswered(SeededRandom &random) {
     const auto number = static_cast<uint8_t>(random.drawBetween(0, 5));
@@ -353,6 +355,20 @@ void expectAnswer() {
     EXPECT_EQ(sent[6], 0xFF);
 }
 
+/// The settings of a camera whose lens has flaws: most of what there is, each value now and then.
+void chooseRobust(SeededRandom &random) {
+    AF_Manager_Set_Setting_API(AF_SETTING_FOCUS_SEARCH, random.drawBetween(0, 3) == 0 ? 0 : 1);
+    AF_Manager_Set_Setting_API(AF_SETTING_FOCUS_BACKLASH, random.drawBetween(0, 12));
+    AF_Manager_Set_Setting_API(AF_SETTING_STATISTICS_DELAY, random.drawBetween(-1, 4));
+    AF_Manager_Set_Setting_API(AF_SETTING_TRACKING, 1);
+    AF_Manager_Set_Setting_API(AF_SETTING_RECOVERY, 1);
+    vcam::Flaws flaws;
+    flaws.backlashFocus = random.drawBetween(0, 12);
+    flaws.delay = random.drawBetween(0, 4);
+    flaws.flicker = 0.05;
+    vcam::setFlaws(flaws);
+}
+
 void runStorm(uint64_t seed) {
     Actor actors[] = {
         {kHostActs, 4000, seed, 100},
@@ -369,6 +385,8 @@ void runStorm(uint64_t seed) {
     g_LensType = static_cast<int>(seed % 2);
     AF_Manager_Init_EventFun_API(keepBooks, nullptr);
     AF_Manager_Set_Setting_API(AF_SETTING_SERIAL_REPLIES, replies);
+    if (isRobust)
+        chooseRobust(random);
     scenario::startLibrary();
     scenario::passMs(random.drawBetween(0, 20000)); // now and then the storm comes first
     pthread_t listener;
@@ -408,8 +426,9 @@ bool isCalm(uint64_t seed, uint64_t tieSeed, const std::string &traceFile,
     const scenario::Ending ending = scenario::runToEnd(options, [=] { runStorm(seed); });
     if (ending.status != 0)
         printf("%sstatus %d seed %" PRIu64 " failed; replay: ./run storm %" PRIu64
-               " --ties %" PRIu64 " --replies %d\n",
-               ending.said.c_str(), ending.status, seed, seed, tieSeed, replies);
+               " --ties %" PRIu64 " --replies %d%s\n",
+               ending.said.c_str(), ending.status, seed, seed, tieSeed, replies,
+               isRobust ? " --robust" : "");
     fflush(stdout);
     return ending.status == 0;
 }
@@ -450,6 +469,10 @@ int main(int argc, char **argv) {
             ->check(CLI::NonNegativeNumber);
     app.add_option("--replies", replies, "the port answers: 1 VISCA, 2 Pelco-D too")
         ->check(CLI::Range(0, 2));
+    app.add_flag(
+        "--robust", isRobust,
+        "a lens with flaws, and the settings for it: robust search and tracking, slack, delay, "
+        "recovery");
     app.add_option("--trace", traceFile, "keep the trace of one storm in one order here")
         ->needs("--ties");
     app.add_flag("--both-ways", playsBothWays,

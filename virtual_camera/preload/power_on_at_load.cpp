@@ -2,7 +2,6 @@
 //
 // Only in a program that has the library loaded: a shell or another tool between the environment
 // and the host is left alone.
-#include "autofocus_control.h"
 #include "camera.h"
 #include "camera_options.h"
 #include "clock/trace.h"
@@ -11,6 +10,7 @@
 #include "devices/serial_port.h"
 #include "lens_models/lens_model.h"
 #include "optics/lens_curves.h"
+#include "option_table.h"
 #include "preload/controller.h"
 #include "preload/settings.h"
 
@@ -77,12 +77,14 @@ static void tellLibrary(const char *name, int value) {
 
 /// The same by the library's own function, for a host that does not know it. Nobody can while the
 /// library isn't loaded, and one without settings has none.
-static void makeSetting(int setting, int value, const char *name) {
+static void makeSetting(const LibrarySetting &setting) {
     using Setter = int (*)(int, int);
     void *found = dlsym(RTLD_DEFAULT, "AF_Manager_Set_Setting_API");
-    if (value == 0 || (found && reinterpret_cast<Setter>(found)(setting, value) == 0))
+    if (setting.value == 0 ||
+        (found != nullptr && reinterpret_cast<Setter>(found)(setting.setting, setting.value) == 0))
         return;
-    fprintf(stderr, "virtual camera: %s: no library that has this setting is loaded yet\n", name);
+    fprintf(stderr, "virtual camera: %s: no library that has this setting is loaded yet\n",
+            nameVariable(*findOption(setting.option)).c_str());
     _exit(EXIT_FAILURE);
 }
 
@@ -107,8 +109,8 @@ __attribute__((constructor)) static void powerOnAtLoad() {
     }
     tellLibrary("g_LensType", settings.camera.lensType);
     tellLibrary("g_ICUTState", settings.camera.night ? 1 : 0);
-    makeSetting(AF_SETTING_SERIAL_REPLIES, settings.camera.serialReplies, "VIRTUAL_CAMERA_REPLIES");
-    makeSetting(AF_SETTING_RECOVERY, settings.camera.recovery ? 1 : 0, "VIRTUAL_CAMERA_RECOVERY");
+    for (const LibrarySetting &setting : librarySettings(settings.camera))
+        makeSetting(setting);
     handleSignals();
     settings.camera.kernelThreads = true; // the host may do anything with its threads
     powerOn(settings.camera);

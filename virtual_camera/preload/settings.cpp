@@ -15,7 +15,7 @@ static constexpr uint64_t kLongestRunMs = INT64_MAX / kUsPerMs;
 static const char kPrefix[] = "VIRTUAL_CAMERA";
 
 /// "zoom-start" is VIRTUAL_CAMERA_ZOOM_START.
-static std::string nameVariable(const Option &option) {
+std::string nameVariable(const Option &option) {
     std::string name = std::string(kPrefix) + "_";
     for (const char letter : option.name)
         name += letter == '-' ? '_' : static_cast<char>(toupper(letter));

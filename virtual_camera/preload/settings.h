@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "camera_options.h"
+#include "option_table.h"
 #include "preload/script.h"
 
 namespace vcam {
@@ -20,5 +21,8 @@ struct RunSettings {
 /// From VIRTUAL_CAMERA_...; false with @p error saying which variable is wrong, and why. A variable
 /// of that prefix that is not known is an error too: it is a slip of the pen.
 bool readSettings(RunSettings &settings, std::string &error);
+
+/// The variable of an option.
+std::string nameVariable(const Option &option);
 
 } // namespace vcam

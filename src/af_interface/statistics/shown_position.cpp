@@ -1,6 +1,5 @@
 #include "af_interface/statistics/shown_position.h"
 
-#include "af_interface/statistics/statistics.h"
 #include "af_lens/model/lens_state.h"
 #include "autofocus/host/settings_table.h"
 #include "autofocus_control.h"
@@ -10,10 +9,12 @@ static const int kKept = 8; // above the longest delay
 static const int kLongestDelay = 4;
 
 static unsigned int positions[kKept]; // of record n at n % kKept
+static unsigned int latest = 0;       // record
 static int measured = -1;             // not yet
 
-void noteShownPosition() {
-    storeWord(&positions[(countRecords() + 1) % kKept], focusPosition());
+void noteShownPosition(unsigned int record) {
+    storeWord(&positions[record % kKept], focusPosition());
+    storeWord(&latest, record);
 }
 
 static int delayNow() {
@@ -38,5 +39,5 @@ unsigned int shownPosition() {
     const int delay = delayNow();
     if (delay <= 0)
         return focusPosition();
-    return loadWord(&positions[(countRecords() - static_cast<unsigned int>(delay)) % kKept]);
+    return loadWord(&positions[(loadWord(&latest) - static_cast<unsigned int>(delay)) % kKept]);
 }

@@ -1,8 +1,8 @@
 // Which focus position a focus record shows, when the statistics come late.
 #pragma once
 
-/// A record is being published: remember where the focus stands. Statistics thread.
-void noteShownPosition();
+/// Record number @p record is being published: remember where the focus stands. Statistics thread.
+void noteShownPosition(unsigned int record);
 
 /// Where the focus stood when the frame of the last record was exposed, by the delay if that is
 /// known.

@@ -16,7 +16,7 @@ static unsigned int records = 0;
 void publishStatistics(const AF_Statistics_Info &record) {
     pthread_mutex_lock(&afv_lock);
     g_AFStatistics = record;
-    noteShownPosition();
+    noteShownPosition(records + 1);
     storeWord(&records, records + 1);
     pthread_cond_signal(&afv_ready);
     pthread_mutex_unlock(&afv_lock);

@@ -1,6 +1,6 @@
 #include "af_lens/control/order_in_hand.h"
 
-#include "af_lens/focus/verdict.h"
+#include "af_lens/focus/verdict/verdict.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/orders.h"

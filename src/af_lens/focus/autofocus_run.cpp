@@ -3,9 +3,10 @@
 #include "af_lens/focus/focus_pass.h"
 #include "af_lens/focus/robust/robust_search.h"
 #include "af_lens/focus/step_choice.h"
-#include "af_lens/focus/verdict.h"
+#include "af_lens/focus/verdict/verdict.h"
 #include "af_lens/focus/wide_search.h"
 #include "af_lens/model/focus_lines.h"
+#include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/object_line.h"
@@ -224,6 +225,7 @@ unsigned int lensFocusCtrl(AF_CMD_em emCmd) {
             storeWord(&g_AFVClearMax, static_cast<int>(search.afvMax));
         return finish(emCmd);
     }
+    forgetHalfDepths();
     Lens_Get_SearchRange(search.index1, index2, &search.limitN, &search.limitF);
     keepInsideTravel(&search);
     search.stepMax = Lens_Get_StepMax(search.limitN, search.limitF);

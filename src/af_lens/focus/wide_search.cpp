@@ -2,7 +2,7 @@
 
 #include "af_interface/statistics/shown_position.h"
 #include "af_interface/statistics/statistics.h"
-#include "af_lens/focus/verdict.h"
+#include "af_lens/focus/verdict/verdict.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
 #include "af_lens/motion/motors.h"

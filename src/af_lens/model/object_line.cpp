@@ -4,14 +4,14 @@
 #include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/zoom_grid.h"
-#include "autofocus/focus_lines.h"
 #include "autofocus/host/settings_table.h"
 #include "autofocus_control.h"
 #include "platform/trace.h"
 
 #include <math.h>
 
-static const float kSameObject = 4; // half depths beside its line
+static const float kSameObject = 1;    // half depths beside its line
+static const float kMostOffset = 1.5f; // the same, of a measured line
 static const int kUnknown = -1;
 
 static float share;               // of the way from infinity to 2 m
@@ -49,21 +49,56 @@ static float valueAt(const unsigned int (*table)[kQuarters], GridPlace place) {
     return place.way == 0 ? here : here + place.way * (static_cast<float>(values[1]) - here);
 }
 
-void noteObjectInFocus() {
+// ---- Where the measured infinity line is off, by what the same object says further toward tele
+
+namespace {
+struct Sighting {
+    int point;
+    float behind;     // the measured infinity line, in steps
+    float separation; // of the built-in lines there
+};
+} // namespace
+
+static Sighting last = {kUnknown, 0, 0};
+static float offsets[kTagPoints];
+static bool isLearned[kTagPoints];
+
+static void learnOffset(const Sighting &now) {
+    if (last.point == kUnknown || last.point >= now.point)
+        return;
+    const int tag = last.point / kQuarters;
+    const float miss = last.behind - now.behind / now.separation * last.separation;
+    if (fabsf(miss) > kMostOffset * halfDepthSteps(tag))
+        return; // another object
+    offsets[tag] += isLearned[tag] ? (miss - offsets[tag]) / 2 : miss;
+    isLearned[tag] = true;
+}
+
+static bool sight(Sighting *sighting) {
     GridPlace place;
     const unsigned int(*separations)[kQuarters] =
         isObjectFollowed() ? measureSeparations() : nullptr;
     if (separations == nullptr || !findPlace(&place))
-        return;
+        return false;
     const float infinity = valueAt(g_FLineInfo.tagPosition, place);
-    const float separation = valueAt(separations, place);
     const float behind = infinity - static_cast<float>(focusPosition());
-    const float miss = fabsf(behind - share * separation);
-    const bool isSame = miss < kSameObject * halfDepthSteps(place.point / kQuarters);
-    if (sharePoint > place.point && isSame)
+    *sighting = {place.point, behind, valueAt(separations, place)};
+    return true;
+}
+
+void noteObjectInFocus() {
+    Sighting now;
+    if (!sight(&now))
         return;
-    share = behind / separation;
-    sharePoint = place.point;
+    learnOffset(now);
+    last = now;
+    const int tag = now.point / kQuarters;
+    const float behind = now.behind - offsets[tag];
+    const float miss = fabsf(behind - share * now.separation);
+    if (sharePoint > now.point && miss < kSameObject * halfDepthSteps(tag))
+        return;
+    share = behind / now.separation;
+    sharePoint = now.point;
 }
 
 bool chooseObjectLine() {

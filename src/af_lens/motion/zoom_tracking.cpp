@@ -67,9 +67,30 @@ bool chooseTrackedLine(MS_Action_em zType) {
     return chooseObjectLine() || chooseLineToward(zType);
 }
 
+// From between two grid points to one of them: the stretch of line that belongs to it.
+static void planToGrid(MS_Action_em zType, TrackedStep *step) {
+    int index1, index2;
+    if (Lens_Get_ZoomIndex(&index1, &index2, zoomPosition()) != 0 || index1 == kTeleTag)
+        return;
+    const unsigned int quarter = quarterLength(index1);
+    const unsigned int way =
+        zoomPosition() - ZM_Step_Run[index1] - static_cast<unsigned int>(index2) * quarter;
+    if (way == 0)
+        return;
+    const unsigned int steps = zType == MS_Z_TELE ? quarter - way : way;
+    const unsigned int *line = Lens_Get_FocusLine()->tagPosition[index1] + index2;
+    const bool isToTele = zType == MS_Z_TELE;
+    step->fType = focusDirection(line[isToTele ? 0 : 1], line[isToTele ? 1 : 0]);
+    step->zStep = static_cast<unsigned char>(steps);
+    step->fStep = static_cast<unsigned char>(
+        static_cast<unsigned int>(stepsBetween(line[0], line[1])) * steps / quarter);
+}
+
 // Without a grid, before start-up, a step is none, and no move would come to an end.
 bool planTrackedStep(MS_Action_em zType, TrackedStep *step) {
     Lens_Get_DirAndStep2(zType, &step->zStep, &step->fStep, &step->fType);
+    if (isObjectFollowed())
+        planToGrid(zType, step);
     const unsigned char planned = step->zStep;
     const int blocked =
         Lens_Check_AllowanceForSteps(zType, &step->zStep, step->fType, &step->fStep);

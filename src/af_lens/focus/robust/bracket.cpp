@@ -132,7 +132,7 @@ static int chooseNext(const Bracket &bracket) {
     const int centre = looks[highest].position;
     int next = bracket.estimate;
     if (static_cast<float>(abs(next - centre)) < kTooNear * looking.halfDepth) {
-        const int aside = static_cast<int>(kStepAside * looking.halfDepth + 0.5f);
+        const int aside = static_cast<int>(lroundf(kStepAside * looking.halfDepth));
         next = 2 * (centre - left) < bracket.width ? centre + aside : centre - aside;
     }
     return clampBetween(left + inside, next, left + bracket.width - inside);

@@ -4,7 +4,6 @@
 #include "af_lens/focus/robust/look.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/motion/motors.h"
-#include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/moves.h"
 #include "autofocus/types.h"
@@ -81,7 +80,7 @@ static bool step(int steps) {
 static PassEnd runOver(const Judging &judging) {
     int early = isDelayKnown() ? framesUntilShown() : 0;
     const float share = judging.noise > kMuchNoise ? kStepInNoise : kStep;
-    const int steps = maxOf(1, static_cast<int>(share * judging.unit + 0.5f));
+    const int steps = maxOf(1, static_cast<int>(lroundf(share * judging.unit)));
     count = 0;
     MS419XX_Set_PSUM_ICNT_RegofFocus(MS_F_FAR, static_cast<unsigned char>(steps));
     for (int idle = 0; count < kMostSamples && idle < kMostSamples;) {

@@ -3,7 +3,7 @@
 #include "af_interface/statistics/frame_noise.h"
 #include "af_interface/statistics/shown_position.h"
 #include "af_interface/statistics/statistics.h"
-#include "af_lens/focus/verdict.h"
+#include "af_lens/focus/verdict/verdict.h"
 #include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/motion/slack.h"

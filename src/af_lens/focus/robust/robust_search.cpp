@@ -5,7 +5,8 @@
 #include "af_lens/focus/robust/delay.h"
 #include "af_lens/focus/robust/fine_pass.h"
 #include "af_lens/focus/robust/look.h"
-#include "af_lens/focus/verdict.h"
+#include "af_lens/focus/verdict/verdict.h"
+#include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/object_line.h"
 #include "autofocus_control.h"
@@ -58,45 +59,83 @@ static AF_Outcome_em judge(const Judging &judging, const FinePass &pass, bool is
     return isSure && isPeak && isDelayKnown() ? AF_OUTCOME_FOCUSED : AF_OUTCOME_UNSURE;
 }
 
-// Passes until one is confirmed. @return the focus value where the lens stands; 0: interrupted.
-static unsigned int findTop(int estimate, int margin, const Judging &judging) {
-    FinePass pass = {};
-    Look look = {};
-    bool isSure = false;
-    int former = estimate;
-    for (int passes = 0; passes < kMostPasses && !isSure; ++passes) {
-        runFinePassOver(estimate, margin, judging, &pass);
-        if (pass.end == kPassBroken)
-            return 0;
-        TRACE_FORMAT_OF("lensFocusCtrl", "Pass: %d top: %d curvature: %d\n", pass.vertex,
-                        static_cast<int>(pass.top), static_cast<int>(pass.curvature * 1000));
-        former = estimate;
-        estimate = pass.vertex;
-        margin = static_cast<int>(judging.unit / 2);
-        if (pass.end != kPeakInside) {
-            const int back = static_cast<int>(kBackHalfDepths * judging.unit);
-            estimate += pass.end == kPeakBefore ? -back : back;
-            continue;
-        }
-        if (!approach(pass.vertex) || !lookHere(&look))
-            return 0;
-        const bool isSame = static_cast<float>(abs(estimate - former)) <= judging.unit;
-        isSure = isConfirmed(judging, pass, look) && (passes == 0 || isSame);
+static void learn(const Judging &judging, const FinePass &pass) {
+    noteObjectInFocus();
+    if (!judging.isWide && pass.curvature > 0)
+        learnHalfDepth(looking.tag, sqrtf(kCurvature / pass.curvature));
+}
+
+namespace {
+struct Attempt {
+    FinePass pass;
+    Look look; // from where the lens has been put
+    int estimate;
+    int margin;
+    bool isSure;
+};
+} // namespace
+
+static bool standAt(int position, Look *look) {
+    return approach(position) && lookHere(look);
+}
+
+// Where the peak was not inside, the next pass begins further on.
+static void lookElsewhere(const Judging &judging, Attempt *attempt) {
+    const int back = static_cast<int>(kBackHalfDepths * judging.unit);
+    attempt->estimate += attempt->pass.end == kPeakBefore ? -back : back;
+}
+
+// One pass, and what it has found put to the proof. @return false when a command interrupts.
+static bool attemptPass(const Judging &judging, bool isFirst, Attempt *attempt) {
+    FinePass *pass = &attempt->pass;
+    runFinePassOver(attempt->estimate, attempt->margin, judging, pass);
+    if (pass->end == kPassBroken)
+        return false;
+    TRACE_FORMAT_OF("lensFocusCtrl", "Pass: %d top: %d curvature: %d\n", pass->vertex,
+                    static_cast<int>(pass->top), static_cast<int>(pass->curvature * 1000));
+    const int moved = abs(pass->vertex - attempt->estimate);
+    const bool isSame = isFirst || static_cast<float>(moved) <= judging.unit;
+    attempt->estimate = pass->vertex;
+    attempt->margin = static_cast<int>(judging.unit / 2);
+    if (pass->end != kPeakInside) {
+        lookElsewhere(judging, attempt);
+        return true;
     }
-    if (pass.end != kPeakInside && (!approach(pass.vertex) || !lookHere(&look)))
+    if (!standAt(pass->vertex, &attempt->look))
+        return false;
+    attempt->isSure = isSame && isConfirmed(judging, *pass, attempt->look);
+    return true;
+}
+
+// The delay is measured beside the peak, whose value then has to be looked at again.
+static bool endAttempts(Attempt *attempt) {
+    const int vertex = attempt->pass.vertex;
+    if (attempt->pass.end != kPeakInside)
+        return standAt(vertex, &attempt->look);
+    if (!attempt->isSure || isDelayKnown())
+        return true;
+    return measureDelay(vertex) && standAt(vertex, &attempt->look);
+}
+
+// Passes until one is confirmed. @return the focus value where the lens stands; 0: interrupted.
+static unsigned int findTop(const Bracket &bracket, const Judging &judging) {
+    Attempt attempt = {};
+    attempt.estimate = bracket.estimate;
+    attempt.margin = bracket.width / 4;
+    for (int passes = 0; passes < kMostPasses && !attempt.isSure; ++passes)
+        if (!attemptPass(judging, passes == 0, &attempt))
+            return 0;
+    if (!endAttempts(&attempt))
         return 0;
-    if (isSure && !isDelayKnown() &&
-        !(measureDelay(pass.vertex) && approach(pass.vertex) && lookHere(&look)))
-        return 0;
-    decideRun(judge(judging, pass, isSure));
-    if (isSure)
-        noteObjectInFocus();
-    return static_cast<unsigned int>(look.narrow);
+    decideRun(judge(judging, attempt.pass, attempt.isSure));
+    if (attempt.isSure)
+        learn(judging, attempt.pass);
+    return static_cast<unsigned int>(attempt.look.narrow);
 }
 
 static unsigned int returnTo(int position, AF_Outcome_em verdict) {
     Look look = {};
-    if (!approach(position) || !lookHere(&look))
+    if (!standAt(position, &look))
         return 0;
     decideRun(verdict);
     return static_cast<unsigned int>(look.narrow);
@@ -115,5 +154,5 @@ unsigned int searchRobustly(int index1, int index2) {
     const RunSummary seen = summariseRun();
     const Judging judging =
         chooseJudging(static_cast<float>(seen.peak), static_cast<float>(seen.floor));
-    return findTop(bracket.estimate, bracket.width / 4, judging);
+    return findTop(bracket, judging);
 }

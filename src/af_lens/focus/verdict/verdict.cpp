@@ -1,4 +1,4 @@
-#include "af_lens/focus/verdict.h"
+#include "af_lens/focus/verdict/verdict.h"
 
 #include "af_interface/statistics/frame_noise.h"
 #include "af_interface/statistics/shown_position.h"
