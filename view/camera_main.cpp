@@ -53,7 +53,7 @@ namespace view {
 static constexpr double kReplayPace = 1e6; // an unlimited one would end a camera that is paused
 static constexpr double kSlowest = 0.05;
 static constexpr double kFastest = 200;
-static constexpr int64_t kTellEveryNs = 40000000;
+static constexpr int64_t kTellEveryNs = 35000000; // four ticks at real time
 static constexpr int64_t kNsPerS = 1000000000;
 static constexpr int kPictureDescriptor = 3;
 static constexpr int64_t kLongestStepTicks = 8;
@@ -354,6 +354,7 @@ static void playTick() {
         arrive();
     if (tick < wish.untilTick || wish.isAlone)
         return;
+    isNews = isNews || !answers.empty();
     if (!answers.empty())
         say("S " + spellHex(answers.data(), answers.size()));
     takeOrders(0);

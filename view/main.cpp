@@ -92,8 +92,10 @@ static int serve(const Wish &wish, view::Session session) {
     sigwait(&signals, &signal);
     const std::string text = studio.spell();
     server.stop();
-    serving.join();
-    return wish.recordFile.empty() || record(wish.recordFile, text) ? EXIT_SUCCESS : EXIT_FAILURE;
+    const bool isKept = wish.recordFile.empty() || record(wish.recordFile, text);
+    // A browser keeps connections open on which nothing comes, and the server's threads would wait
+    // for them for a second. The camera ends when nobody orders any more.
+    _exit(isKept ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 int main(int argc, char **argv) {

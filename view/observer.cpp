@@ -229,6 +229,8 @@ static std::string describeStatus() {
     add("ticket", status.ticket);
     add("ended", status.endedTicket);
     add("outcome", status.endedOutcome);
+    add("zoomPosition", status.zoomPosition);
+    add("focusPosition", status.focusPosition);
     add("runs", status.runs);
     add("verdict", status.runOutcome);
     add("frames", status.runFrames);

@@ -157,15 +157,30 @@ void setOption(std::vector<NamedText> &options, const NamedText &named) {
         options.push_back(named);
 }
 
+/// What is broken stays broken.
+static void carryFault(const std::string &fault, SessionPart &next) {
+    const std::string name = fault.substr(0, fault.rfind(' ') + 1);
+    const auto isOfIt = [&name](const LoggedInput &input) {
+        return input.text.compare(0, name.size(), name) == 0;
+    };
+    next.inputs.erase(std::remove_if(next.inputs.begin(), next.inputs.end(), isOfIt),
+                      next.inputs.end());
+    if (fault == name + "on")
+        next.inputs.push_back({0, fault});
+}
+
 /// What was set while the camera ran is what the next one is made of.
 static void carryOver(const LoggedInput &input, SessionPart &next) {
     std::string rest = input.text;
     const std::string verb = takeWord(rest);
     if (verb == "setting")
         next.inputs.push_back({0, input.text});
+    if (verb == "fault")
+        carryFault(input.text, next);
     if (verb == "set") {
         const std::string name = takeWord(rest);
-        setOption(next.options, {name, rest});
+        if (!name.empty() && isPlainText(rest))
+            setOption(next.options, {name, rest});
     }
 }
 

@@ -188,6 +188,21 @@ std::string Studio::choose(const std::string &words, std::vector<NamedText> &cho
     return "";
 }
 
+/// What can be told without a camera: it has the last word on what a value may be.
+static bool isInput(const std::string &text) {
+    static const char *const kVerbs[] = {"send", "set", "setting", "order", "fault", "lose"};
+    const std::string verb = text.substr(0, text.find(' '));
+    Bytes bytes;
+    return text == "power-cycle" ||
+           (std::find(std::begin(kVerbs), std::end(kVerbs), verb) != std::end(kVerbs) &&
+            !afterWord(text).empty() && (verb != "send" || parseHex(afterWord(text), bytes)));
+}
+
+static bool isPace(const std::string &text) {
+    char *end = nullptr;
+    return strtod(text.c_str(), &end) > 0 && *end == '\0';
+}
+
 std::string Studio::obey(const std::string &line) {
     static const char *const kForCamera[] = {"input", "pace", "pause", "go", "step"};
     if (!isPlainText(line))
@@ -220,6 +235,8 @@ std::string Studio::obey(const std::string &line) {
     }
     if (std::find(std::begin(kForCamera), std::end(kForCamera), word) == std::end(kForCamera))
         return "there is no order '" + word + "'";
+    if ((word == "input" && !isInput(rest)) || (word == "pace" && !isPace(rest)))
+        return "'" + rest + "' is no " + word;
     if (word == "pace")
         pace = rest;
     camera->order(line);

@@ -25,6 +25,13 @@ static void requireOrder(const view::SessionPart &part) {
     require(cut.inputs.empty() || cut.inputs.back().tick <= tick / 2, "a cut ends at its tick");
 }
 
+/// Whatever was played, the power-on after it can be written down.
+static void requireNext(const view::SessionPart &part) {
+    view::Session again;
+    const std::string next = view::spellSession({view::continueAfter(part, {}, {})});
+    require(view::parseSession(next, again).empty(), "the next power-on can be read");
+}
+
 static void requireSoundHex(const std::string &text) {
     std::vector<uint8_t> bytes;
     std::vector<uint8_t> again;
@@ -39,8 +46,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     requireSoundHex(text);
     view::Session session;
     const bool isWhole = view::parseSession(text, session).empty();
-    for (const view::SessionPart &part : session)
+    for (const view::SessionPart &part : session) {
         requireOrder(part);
+        requireNext(part);
+    }
     if (session.empty())
         return 0;
     const std::string spelled = view::spellSession(session);

@@ -132,6 +132,9 @@ function showControls() {
   if (!isBusy($('distance')))
     $('distance').value = now[DIOPTRES];
   set($('metres'), spellMetres(now[DIOPTRES]));
+  for (const [id, position] of [['zoomTo', state.zoomPosition], ['focusTo', state.focusPosition]])
+    if (!isBusy($(id)))
+      $(id).value = position;
   press($('night'), state.night);
   set($('pause'), state.paused ? '▶' : '❚❚');
   $('pause').setAttribute('aria-label', state.paused ? 'Go on' : 'Pause');
@@ -226,8 +229,8 @@ $('cancel').onclick = () => input('order cancel');
 $('home').onclick = () => send(frame('home'));
 $('askZoom').onclick = () => send(frame('askZoom'));
 $('askFocus').onclick = () => send(frame('askFocus'));
-$('zoomTo').onchange = event => send(directFrame('zoom', +event.target.value));
-$('focusTo').onchange = event => send(directFrame('focus', +event.target.value));
+$('zoomTo').onchange = event => { send(directFrame('zoom', +event.target.value)); event.target.blur(); };
+$('focusTo').onchange = event => { send(directFrame('focus', +event.target.value)); event.target.blur(); };
 $('raw').onsubmit = event => {
   event.preventDefault();
   send($('bytes').value.replaceAll(' ', '').toUpperCase());

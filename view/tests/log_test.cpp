@@ -40,12 +40,13 @@ TEST(SessionLog, a_wrong_line_is_named) {
 TEST(SessionLog, a_power_cycle_carries_the_world_and_the_store_over) {
     const Session session =
         parse("session 1\npart\noption seed 7\noption picture a.png\noption zoom-start 11000\n"
-              "stored position 00\n5 set distance 3\n6 set distance 2\n7 setting 2 1\n"
+              "stored position 00\n5 set distance 3\n6 set distance 2\n7 setting 2 1\n7 fault a "
+              "on\n7 fault b on\n8 fault b off\n"
               "8 send 81\n9 power-cycle\n9 end\n");
     const SessionPart left = parse("session 1\npart\noption zoom-start 12000\nstored line 01\n")[0];
     const SessionPart next = continueAfter(session[0], left, {{"picture", ""}, {"replies", "1"}});
     EXPECT_EQ(spellPart(next), "part\noption seed 7\noption distance 2\noption zoom-start 12000\n"
-                               "option replies 1\nstored line 01\n0 setting 2 1\n");
+                               "option replies 1\nstored line 01\n0 setting 2 1\n0 fault a on\n");
 }
 
 TEST(SessionLog, what_comes_after_a_branch_is_cut) {
