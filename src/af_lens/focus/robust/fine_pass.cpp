@@ -19,6 +19,7 @@ static const float kMuchNoise = 0.004f;
 static const float kLeastEnd = 0.05f; // by which the last two samples are lower
 static const float kEndDeviations = 3;
 static const float kLeastFall = 0.03f;
+static const float kChangeOfLight = 0.25f;
 static const float kFitReach = 2.6f; // units
 static const float kFitShare = 0.56f;
 
@@ -52,15 +53,26 @@ static bool isPast(const Judging &judging) {
            isLower(judging, count - 2, value);
 }
 
-// What shows the lens before the pass began is no sample of it, nor is a position seen twice.
+// The coarse band changes little from one sample to the next, unless the light has.
+static bool isOtherLight(const Look &look) {
+    if (count == 0)
+        return false;
+    const float before = samples[count - 1].wide;
+    return fabsf(look.wide - before) > kChangeOfLight * before;
+}
+
+// What shows the lens before the pass began is no sample of it, nor is a position seen twice, nor
+// anything from before the light changed.
 static bool sample(int *early) {
     Look look;
     const bool goesOn = isDelayKnown() ? lookNow(&look) : lookHere(&look);
     const bool isNew = count == 0 || look.position > samples[count - 1].position;
     if (*early > 0)
         --*early;
-    else if (isNew)
+    else if (isNew) {
+        count = isOtherLight(look) ? 0 : count;
         samples[count++] = look;
+    }
     return goesOn;
 }
 

@@ -118,7 +118,7 @@ static bool endAttempts(Attempt *attempt) {
 }
 
 // Passes until one is confirmed. @return the focus value where the lens stands; 0: interrupted.
-static unsigned int findTop(const Bracket &bracket, const Judging &judging) {
+static unsigned int findTop(const Bracket &bracket, const Judging &judging, bool *isLost) {
     Attempt attempt = {};
     attempt.estimate = bracket.estimate;
     attempt.margin = bracket.width / 4;
@@ -127,6 +127,7 @@ static unsigned int findTop(const Bracket &bracket, const Judging &judging) {
             return 0;
     if (!endAttempts(&attempt))
         return 0;
+    *isLost = attempt.pass.end != kPeakInside;
     decideRun(judge(judging, attempt.pass, attempt.isSure));
     if (attempt.isSure)
         learn(judging, attempt.pass);
@@ -141,10 +142,8 @@ static unsigned int returnTo(int position, AF_Outcome_em verdict) {
     return static_cast<unsigned int>(look.narrow);
 }
 
-unsigned int searchRobustly(int index1, int index2) {
-    const int start = static_cast<int>(focusPosition());
+static unsigned int search(int start, bool *isLost) {
     Bracket bracket = {};
-    beginLooking(index1, index2);
     const BracketOutcome outcome = findBracket(&bracket);
     if (outcome == kBracketBroken)
         return 0;
@@ -154,5 +153,16 @@ unsigned int searchRobustly(int index1, int index2) {
     const RunSummary seen = summariseRun();
     const Judging judging =
         chooseJudging(static_cast<float>(seen.peak), static_cast<float>(seen.floor));
-    return findTop(bracket, judging);
+    return findTop(bracket, judging, isLost);
+}
+
+// Where no pass has found the peak inside, the light may have changed while the bracket was sought.
+unsigned int searchRobustly(int index1, int index2) {
+    const int start = static_cast<int>(focusPosition());
+    bool isLost = false;
+    beginLooking(index1, index2);
+    unsigned int value = search(start, &isLost);
+    if (isLost && value != 0)
+        value = search(start, &isLost);
+    return value;
 }
