@@ -80,7 +80,7 @@ static void serveFile(const std::string &name, const std::string &token, Respons
     const size_t at = text.find(kPlace);
     if (at != std::string::npos)
         text.replace(at, kPlace.size(), token);
-    response.set_content(text, typeOf(name).c_str());
+    response.set_content(text, typeOf(name));
 }
 
 static void servePicture(const Hub &hub, Response &response) {
