@@ -93,7 +93,8 @@ static int serve(const Wish &wish, view::Session session) {
     const bool isKept = wish.recordFile.empty() || record(wish.recordFile, studio.spell());
     studio.close();
     server.stop();
-    // Connections that browsers keep open would hold their threads for a second more.
+    // A browser keeps connections open on which nothing comes, and the server's threads would wait
+    // for them for a second.
     _exit(isKept ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 

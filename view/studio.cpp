@@ -15,6 +15,8 @@ namespace view {
 
 static constexpr int64_t kMsPerTick = kTickUs / 1000;
 static constexpr int kDecimal = 10;
+static constexpr double kSlowestPace = 0.05; // the camera's own bounds
+static constexpr double kFastestPace = 200;
 static constexpr int kFirstFreeDescriptor = 10;
 
 static std::string afterWord(const std::string &line) {
@@ -192,6 +194,22 @@ std::string Studio::choose(const std::string &words, std::vector<NamedText> &cho
     return "";
 }
 
+/// What can be told without a camera: it has the last word on what a value may be.
+static bool isInput(const std::string &text) {
+    static const char *const kVerbs[] = {"send", "set", "setting", "order", "fault", "lose"};
+    const std::string verb = text.substr(0, text.find(' '));
+    Bytes bytes;
+    return text == "power-cycle" ||
+           (std::find(std::begin(kVerbs), std::end(kVerbs), verb) != std::end(kVerbs) &&
+            !afterWord(text).empty() && (verb != "send" || parseHex(afterWord(text), bytes)));
+}
+
+static bool isPace(const std::string &text) {
+    char *end = nullptr;
+    const double pace = strtod(text.c_str(), &end);
+    return pace >= kSlowestPace && pace <= kFastestPace && *end == '\0';
+}
+
 std::string Studio::obey(const std::string &line) {
     static const char *const kForCamera[] = {"input", "pace", "pause", "go", "step"};
     if (!isPlainText(line))
@@ -224,6 +242,8 @@ std::string Studio::obey(const std::string &line) {
     }
     if (std::find(std::begin(kForCamera), std::end(kForCamera), word) == std::end(kForCamera))
         return "there is no order '" + word + "'";
+    if ((word == "input" && !isInput(rest)) || (word == "pace" && !isPace(rest)))
+        return "'" + rest + "' is no " + word;
     if (word == "pace")
         pace = rest;
     orderCamera(line);

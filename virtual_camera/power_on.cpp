@@ -15,7 +15,7 @@
 namespace vcam {
 
 bool powerOnDevices(const CameraOptions &options) {
-    powerOnFlaws(options);
+    powerOnFlaws(options.flaws);
     powerOnScene(options);
     if (!chooseScene(options.picture, options.plainPicture))
         return false;

@@ -3,7 +3,6 @@
 
 #include <cmath>
 
-#include "camera_options.h"
 #include "clock/trace.h"
 
 namespace vcam {
@@ -17,8 +16,8 @@ const Flaws &flaws() {
     return present;
 }
 
-void powerOnFlaws(const CameraOptions &options) {
-    present = options.flaws;
+void powerOnFlaws(const Flaws &flaws) {
+    present = flaws;
 }
 
 void setFlaws(const Flaws &flaws) {

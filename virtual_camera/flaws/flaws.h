@@ -33,9 +33,8 @@ const Flaws &flaws();
 /// From the next frame, and the next run of a motor, on.
 void setFlaws(const Flaws &flaws);
 
-struct CameraOptions;
-
-void powerOnFlaws(const CameraOptions &options);
+/// Without a word in the trace.
+void powerOnFlaws(const Flaws &flaws);
 
 /// Light of an instant over that of a scene without flaws.
 double lightAt(int64_t timeUs);
