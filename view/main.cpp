@@ -82,7 +82,7 @@ static int serve(const Wish &wish, view::Session session) {
     const std::string terminal =
         view::openTerminalLine([&studio](const view::Bytes &bytes) { studio.send(bytes); });
     hub.hold("terminal", "{\"k\":\"terminal\",\"name\":" + view::quote(terminal) + "}");
-    std::thread serving([&server] { server.run(); });
+    std::thread([&server] { server.run(); }).detach();
     printf("A camera lives at http://localhost:%d/ and listens to VISCA and Pelco-D on %s.\n"
            "Ctrl-C ends it.\n",
            port, terminal.c_str());
@@ -90,11 +90,11 @@ static int serve(const Wish &wish, view::Session session) {
     const sigset_t signals = endingSignals();
     int signal = 0;
     sigwait(&signals, &signal);
-    const std::string text = studio.spell();
+    const bool isKept = wish.recordFile.empty() || record(wish.recordFile, studio.spell());
+    studio.close();
     server.stop();
-    const bool isKept = wish.recordFile.empty() || record(wish.recordFile, text);
     // A browser keeps connections open on which nothing comes, and the server's threads would wait
-    // for them for a second. The camera ends when nobody orders any more.
+    // for them for a second.
     _exit(isKept ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 

@@ -96,7 +96,7 @@ void noteSent(const std::string &input) {
 }
 
 static Bytes takeAnswers() {
-    const Bytes bytes = vcam::cameraSent();
+    Bytes bytes = vcam::cameraSent();
     unfinishedAnswer.insert(unfinishedAnswer.end(), bytes.begin(), bytes.end());
     tellFrames(unfinishedAnswer, "camera", explainAnswer);
     return bytes;

@@ -1,8 +1,10 @@
 #include "server.h"
 
 #include <atomic>
+#include <chrono>
 #include <httplib.h>
 #include <sys/socket.h>
+#include <thread>
 #include <utility>
 
 #include "guards.h"
@@ -15,6 +17,8 @@ static constexpr int kMostStreams = 12;
 static constexpr size_t kThreads = kMostStreams + 8;
 static constexpr time_t kKeptAliveS = 1;
 static constexpr time_t kSlowestReadS = 2;
+static constexpr int kMostLooks = 2000;
+static constexpr std::chrono::milliseconds kLookAgain{1};
 static constexpr int kOk = 200;
 static constexpr int kBad = 400;
 static constexpr int kForbidden = 403;
@@ -76,7 +80,7 @@ static void serveFile(const std::string &name, const std::string &token, Respons
     const size_t at = text.find(kPlace);
     if (at != std::string::npos)
         text.replace(at, kPlace.size(), token);
-    response.set_content(text, typeOf(name).c_str());
+    response.set_content(text, typeOf(name));
 }
 
 static void servePicture(const Hub &hub, Response &response) {
@@ -180,8 +184,11 @@ void Server::run() {
     rooms->http.listen_after_bind();
 }
 
+/// A server that has not begun yet would not hear it, and begin afterwards.
 void Server::stop() {
     rooms->hub.close();
+    for (int i = 0; i < kMostLooks && !rooms->http.is_running(); ++i)
+        std::this_thread::sleep_for(kLookAgain);
     rooms->http.stop();
 }
 

@@ -15,6 +15,8 @@ namespace view {
 
 static constexpr int64_t kMsPerTick = kTickUs / 1000;
 static constexpr int kDecimal = 10;
+static constexpr double kSlowestPace = 0.05; // the camera's own bounds
+static constexpr double kFastestPace = 200;
 static constexpr int kFirstFreeDescriptor = 10;
 
 static std::string afterWord(const std::string &line) {
@@ -39,6 +41,10 @@ Studio::Studio(Hub &theHub, std::string cameraProgram, std::vector<std::string> 
 }
 
 Studio::~Studio() {
+    close();
+}
+
+void Studio::close() {
     const std::lock_guard<std::mutex> guard(door->mutex);
     door->isClosed = true;
     camera.reset();
@@ -57,7 +63,7 @@ int64_t Studio::offsetOf(size_t part) const {
 static int writeSession(const SessionPart &part) {
     const int made = memfd_create("session", MFD_CLOEXEC);
     const int file = fcntl(made, F_DUPFD, kFirstFreeDescriptor); // out of the way of the pipes
-    close(made);
+    ::close(made);
     const std::string text = spellSession({part});
     if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
         perror("view: the session's log");
@@ -92,7 +98,7 @@ void Studio::play(size_t part, int64_t untilTick, bool isPaused) {
         words.emplace_back("--paused");
     camera = CameraProcess::start(words, makeEars());
     hub.hold("gone", std::string("{\"k\":\"gone\",\"gone\":") + (camera ? "false}" : "true}"));
-    close(file);
+    ::close(file);
 }
 
 void Studio::begin(Session wanted) {
@@ -200,7 +206,8 @@ static bool isInput(const std::string &text) {
 
 static bool isPace(const std::string &text) {
     char *end = nullptr;
-    return strtod(text.c_str(), &end) > 0 && *end == '\0';
+    const double pace = strtod(text.c_str(), &end);
+    return pace >= kSlowestPace && pace <= kFastestPace && *end == '\0';
 }
 
 std::string Studio::obey(const std::string &line) {
@@ -214,12 +221,12 @@ std::string Studio::obey(const std::string &line) {
     if (word == "rewind")
         return rewind(rest);
     if (word == "new" || word == "cycle") {
-        const std::string why = choose(rest, chosen);
+        std::string why = choose(rest, chosen);
         if (!why.empty())
             return why;
         if (word == "cycle") {
             chosenNext = chosen;
-            camera->order("input power-cycle");
+            orderCamera("input power-cycle");
             return "";
         }
         SessionPart part;
@@ -239,13 +246,18 @@ std::string Studio::obey(const std::string &line) {
         return "'" + rest + "' is no " + word;
     if (word == "pace")
         pace = rest;
-    camera->order(line);
+    orderCamera(line);
     return "";
+}
+
+void Studio::orderCamera(const std::string &line) {
+    if (camera != nullptr)
+        camera->order(line);
 }
 
 void Studio::send(const Bytes &bytes) {
     const std::lock_guard<std::mutex> guard(door->mutex);
-    camera->order("input send " + spellHex(bytes.data(), bytes.size()));
+    orderCamera("input send " + spellHex(bytes.data(), bytes.size()));
 }
 
 std::string Studio::spell() const {

@@ -18,11 +18,14 @@ namespace view {
 
 class Studio {
 public:
-    /// Pictures that may be chosen, by their file names. @p toController gets what the camera
+    /// Pictures that may be chosen, by their file names. @p listener gets what the camera
     /// sends.
     Studio(Hub &hub, std::string cameraProgram, std::vector<std::string> pictures,
-           std::function<void(const Bytes &)> toController);
+           std::function<void(const Bytes &)> listener);
     ~Studio();
+
+    /// The camera is off for good.
+    void close();
 
     /// A session from its beginning; what it holds is played.
     void begin(Session session);
@@ -44,6 +47,7 @@ private:
     void hearPart(const std::string &line);
     void hearTold(const std::string &rest);
     void goOn(int64_t endTick);
+    void orderCamera(const std::string &line);
     void branch(int64_t tick);
     std::string rewind(const std::string &ms);
     std::string choose(const std::string &words, std::vector<NamedText> &chosen) const;

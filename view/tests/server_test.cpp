@@ -82,7 +82,7 @@ TEST_F(Served, orders_that_are_none_are_refused) {
     for (const char *text :
          {"", "dance", "rewind", "rewind -5", "rewind soon", "new port=1",
           "new picture=/etc/passwd", "cycle picture=1", "pause\ngo", "input", "input dance",
-          "input send", "input send 8G", "pace", "pace fast", "pace 0"})
+          "input send", "input send 8G", "pace", "pace fast", "pace 0", "pace 201"})
         EXPECT_EQ(order(text), 400) << text;
     EXPECT_EQ(order(std::string(8193, 'x')), 413);
 }
