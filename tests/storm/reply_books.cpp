@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <deque>
 #include <mutex>
+#include <vector>
 
 using vcam::Bytes;
 
@@ -103,19 +104,30 @@ static void noteAcknowledgement(unsigned socket, const Bytes &message) {
 // What the next order can have moved it since.
 static const int kMovedOn = 200;
 
+namespace {
+struct Arrival {
+    Bytes frame;
+    int focus; ///< Where the lens truly stood when it was said to have arrived.
+};
+} // namespace
+
+static std::vector<Arrival> arrivals; // judged in the end: the travel is the library's to know
+
+static void noteArrival(const Bytes &frame) {
+    if (frame[3] == 0x48 || frame.size() == 13)
+        arrivals.push_back({frame, vcam::truePosition(vcam::Axis::Focus)});
+}
+
 /// The focus's position is the last one in the frame.
-static void expectThere(const Bytes &frame) {
-    if (frame[3] != 0x48 && frame.size() != 13)
-        return;
+static bool isThere(const Arrival &arrival) {
     unsigned position = 0;
-    for (size_t i = frame.size() - 5; i < frame.size() - 1; ++i)
-        position = position << 4 | frame[i];
+    for (size_t i = arrival.frame.size() - 5; i < arrival.frame.size() - 1; ++i)
+        position = position << 4 | arrival.frame[i];
     const int range = static_cast<int>(PI_Near_Range + PI_Far_Range);
     const int target = 10000 + (49152 - static_cast<int>(position)) * range / 45056;
     const int there =
         std::clamp(target, static_cast<int>(FM_Near_Limit), static_cast<int>(FM_Far_Limit));
-    if (std::abs(vcam::truePosition(vcam::Axis::Focus) - there) > kMovedOn)
-        complain("is not there", frame);
+    return std::abs(arrival.focus - there) <= kMovedOn;
 }
 
 /// Cancelling ends a direct order; else the one ends that was acknowledged first.
@@ -129,7 +141,7 @@ static void noteEnd(unsigned socket, uint8_t error, const Bytes &message) {
         return;
     }
     if (error == kDone)
-        expectThere(ended->frame);
+        noteArrival(ended->frame);
     list.erase(ended);
 }
 
@@ -176,6 +188,9 @@ void noteHeard(const Bytes &bytes) {
 std::string settle() {
     const std::lock_guard<std::mutex> guard(keeping);
     std::string owed = complaints;
+    for (const Arrival &arrival : arrivals)
+        if (!isThere(arrival))
+            owed += "is not there " + spell(arrival.frame) + "\n";
     for (const Asked &asked : unanswered)
         if (asked.due != Due::PerhapsNoCancel)
             owed += "unanswered " + spell(asked.frame) + "\n";
