@@ -171,7 +171,7 @@ static void noteCancelledWaiting() {
 }
 
 bool wasCancelledWaiting(int ticket) {
-    return loadWord(&cancelledWaiting[ticket % kUntold]) == ticket;
+    return ticket > 0 && loadWord(&cancelledWaiting[ticket % kUntold]) == ticket;
 }
 
 const TakenOrder &closeOrders() {
