@@ -17,6 +17,7 @@ static const int kPelcoToo = 2; // value of the setting
 static const long kIdleUs = 3000000;
 static const long kTendUs = 10000;                     // while something is to be completed
 static const unsigned int kLongestSilenceUs = 1000000; // inside a frame
+static const int kMostWaits = 8;
 static const useconds_t kDeadPortUs = 1000000;
 
 static unsigned char received[kLongestFrame];
@@ -68,9 +69,13 @@ static int measureFirst() {
 }
 
 // A frame that has to wait stays, and what comes meanwhile stays on the line.
+// Its turn comes within three looks, unless the clock stands still: then it is dropped.
 static void answerFirst(int length) {
-    if (answerVisca(received, length))
+    static int waits = 0;
+    if (answerVisca(received, length) || ++waits > kMostWaits) {
+        waits = 0;
         return;
+    }
     usedCount = 0;
     usleep(kTendUs);
 }
