@@ -50,6 +50,16 @@ void stumble() {
         sched_yield();
 }
 
+/// Let others go on: where other work has the processors, those that only yield keep each other
+/// from it, so that now and then this one sleeps.
+void giveWay() {
+    thread_local int turns = 0;
+    if (++turns % 64 == 0)
+        std::this_thread::sleep_for(std::chrono::microseconds(20));
+    else
+        sched_yield();
+}
+
 std::atomic<int> opened; // descriptors are numbers only: no file is behind them
 std::atomic<int> closed;
 thread_local int closedBefore; // the transfer in hand began after this one was closed
@@ -77,7 +87,7 @@ extern "C" {
 ANSWER(printf, stumble(), const char *, ...)
 ANSWER(__printf_chk, stumble(), int, const char *, ...)
 ANSWER(puts, stumble(), const char *)
-ANSWER(usleep, sched_yield(), useconds_t)
+ANSWER(usleep, giveWay(), useconds_t)
 ANSWER(pthread_detach, , pthread_t) // all are joined
 ANSWER(open, return 100 + opened++, const char *, int, ...)
 ANSWER(close, (closed = descriptor, stumble()), int descriptor)
@@ -268,7 +278,7 @@ void playMailbox() {
         stumble();
         lensDirectZPosition(CMD_SPST, 6);
         while (Lens_Get_Command() != CMD_NONE)
-            sched_yield();
+            giveWay();
         unsigned zoom, focus;
         readPreset(6, &zoom, &focus);
         require(zoom == place && focus == place, "a command that came during another one is lost");
@@ -402,12 +412,13 @@ const Kind kKinds[] = {
     {"start", 1500, {playStart}, [] {}},
 };
 
-/// Wait until @p goal threads have come, without the kernel's help: they go on nearly at once.
+/// Wait until @p goal threads have come, at first without the kernel's help: they go on nearly at
+/// once.
 void meet(std::atomic<int> &arrived, int goal) {
     ++arrived;
     for (int turns = 0; arrived < goal; ++turns) {
         if (turns > 300)
-            sched_yield();
+            giveWay();
     }
 }
 
