@@ -42,8 +42,9 @@ typedef enum {
     /** Slack of the focus's gear in steps, 0 to 64: every position that the library drives the
      * focus to is then approached in the direction far. From the next move on. */
     AF_SETTING_FOCUS_BACKLASH = 3,
-    /** Frames by which the ISP's focus statistics are late, 0 to 4; -1: not known, and taken for 4,
-     * which costs frames. From the next run on. */
+    /** Frames by which the ISP's focus statistics are late, 0 to 4; -1: not known. Then the robust
+     * search waits as if it were 4 until a run that is sure of its peak has measured it; the
+     * built-in one reckons with none until then. From the next run on. */
     AF_SETTING_STATISTICS_DELAY = 4,
     /** 1: while zooming the focus follows the object on which an autofocus run has ended, once the
      * unit's infinity line was measured. From the next zoom on. */

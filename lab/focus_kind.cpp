@@ -42,12 +42,7 @@ static RowText playRun(const Cell &cell, const vcam::CameraOptions &camera, long
 
 static std::vector<RowText> playUnit(const Cell &cell, const vcam::CameraOptions &camera,
                                      long unit) {
-    std::vector<RowText> rows;
-    if (!startCamera(cell, camera))
-        return rows;
-    for (int index = 0; index < kRunsPerUnit; ++index)
-        rows.push_back(playRun(cell, camera, unit * kRunsPerUnit + index));
-    return rows;
+    return playRuns(cell, camera, unit * kRunsPerUnit, kRunsPerUnit, playRun);
 }
 
 Kind makeFocusKind() {

@@ -126,16 +126,6 @@ static void prepare(const Cell &cell) {
         vcam::spectraOfKey(key);
 }
 
-static void moveToProcessor(const cpu_set_t &allowed, int number) {
-    cpu_set_t one;
-    CPU_ZERO(&one);
-    for (size_t processor = 0; processor < CPU_SETSIZE; ++processor) {
-        if (CPU_ISSET(processor, &allowed) && number-- == 0)
-            CPU_SET(processor, &one);
-    }
-    sched_setaffinity(0, sizeof one, &one);
-}
-
 /// An interrupt from the keyboard is the parent's: a unit in hand is played to its end.
 [[noreturn]] static void work(const Kind &kind, const Cell &cell, const std::vector<long> &units,
                               size_t *next, int to) {
@@ -164,7 +154,7 @@ static std::vector<Worker> startWorkers(const Kind &kind, const Cell &cell,
             continue;
         workers[number].process = fork();
         if (workers[number].process == 0) {
-            moveToProcessor(allowed, static_cast<int>(number));
+            vcam::moveToProcessor(allowed, static_cast<int>(number));
             work(kind, cell, units, next, ends[1]);
         }
         close(ends[1]);

@@ -56,6 +56,17 @@ bool startCamera(const Cell &cell, const vcam::CameraOptions &camera) {
     return vcam::awaitUntil(isParked, kLimitUs, kLookUs) && awaitIdle();
 }
 
+std::vector<RowText>
+playRuns(const Cell &cell, const vcam::CameraOptions &camera, long first, int count,
+         RowText (*playRun)(const Cell &cell, const vcam::CameraOptions &camera, long run)) {
+    std::vector<RowText> rows;
+    if (!startCamera(cell, camera))
+        return rows;
+    for (int index = 0; index < count; ++index)
+        rows.push_back(playRun(cell, camera, first + index));
+    return rows;
+}
+
 // ---- Placing
 
 static int drawZoom(vcam::SeededRandom &random, bool isOnGrid) {

@@ -4,16 +4,23 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "camera_options.h"
 #include "cell.h"
 #include "clock/seeded_random.h"
+#include "row_text.h"
 
 namespace lab {
 
 /// Start the library under the cell's settings and wait for its first focus; false when it never
 /// comes to rest.
 bool startCamera(const Cell &cell, const vcam::CameraOptions &camera);
+
+/// Start the camera and play @p count runs from number @p first on; none when it does not start.
+std::vector<RowText>
+playRuns(const Cell &cell, const vcam::CameraOptions &camera, long first, int count,
+         RowText (*playRun)(const Cell &cell, const vcam::CameraOptions &camera, long run));
 
 /// Where a lens stands, and what it looks at.
 struct Place {

@@ -8,6 +8,7 @@
 #include "devices/lens.h"
 #include "flaws/flaws.h"
 #include "host/workers.h"
+#include "isp/isp.h"
 #include "optics/lens_curves.h"
 #include "optics/scene.h"
 
@@ -168,6 +169,13 @@ TEST(RealLens, nothing_to_see_is_said_and_an_order_or_a_cancel_ends_the_search) 
         startForRealLens({"", 4, 1, 1, 1, 1, false, 0});
         EXPECT_EQ(focusOnce(), AF_OUTCOME_FLAT);
         expectSound();
+    });
+    run([] { // a sensor that has stopped
+        startForRealLens({"", 4, 1, 1, 1, 1, false, 0});
+        vcam::stallFramesUntilUs(vcam::nowUs() + 600000000);
+        const int64_t fromUs = vcam::nowUs();
+        EXPECT_EQ(focusOnce(), AF_OUTCOME_BLIND);
+        EXPECT_LT(vcam::nowUs(), fromUs + 20000000);
     });
     run([] {
         startForRealLens({"", 4, 1, -1, 1, 1, false, 0});

@@ -15,8 +15,7 @@ struct Progress {
 };
 } // namespace
 
-/// The camera stays on the processor on which it is powered on: workers must not share one.
-static void moveToProcessor(const cpu_set_t &allowed, int number) {
+void moveToProcessor(const cpu_set_t &allowed, int number) {
     cpu_set_t one;
     CPU_ZERO(&one);
     for (size_t processor = 0; processor < CPU_SETSIZE; ++processor) {

@@ -5,8 +5,7 @@
 void noteShownPosition(unsigned int record);
 
 /// Where the focus stood when the frame of the last record was exposed, by the delay if that is
-/// known.
-/// The thread that drives the focus.
+/// known. The thread that drives the focus.
 unsigned int shownPosition();
 
 /// Frames until a record shows where the lens stands now: the delay, or the most that there can be

@@ -3,6 +3,7 @@
 #include "af_lens/focus/verdict/verdict.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
+#include "af_lens/model/object_line.h"
 #include "af_lens/model/orders.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/home_search.h"
@@ -162,6 +163,8 @@ static void endCancelled() {
 
 static void noteVerdict(AF_Outcome_em verdict) {
     noteRunOf(verdict);
+    if (verdict == AF_OUTCOME_FOCUSED)
+        noteObjectInFocus();
     close(hand.isPositioning ? hand.outcome : verdict);
 }
 

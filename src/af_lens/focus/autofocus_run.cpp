@@ -9,7 +9,6 @@
 #include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/model/mailbox.h"
-#include "af_lens/model/object_line.h"
 #include "af_lens/model/orders.h"
 #include "af_lens/model/zoom_ratio.h"
 #include "af_lens/motion/focus_runs.h"
@@ -68,8 +67,10 @@ static unsigned int finish(AF_CMD_em emCmd) {
 // the direction far, which moves the counter and not the lens: as wherever else the library drives
 // to.
 static void returnWithSlack(const FocusSearch &search) {
-    if (approachFocus(search.fType, search.tagPosition) == 0 && search.fType == MS_F_NEAR)
-        lensMotorFocusRun(MS_F_FAR, focusBacklash());
+    if (approachFocus(search.fType, search.tagPosition) != 0 || search.fType != MS_F_NEAR)
+        return;
+    const int room = focusRunRange(MS_F_FAR, FM_Near_Limit, FM_Far_Limit);
+    lensMotorFocusRun(MS_F_FAR, minOf(focusBacklash(), room));
 }
 
 static unsigned int returnToPeak(AF_CMD_em emCmd, const FocusSearch &search) {
@@ -80,10 +81,8 @@ static unsigned int returnToPeak(AF_CMD_em emCmd, const FocusSearch &search) {
         lensMotorFocusRun(focus < search.tagPosition ? MS_F_FAR : MS_F_NEAR,
                           stepsBetween(focus, search.tagPosition));
     storeWord(&g_AFVClearMax, static_cast<int>(search.afvMax));
-    if (lensFocusInterrupt() == 0) {
+    if (lensFocusInterrupt() == 0)
         endJudging();
-        noteObjectInFocus();
-    }
     return finish(emCmd);
 }
 

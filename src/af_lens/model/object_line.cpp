@@ -83,7 +83,7 @@ static bool sight(Sighting *sighting) {
     const float infinity = valueAt(g_FLineInfo.tagPosition, place);
     const float behind = infinity - static_cast<float>(focusPosition());
     *sighting = {place.point, behind, valueAt(separations, place)};
-    return true;
+    return sighting->separation >= 1;
 }
 
 void noteObjectInFocus() {

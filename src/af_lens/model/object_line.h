@@ -6,7 +6,7 @@
 // infinity line runs must have been measured, else this is worse than no help.
 #pragma once
 
-/// An autofocus run has ended well: the object is where the lens stands. Lens-control thread.
+/// An autofocus run was called focused: the object is where the lens stands. Lens-control thread.
 void noteObjectInFocus();
 
 /// Make the object's line the one that tracking follows. @return false, and nothing changed, while

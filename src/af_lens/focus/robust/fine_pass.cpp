@@ -182,6 +182,7 @@ static void describe(const Judging &judging, FinePass *pass) {
 void runFinePassOver(int estimate, int margin, const Judging &judging, FinePass *pass) {
     const int from = estimate - static_cast<int>(kBeside * judging.unit) - margin;
     pass->end = kPassBroken;
+    pass->vertex = estimate;
     if (!approach(from))
         return;
     pass->end = runOver(judging);

@@ -6,6 +6,7 @@
 #include "af_lens/focus/verdict/verdict.h"
 #include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
+#include "af_lens/model/zoom_grid.h"
 #include "af_lens/motion/slack.h"
 #include "autofocus/focus_lines.h"
 #include "autofocus/mailbox.h"
@@ -26,10 +27,10 @@ LookSetting looking;
 static void takeRange(int index1, int index2) {
     unsigned int near = 0, far = 0;
     Lens_Get_SearchRange(index1, index2, &near, &far);
-    const int next = index1 * 4 + index2 + 1;
-    if (next / 4 < 16) {
+    const int next = index1 * kQuarters + index2 + 1;
+    if (next / kQuarters < kTagPoints) {
         unsigned int nextNear = near, nextFar = far;
-        Lens_Get_SearchRange(next / 4, next % 4, &nextNear, &nextFar);
+        Lens_Get_SearchRange(next / kQuarters, next % kQuarters, &nextNear, &nextFar);
         near = minOf(near, nextNear);
         far = maxOf(far, nextFar);
     }
@@ -72,7 +73,7 @@ bool lookNow(Look *look) {
     *look = {static_cast<int>(shownPosition()), static_cast<float>(value),
              static_cast<float>(record.vwV2SumAll),
              static_cast<float>(secondFocusValueAt(looking.tag, record))};
-    return lensFocusInterrupt() == 0;
+    return lensFocusInterrupt() == 0 && !isRunBlind();
 }
 
 bool lookHere(Look *look) {

@@ -30,7 +30,8 @@ bool driveTo(int position);
 /// begin outside the range.
 bool approach(int position);
 
-/// Look once the statistics show where the lens stands. @return false when a command interrupts.
+/// Look once the statistics show where the lens stands. @return false when a command interrupts, or
+/// no frames come any more.
 bool lookHere(Look *look);
 
 /// Look at the next frame, whatever position it shows. @return the same.

@@ -8,7 +8,7 @@
 #include "af_lens/focus/verdict/verdict.h"
 #include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
-#include "af_lens/model/object_line.h"
+#include "autofocus/mailbox.h"
 #include "autofocus_control.h"
 #include "platform/arithmetic.h"
 #include "platform/trace.h"
@@ -60,7 +60,6 @@ static AF_Outcome_em judge(const Judging &judging, const FinePass &pass, bool is
 }
 
 static void learn(const Judging &judging, const FinePass &pass) {
-    noteObjectInFocus();
     if (!judging.isWide && pass.curvature > 0)
         learnHalfDepth(looking.tag, sqrtf(kCurvature / pass.curvature));
 }
@@ -164,5 +163,7 @@ unsigned int searchRobustly(int index1, int index2) {
     unsigned int value = search(start, &isLost);
     if (isLost && value != 0)
         value = search(start, &isLost);
+    if (isRunBlind() && lensFocusInterrupt() == 0)
+        decideRun(AF_OUTCOME_BLIND);
     return value;
 }

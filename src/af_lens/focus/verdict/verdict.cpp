@@ -29,6 +29,7 @@ enum Stage { kNoRun, kRunning, kEnded };
 } // namespace
 
 static const unsigned int kNothingYet = 0xFFFFFFFFu;
+static const unsigned int kLooksToTell = 8;
 
 static Stage stage = kNoRun;
 static AF_Outcome_em decided; // AF_OUTCOME_NONE: by the frames
@@ -99,6 +100,14 @@ bool isRunToJudge() {
     return stage != kNoRun;
 }
 
+static bool areFramesMissing() {
+    return run.frames * 2 < looks;
+}
+
+bool isRunBlind() {
+    return looks > kLooksToTell && areFramesMissing();
+}
+
 bool isRunComplete() {
     return stage == kEnded;
 }
@@ -161,7 +170,7 @@ AF_Outcome_em judgeRun(bool waits) {
     AF_Statistics_Info record = latestStatistics();
     for (int late = framesUntilShown(); waits && decided == AF_OUTCOME_NONE && late >= 0; --late)
         afStatisticsFresh(&record);
-    if (run.frames * 2 < looks)
+    if (areFramesMissing())
         return AF_OUTCOME_BLIND;
     if (decided != AF_OUTCOME_NONE)
         return decided;

@@ -36,6 +36,9 @@ void judgeStart(unsigned int afv);
 /// Whether a run has ended, with or without an interruption, since the last call of judgeRun().
 bool isRunToJudge();
 
+/// Whether it has waited for some frames by now and got less than half of them.
+bool isRunBlind();
+
 /// Whether it came to its own end.
 bool isRunComplete();
 
