@@ -126,23 +126,19 @@ static void stepFocus(MS_Action_em type, const ManualRequest &request) {
 }
 
 // The line numbers of the traces below are part of their texts.
-static void tracePrefix(int line) {
-    TRACE_PREFIX_OF("manualCtrlThread", line);
-}
+static const char kThread[] = "manualCtrlThread";
 
 static void adviseInfinity(int line) {
-    tracePrefix(line);
-    puts("Maybe should use curve of INF.");
+    traceText(kThread, line, "Maybe should use curve of INF.");
 }
 
 static void advise2M(int line) {
-    tracePrefix(line);
-    puts("Maybe should use curve of 2M.");
+    traceText(kThread, line, "Maybe should use curve of 2M.");
 }
 
 static void toggleLine() {
     g_FLineFlag = g_FLineFlag == kLineInfinity ? kLine2M : kLineInfinity;
-    tracePrefix(251);
+    tracePrefix(kThread, 251);
     printf("Skip to %s.\n", g_FLineFlag != kLineInfinity ? "2M Line" : "INF Line");
 }
 
@@ -154,7 +150,7 @@ static void adviseLine() {
     Lens_Get_ZoomIndex(&index1, &index2, zoomPosition());
     Lens_Get_SearchRange(index1, index2, &nP, &fP);
     const unsigned int focus = focusPosition();
-    tracePrefix(267);
+    tracePrefix(kThread, 267);
     printf("[%d,%d], FM: %d\n", static_cast<int>(nP), static_cast<int>(fP),
            static_cast<int>(focus));
     if (focus <= nP) {
@@ -167,7 +163,7 @@ static void adviseLine() {
     }
     nP = focus - nP;
     fP = fP - focus;
-    tracePrefix(281);
+    tracePrefix(kThread, 281);
     printf("Update [%d,%d]\n", static_cast<int>(nP), static_cast<int>(fP));
     if (nP >= fP)
         advise2M(285);

@@ -1,13 +1,12 @@
 #include "platform/claim.h"
 
+#include "platform/monotonic_clock.h"
 #include "platform/shared_word.h"
 
-#include <time.h>
 #include <unistd.h>
 
 static const useconds_t kRetryUs = 1000;
-static const long long kMsPerSecond = 1000;
-static const long kNsPerMs = 1000000;
+static const unsigned int kUsPerMs = 1000;
 static const pthread_t kNobody = pthread_t();
 
 // Each thread's own list of what it holds, youngest first, for the end of the thread. Where no key
@@ -43,16 +42,11 @@ bool holdsClaim(const Claim *claim) {
     return pthread_equal(loadWord(&claim->holder), pthread_self()) != 0;
 }
 
-static long long readClockMs() {
-    struct timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec * kMsPerSecond + now.tv_nsec / kNsPerMs;
-}
-
 bool awaitClaim(Claim *claim, int mostMs) {
-    const long long endMs = readClockMs() + mostMs;
+    const unsigned int startUs = monotonicUs();
     while (!takeClaim(claim)) {
-        if (holdsClaim(claim) || readClockMs() >= endMs)
+        if (holdsClaim(claim) ||
+            monotonicUs() - startUs >= static_cast<unsigned int>(mostMs) * kUsPerMs)
             return false;
         usleep(kRetryUs);
     }

@@ -29,11 +29,17 @@ inline bool exchangeWord(Word *word, typename SameWord<Word>::Type expected,
                                      __ATOMIC_ACQUIRE);
 }
 
+bool exchangeWord(unsigned int *word, unsigned int expected, unsigned int value);
+
 /// Store @p value by an exchange, so that it comes either before whoever asks for the former value
 /// as above, and fails, or after all that he has stored.
-template <typename Word> inline void replaceWord(Word *word, typename SameWord<Word>::Type value) {
-    Word former;
-    do {
-        former = loadWord(word);
-    } while (!exchangeWord(word, former, value));
+void replaceWord(unsigned int *word, unsigned int value);
+
+inline bool exchangeWord(int *word, int expected, int value) {
+    return exchangeWord(reinterpret_cast<unsigned int *>(word), static_cast<unsigned int>(expected),
+                        static_cast<unsigned int>(value));
+}
+
+inline void replaceWord(int *word, int value) {
+    replaceWord(reinterpret_cast<unsigned int *>(word), static_cast<unsigned int>(value));
 }

@@ -6,21 +6,18 @@
 
 #include <stdio.h> // IWYU pragma: export
 
-#define TRACE_PREFIX_OF(function, line) printf("_Fun:%s Line:%d ", (function), (line))
+/// The first message.
+void tracePrefix(const char *function, int line);
 
-/// A trace whose second message is a fixed text; puts() adds a line end to the text's own.
-#define TRACE_TEXT_OF(function, text)                                                              \
-    do {                                                                                           \
-        TRACE_PREFIX_OF(function, __LINE__);                                                       \
-        puts(text);                                                                                \
-    } while (0)
+/// Both, the second a fixed text; puts() adds a line end to the text's own.
+void traceText(const char *function, int line, const char *text);
 
-/// A trace whose second message is formatted.
-#define TRACE_FORMAT_OF(function, ...)                                                             \
-    do {                                                                                           \
-        TRACE_PREFIX_OF(function, __LINE__);                                                       \
-        printf(__VA_ARGS__);                                                                       \
-    } while (0)
+/// Both, the second formatted.
+__attribute__((format(printf, 3, 4))) void traceFormat(const char *function, int line,
+                                                       const char *format, ...);
+
+#define TRACE_TEXT_OF(function, text)  traceText(function, __LINE__, text)
+#define TRACE_FORMAT_OF(function, ...) traceFormat(function, __LINE__, __VA_ARGS__)
 
 #define TRACE_TEXT(text)  TRACE_TEXT_OF(__func__, text)
 #define TRACE_FORMAT(...) TRACE_FORMAT_OF(__func__, __VA_ARGS__)

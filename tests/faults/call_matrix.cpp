@@ -116,7 +116,7 @@ const char kOtherImports[] =
     "memcmp memcpy memmove memset perror pthread_cond_signal pthread_detach pthread_equal "
     "pthread_getspecific pthread_key_create pthread_mutex_lock pthread_mutex_unlock "
     "pthread_once pthread_self pthread_setspecific pthread_sigmask putchar puts sigdelset "
-    "sigfillset snprintf sqrtf strcpy strlen tcgetattr tcsetattr time ";
+    "sigfillset snprintf sqrtf strcpy strlen tcgetattr tcsetattr time vprintf ";
 
 // ---- One cell
 

@@ -37,8 +37,7 @@ static void createMarker() {
 static void afStartOk(void) {
     if (access(kMarker, F_OK) != 0)
         createMarker();
-    TRACE_PREFIX_OF(__func__, kMarkerLine);
-    puts("____YES____\n");
+    traceText(__func__, kMarkerLine, "____YES____\n");
 }
 
 static void startLens() {

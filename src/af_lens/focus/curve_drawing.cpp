@@ -5,6 +5,7 @@
 #include "af_lens/model/zoom_grid.h"
 #include "af_lens/motion/counted_move.h"
 #include "af_lens/motion/home_search.h"
+#include "af_lens/motion/motors.h"
 #include "af_lens/motion/steps.h"
 #include "af_ms419xx/ms419xx.h"
 #include "autofocus/calibration.h"
@@ -70,8 +71,7 @@ static void startDrawing(const char *name) {
 static void endDrawing(const char *name, int fd, bool allPeaks) {
     close(fd);
     MS419XX_Break_MotorAB(LED_DISABLE);
-    MS419XX_Break_MotorCD(LED_DISABLE);
-    MS419XX_VDF();
+    brakeFocus();
     if (!allPeaks) {
         TRACE_FORMAT_OF(name, "No peak at ZP: %d.\n", static_cast<int>(zoomPosition()));
         parkAtWide();

@@ -47,7 +47,7 @@ static const char *nameLimit(MS_Action_em fType) {
 static void traceSample(const CalibrationRun &run, unsigned int afv) {
     const int focus = static_cast<int>(focusPosition());
     const int value = static_cast<int>(afv);
-    TRACE_PREFIX_OF(run.name, __LINE__);
+    tracePrefix(run.name, __LINE__);
     switch (run.sampleTrace) {
     case kTraceDirection:
         printf("To %s FM: %d afv: %d\n", run.fType == MS_F_FAR ? "Far " : "Near", focus, value);

@@ -74,8 +74,8 @@ unsigned int tagGroup290[kGroups][kGroupValues] = {
      12122},
 };
 
-const unsigned int kGroupReferenceSensor1[kGroups] = {12250, 12286, 12320, 12350, 12426};
-const unsigned int kGroupReferenceOtherSensors[kGroups] = {12204, 12234, 12234, 12234, 12234};
+const unsigned short kGroupReferenceSensor1[kGroups] = {12250, 12286, 12320, 12350, 12426};
+const unsigned short kGroupReferenceOtherSensors[kGroups] = {12204, 12234, 12234, 12234, 12234};
 
 const InfinityAnchors kInfinitySensor1 = {
     {12320, 12192, 12058, 11912, 11756, 11594, 11424, 11254},

@@ -10,13 +10,13 @@ static const int kGroupValues = 40; ///< Column 0 of rows 0 to 6, rows 7 to 14, 
 
 /// The built-in infinity line of one sensor variant.
 struct InfinityAnchors {
-    unsigned int firstColumn[kAnchorRows];
-    unsigned int fullRows[kFullRowsEntries];
+    unsigned short firstColumn[kAnchorRows];
+    unsigned short fullRows[kFullRowsEntries];
 };
 
 extern const InfinityAnchors kInfinitySensor1;
 extern const InfinityAnchors kInfinityOtherSensors;
 
 /// Infinity focus at the wide end of the units on which each 2 m group was measured.
-extern const unsigned int kGroupReferenceSensor1[kGroups];
-extern const unsigned int kGroupReferenceOtherSensors[kGroups];
+extern const unsigned short kGroupReferenceSensor1[kGroups];
+extern const unsigned short kGroupReferenceOtherSensors[kGroups];

@@ -56,7 +56,7 @@ void Lens_Init_FLineInfo(void) {
 
 // The group whose reference is the largest not above @p focus, unless the next one up lies within
 // the tolerance.
-static int choose2MGroup(const unsigned int *references, unsigned int focus) {
+static int choose2MGroup(const unsigned short *references, unsigned int focus) {
     int k = 0;
     while (k < kGroups && references[k] <= focus)
         ++k;
@@ -82,7 +82,7 @@ static void expandGroup(const unsigned int *values, FLine_Tagposition_ST *line) 
 // The one that goes with an infinity line.
 static void build2MLine(const FLine_Tagposition_ST &infinity, FLine_Tagposition_ST *line) {
     const bool singledOut = g_SensType == kSensorSingledOut;
-    const unsigned int *references =
+    const unsigned short *references =
         singledOut ? kGroupReferenceSensor1 : kGroupReferenceOtherSensors;
     const int group = choose2MGroup(references, infinity.tagPosition[0][0]);
     expandGroup(singledOut ? tagGroup[group] : tagGroup290[group], line);
@@ -188,10 +188,11 @@ int Lens_Get_FLTagPosition(void) {
     const int section = Lens_Get_FLTagIndex();
     if (section < 0 || section == kTeleTag)
         return section < 0 ? -1 : static_cast<int>(g_FLineInfo.tagPosition[kTeleTag][0]);
-    const long long here = g_FLineInfo.tagPosition[section][0];
-    const long long next = g_FLineInfo.tagPosition[section + 1][0];
-    const long long offset = zoomPosition() - ZM_Step_Run[section];
-    return static_cast<int>(here + (next - here) * offset / sectionLength(section));
+    const unsigned int here = g_FLineInfo.tagPosition[section][0];
+    const unsigned int next = g_FLineInfo.tagPosition[section + 1][0];
+    const unsigned int offset = zoomPosition() - ZM_Step_Run[section];
+    const unsigned int way = distance(next, here) * offset / sectionLength(section);
+    return static_cast<int>(next < here ? here - way : here + way);
 }
 
 int Lens_Get_SearchRange(int index1, int index2, unsigned int *nP, unsigned int *fP) {

@@ -7,10 +7,10 @@
 
 /// Steps are motor steps; "below" is toward wide or near, "above" toward tele or far.
 struct LensAxisModel {
-    unsigned int rangeBelowEdge; ///< From the photo-interrupter's edge to the end of the travel.
-    unsigned int rangeAboveEdge;
-    unsigned int marginBelow; ///< Kept free before that end.
-    unsigned int marginAbove;
+    unsigned short rangeBelowEdge; ///< From the photo-interrupter's edge to the end of the travel.
+    unsigned short rangeAboveEdge;
+    unsigned short marginBelow; ///< Kept free before that end.
+    unsigned short marginAbove;
     MS_Action_em setBitMoves; ///< Where the driver's direction bit, when set, moves the axis.
     MS_Action_em edgeWhenSet; ///< Where the edge is while the photo-interrupter reads non-zero.
 };

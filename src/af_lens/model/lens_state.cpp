@@ -5,7 +5,9 @@
 #include "autofocus/host/settings_table.h"
 #include "autofocus/types.h"
 #include "autofocus_control.h"
+#include "platform/arithmetic.h"
 #include "platform/faults.h"
+#include "platform/shared_word.h"
 #include "platform/trace.h"
 
 unsigned int ZM_Step_Start, FM_Step_Start;
@@ -68,6 +70,41 @@ void Lens_Init_GlobalVariable(void) {
     deriveLimits();
     deriveStepLevels();
     FM_Focus_Flag = 0;
+}
+
+unsigned int zoomPosition() {
+    return loadWord(&ZM_Step_Local);
+}
+
+unsigned int focusPosition() {
+    return loadWord(&FM_Step_Local);
+}
+
+void setPosition(unsigned int zoom, unsigned int focus) {
+    storeWord(&ZM_Step_Local, zoom);
+    storeWord(&FM_Step_Local, focus);
+}
+
+bool areLimitsKnown() {
+    return ZM_Tele_Limit != 0 && FM_Far_Limit != 0;
+}
+
+static unsigned int keepBetween(unsigned int low, unsigned int position, unsigned int high) {
+    return high == 0 ? position : clampBetween(low, position, high);
+}
+
+unsigned int keepZoomInTravel(unsigned int zoom) {
+    return keepBetween(ZM_Wide_Limit, zoom, ZM_Tele_Limit);
+}
+
+unsigned int keepFocusInTravel(unsigned int focus) {
+    return keepBetween(FM_Near_Limit, focus, FM_Far_Limit);
+}
+
+bool isInsideLimits(unsigned int zoom, unsigned int focus) {
+    const bool zoomInside = zoom >= ZM_Wide_Limit && zoom <= ZM_Tele_Limit;
+    const bool focusInside = focus >= FM_Near_Limit && focus <= FM_Far_Limit;
+    return zoomInside && focusInside;
 }
 
 bool isPositionWorthKeeping() {

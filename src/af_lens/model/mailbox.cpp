@@ -8,6 +8,10 @@
 
 Lens_ShaPos_ST *g_ShaPosInfo = nullptr;
 
+static __attribute__((noinline)) Lens_ShaPos_ST *presentRecord() {
+    return loadWord(&g_ShaPosInfo);
+}
+
 bool createRecord(void) {
     storeWord(&g_ShaPosInfo, static_cast<Lens_ShaPos_ST *>(calloc(1, sizeof(Lens_ShaPos_ST))));
     return hasRecord();
@@ -18,16 +22,16 @@ void withdrawRecord(void) {
 }
 
 bool hasRecord(void) {
-    return loadWord(&g_ShaPosInfo) != nullptr;
+    return presentRecord() != nullptr;
 }
 
 unsigned int Lens_Get_Command(void) {
-    const Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    const Lens_ShaPos_ST *record = presentRecord();
     return record == nullptr ? kNoRecord : loadWord(&record->shCommand);
 }
 
 int Lens_Set_Command(unsigned int cmd) {
-    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    Lens_ShaPos_ST *record = presentRecord();
     if (record == nullptr)
         return -1;
     storeWord(&record->shCommand, cmd);
@@ -85,7 +89,7 @@ static void exchangeContent(Lens_ShaPos_ST *record, MailboxContent seen, Mailbox
 }
 
 bool storeMailbox(MailboxContent content) {
-    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    Lens_ShaPos_ST *record = presentRecord();
     if (record != nullptr)
         storeContent(record, content);
     return record != nullptr;
@@ -96,38 +100,38 @@ int lensDirectZPosition(unsigned int cmd, unsigned short zp) {
 }
 
 MailboxContent readMailbox(void) {
-    const Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    const Lens_ShaPos_ST *record = presentRecord();
     if (record == nullptr)
         return makeContent(kNoRecord, 0);
     return loadContent(record);
 }
 
 void exchangeMailbox(MailboxContent seen, MailboxContent left) {
-    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    Lens_ShaPos_ST *record = presentRecord();
     if (record != nullptr)
         exchangeContent(record, seen, left);
 }
 
 void exchangeCommand(unsigned int seen, AF_CMD_em left) {
-    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    Lens_ShaPos_ST *record = presentRecord();
     if (record != nullptr)
         exchangeWord(&record->shCommand, seen, left);
 }
 
 void publishZoomPosition16(unsigned short position16) {
-    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    Lens_ShaPos_ST *record = presentRecord();
     if (record != nullptr)
         storeWord(&record->shRZPosition, position16);
 }
 
 void publishFocusPosition16(unsigned short position16) {
-    Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    Lens_ShaPos_ST *record = presentRecord();
     if (record != nullptr)
         storeWord(&record->shRFPosition, position16);
 }
 
 int lensGetZMapPosition(unsigned short *zp) {
-    const Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    const Lens_ShaPos_ST *record = presentRecord();
     if (record == nullptr)
         return -1;
     *zp = loadWord(&record->shRZPosition);
@@ -135,7 +139,7 @@ int lensGetZMapPosition(unsigned short *zp) {
 }
 
 int lensGetFMapPosition(unsigned short *fp) {
-    const Lens_ShaPos_ST *record = loadWord(&g_ShaPosInfo);
+    const Lens_ShaPos_ST *record = presentRecord();
     if (record == nullptr)
         return -1;
     *fp = loadWord(&record->shRFPosition);

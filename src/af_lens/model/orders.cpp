@@ -9,37 +9,43 @@
 
 static const int kLongestPlacingMs = 100;
 
-// ---- The slip, under the claim; the words may be looked at without it
+// ---- The book, under the claim; its words may be looked at without it
 
 enum Waiting { kNothingWaits, kCommandWaits, kTargetWaits };
 
-static Claim ordering;
-static struct {
+static const int kUntold = 64;
+
+namespace {
+struct Slip {
     int ticket;
     int before; // the last ticket given before
     OrderKind kind;
     MailboxContent content;
-} slip;
-static Waiting waiting = kNothingWaits; // whether the slip's order has not been taken yet
-static int issued = 0;                  // the last ticket there is
-static int settled = 0;                 // the last one that was taken or never will be
-static bool isClosed = false;
-static MailboxContent contentInHand = makeContent(CMD_NONE, 0);
-static int ticketInHand = 0;
-static int ticketCancelled = 0;
-static int ticketFailed = 0;
-static unsigned int cancellings = 0; // of whatever there is
-static bool awaitsFollowUp = false;  // of what is in hand
-static bool isChainCut = false;      // cancelled between two commands of one chain
-static TakenOrder taken;             // the lens-control thread's own
+};
+} // namespace
 
-// Tickets that were cancelled while they waited, until the lens-control thread tells of them.
-static const int kUntold = 64;
-static int cancelledWaiting[kUntold]; // at index ticket % kUntold
+static struct {
+    Claim ordering;
+    Slip slip;
+    Waiting waiting; // whether the slip's order has not been taken yet
+    int issued;      // the last ticket there is
+    int settled;     // the last one that was taken or never will be
+    MailboxContent contentInHand = makeContent(CMD_NONE, 0);
+    int ticketInHand;
+    int ticketCancelled;
+    int ticketFailed;
+    unsigned int cancellings; // of whatever there is
+    bool isClosed;
+    bool awaitsFollowUp; // of what is in hand
+    bool isChainCut;     // cancelled between two commands of one chain
+    TakenOrder taken;    // the lens-control thread's own
+    // Tickets that were cancelled while they waited, until the lens-control thread tells of them.
+    int cancelledWaiting[kUntold]; // at index ticket % kUntold
+} book;
 
 // The lens-control thread has nothing to do but wait for whoever is between these two lines.
 static void beginTaking() {
-    while (!awaitClaim(&ordering, kLongestPlacingMs)) {
+    while (!awaitClaim(&book.ordering, kLongestPlacingMs)) {
     }
 }
 
@@ -48,7 +54,7 @@ int nextTicket(int ticket) {
 }
 
 int lastTicket() {
-    return loadWord(&issued);
+    return loadWord(&book.issued);
 }
 
 bool isWork(unsigned int command) {
@@ -60,28 +66,28 @@ static bool isAutofocus(unsigned int command) {
 }
 
 static bool stillHoldsSlip() {
-    return waiting != kNothingWaits && readMailbox() == slip.content;
+    return book.waiting != kNothingWaits && readMailbox() == book.slip.content;
 }
 
 // ---- Placing
 
 int placeOrder(MailboxContent content, OrderKind kind) {
-    if (!awaitClaim(&ordering, kLongestPlacingMs))
+    if (!awaitClaim(&book.ordering, kLongestPlacingMs))
         return -1;
     int ticket = -1;
-    if (!isClosed && hasRecord()) {
-        slip = {nextTicket(issued), issued, kind, content};
-        storeWord(&issued, slip.ticket);
-        storeWord(&waiting, kind == kAsCommand ? kCommandWaits : kTargetWaits);
+    if (!book.isClosed && hasRecord()) {
+        book.slip = {nextTicket(book.issued), book.issued, kind, content};
+        storeWord(&book.issued, book.slip.ticket);
+        storeWord(&book.waiting, kind == kAsCommand ? kCommandWaits : kTargetWaits);
         storeMailbox(content);
-        ticket = issued;
+        ticket = book.issued;
     }
-    giveBackClaim(&ordering);
+    giveBackClaim(&book.ordering);
     return ticket;
 }
 
 bool doesOrderWait() {
-    return loadWord(&waiting) != kNothingWaits;
+    return loadWord(&book.waiting) != kNothingWaits;
 }
 
 // ---- Taking
@@ -93,59 +99,60 @@ static bool serves(unsigned int command, unsigned int ordered) {
     return command == ordered || (isAutofocus(command) && isFulfilled);
 }
 
-// Everything that was placed but not taken up to @p last is gone.
+// Everything that was placed but not book.taken up to @p last is gone.
 static void settle(int last) {
-    taken.goneAfter = settled;
-    taken.goneTo = settled = last;
+    book.taken.goneAfter = book.settled;
+    book.taken.goneTo = book.settled = last;
 }
 
 static void takeSlip() {
-    taken.ticket = slip.ticket;
-    taken.ordered = commandOf(slip.content);
-    if (taken.ordered == commandOf(taken.content))
-        taken.content = slip.content;
-    taken.kind = slip.kind;
-    taken.isOrdered = true;
+    book.taken.ticket = book.slip.ticket;
+    book.taken.ordered = commandOf(book.slip.content);
+    if (book.taken.ordered == commandOf(book.taken.content))
+        book.taken.content = book.slip.content;
+    book.taken.kind = book.slip.kind;
+    book.taken.isOrdered = true;
 }
 
 static bool continuesInHand(unsigned int command) {
-    return awaitsFollowUp && command == CMD_FOCUS && Lens_Get_Command() == CMD_FOCUS;
+    return book.awaitsFollowUp && command == CMD_FOCUS && Lens_Get_Command() == CMD_FOCUS;
 }
 
-// The last one placed is gone when something else lies in the mailbox, unless it is just waiting.
+// The last one placed is gone when something else lies in the mailbox, unless it is just
+// book.waiting.
 static void takeUnderClaim(MailboxContent content) {
-    taken = TakenOrder();
-    taken.content = content;
+    book.taken = TakenOrder();
+    book.taken.content = content;
     const unsigned int command = commandOf(content);
     const bool stands = stillHoldsSlip();
-    if (stands && !serves(command, commandOf(slip.content))) {
-        settle(slip.before); // it goes on waiting
+    if (stands && !serves(command, commandOf(book.slip.content))) {
+        settle(book.slip.before); // it goes on book.waiting
         return;
     }
-    storeWord(&waiting, kNothingWaits);
+    storeWord(&book.waiting, kNothingWaits);
     if (stands) {
         takeSlip();
     } else if (continuesInHand(command)) {
-        taken.ticket = loadWord(&ticketInHand);
-        taken.isContinued = true;
+        book.taken.ticket = loadWord(&book.ticketInHand);
+        book.taken.isContinued = true;
     } else if (isWork(command)) {
-        storeWord(&issued, nextTicket(issued));
-        taken.ticket = issued;
+        storeWord(&book.issued, nextTicket(book.issued));
+        book.taken.ticket = book.issued;
     }
-    settle(issued);
+    settle(book.issued);
 }
 
 static const TakenOrder &take(MailboxContent content, bool isHeld) {
     beginTaking();
-    contentInHand = hasRecord() ? readMailbox() : makeContent(CMD_ZSTOP, 0);
-    if (isChainCut && !isHeld && issued != 0 && !stillHoldsSlip())
+    book.contentInHand = hasRecord() ? readMailbox() : makeContent(CMD_ZSTOP, 0);
+    if (book.isChainCut && !isHeld && book.issued != 0 && !stillHoldsSlip())
         content = makeContent(CMD_FSTOP, valueOf(content));
-    isChainCut = false;
-    takeUnderClaim(isHeld ? contentInHand : content);
-    storeWord(&ticketInHand, taken.ticket);
-    awaitsFollowUp = false;
-    giveBackClaim(&ordering);
-    return taken;
+    book.isChainCut = false;
+    takeUnderClaim(isHeld ? book.contentInHand : content);
+    storeWord(&book.ticketInHand, book.taken.ticket);
+    book.awaitsFollowUp = false;
+    giveBackClaim(&book.ordering);
+    return book.taken;
 }
 
 const TakenOrder &takeOrder() {
@@ -158,31 +165,32 @@ const TakenOrder &takeFollowing(MailboxContent content) {
 
 void putDown(bool isContinued) {
     beginTaking();
-    awaitsFollowUp = isContinued;
-    contentInHand = makeContent(isContinued ? CMD_FOCUS : CMD_NONE, valueOf(contentInHand));
+    book.awaitsFollowUp = isContinued;
+    book.contentInHand =
+        makeContent(isContinued ? CMD_FOCUS : CMD_NONE, valueOf(book.contentInHand));
     if (!isContinued)
-        storeWord(&ticketInHand, 0);
-    giveBackClaim(&ordering);
+        storeWord(&book.ticketInHand, 0);
+    giveBackClaim(&book.ordering);
 }
 
 static void noteCancelledWaiting() {
-    storeWord(&cancelledWaiting[slip.ticket % kUntold], slip.ticket);
-    storeWord(&waiting, kNothingWaits);
+    storeWord(&book.cancelledWaiting[book.slip.ticket % kUntold], book.slip.ticket);
+    storeWord(&book.waiting, kNothingWaits);
 }
 
 bool wasCancelledWaiting(int ticket) {
-    return ticket > 0 && loadWord(&cancelledWaiting[ticket % kUntold]) == ticket;
+    return ticket > 0 && loadWord(&book.cancelledWaiting[ticket % kUntold]) == ticket;
 }
 
 const TakenOrder &closeOrders() {
     beginTaking();
-    isClosed = true;
-    taken.ticket = 0;
-    if (waiting != kNothingWaits)
+    book.isClosed = true;
+    book.taken.ticket = 0;
+    if (book.waiting != kNothingWaits)
         noteCancelledWaiting();
-    settle(issued);
-    giveBackClaim(&ordering);
-    return taken;
+    settle(book.issued);
+    giveBackClaim(&book.ordering);
+    return book.taken;
 }
 
 // ---- Cancelling
@@ -190,61 +198,61 @@ const TakenOrder &closeOrders() {
 // What waits goes from the mailbox as if it had never come: what is in hand stays there.
 static void emptyMailboxOf(MailboxContent content) {
     const MailboxContent standing = makeContent(CMD_FSTOP, valueOf(content));
-    const bool goesOn = loadWord(&ticketInHand) != 0 && !isCancelled();
-    exchangeMailbox(content, goesOn ? contentInHand : standing);
+    const bool goesOn = loadWord(&book.ticketInHand) != 0 && !isCancelled();
+    exchangeMailbox(content, goesOn ? book.contentInHand : standing);
 }
 
 static bool cancelWaiting(int ticket) {
     if (stillHoldsSlip()) {
-        if (ticket != 0 && ticket != slip.ticket)
+        if (ticket != 0 && ticket != book.slip.ticket)
             return false;
-        emptyMailboxOf(slip.content);
+        emptyMailboxOf(book.slip.content);
         noteCancelledWaiting();
         return true;
     }
     const MailboxContent held = readMailbox();
-    const bool isStored = isWork(commandOf(held)) && held != contentInHand;
-    if (ticket == 0 && isStored && !awaitsFollowUp)
+    const bool isStored = isWork(commandOf(held)) && held != book.contentInHand;
+    if (ticket == 0 && isStored && !book.awaitsFollowUp)
         emptyMailboxOf(held);
     return false;
 }
 
 int cancelOrder(int ticket) {
-    if (!awaitClaim(&ordering, kLongestPlacingMs))
+    if (!awaitClaim(&book.ordering, kLongestPlacingMs))
         return -1;
-    const int inHand = loadWord(&ticketInHand);
+    const int inHand = loadWord(&book.ticketInHand);
     bool isFound = inHand != 0 && (ticket == 0 || ticket == inHand);
     if (isFound)
-        storeWord(&ticketCancelled, inHand);
+        storeWord(&book.ticketCancelled, inHand);
     isFound = cancelWaiting(ticket) || isFound;
-    isChainCut = isChainCut || inHand == 0;
+    book.isChainCut = book.isChainCut || inHand == 0;
     if (ticket == 0)
-        storeWord(&cancellings, cancellings + 1);
-    giveBackClaim(&ordering);
+        storeWord(&book.cancellings, book.cancellings + 1);
+    giveBackClaim(&book.ordering);
     return isFound || ticket == 0 ? 0 : -1;
 }
 
 unsigned int countCancellings() {
-    return loadWord(&cancellings);
+    return loadWord(&book.cancellings);
 }
 
 bool isCancelled() {
-    const int inHand = loadWord(&ticketInHand);
-    return inHand != 0 && loadWord(&ticketCancelled) == inHand;
+    const int inHand = loadWord(&book.ticketInHand);
+    return inHand != 0 && loadWord(&book.ticketCancelled) == inHand;
 }
 
 void forgetCancelling() {
-    storeWord(&ticketCancelled, 0);
+    storeWord(&book.ticketCancelled, 0);
 }
 
 void failOrder() {
-    ticketFailed = loadWord(&ticketInHand);
-    storeWord(&ticketCancelled, ticketFailed);
+    book.ticketFailed = loadWord(&book.ticketInHand);
+    storeWord(&book.ticketCancelled, book.ticketFailed);
 }
 
 bool hasOrderFailed() {
-    const int inHand = loadWord(&ticketInHand);
-    return inHand != 0 && ticketFailed == inHand;
+    const int inHand = loadWord(&book.ticketInHand);
+    return inHand != 0 && book.ticketFailed == inHand;
 }
 
 // ---- What goes on, and what is left behind
@@ -258,32 +266,32 @@ int lensFocusInterrupt(void) {
 int lensMotorInterrupt(AF_CMD_em emCmd) {
     const unsigned int command = Lens_Get_Command();
     const bool goesOn = command == static_cast<unsigned int>(emCmd) || command == CMD_FOCUS;
-    const bool isEnded = loadWord(&waiting) == kTargetWaits || isCancelled();
+    const bool isEnded = loadWord(&book.waiting) == kTargetWaits || isCancelled();
     return goesOn && !isEnded ? 0 : 1;
 }
 
 unsigned int leaveFollowUp(AF_CMD_em followUp) {
     beginTaking();
     if (stillHoldsSlip())
-        contentInHand = makeContent(followUp, valueOf(contentInHand));
+        book.contentInHand = makeContent(followUp, valueOf(book.contentInHand));
     else if (Lens_Get_Command() != static_cast<unsigned int>(followUp))
         Lens_Set_Command(followUp);
-    giveBackClaim(&ordering);
+    giveBackClaim(&book.ordering);
     return Lens_Get_Command();
 }
 
 void leaveFollowUpOf(MailboxContent seen, AF_CMD_em followUp) {
     beginTaking();
     if (stillHoldsSlip())
-        contentInHand = makeContent(followUp, valueOf(seen));
+        book.contentInHand = makeContent(followUp, valueOf(seen));
     else
         exchangeMailbox(seen, makeContent(followUp, valueOf(seen)));
-    giveBackClaim(&ordering);
+    giveBackClaim(&book.ordering);
 }
 
 void leaveFollowUpOfCommand(unsigned int seen, AF_CMD_em followUp) {
     beginTaking();
     if (!stillHoldsSlip())
         exchangeCommand(seen, followUp);
-    giveBackClaim(&ordering);
+    giveBackClaim(&book.ordering);
 }

@@ -35,8 +35,8 @@ int lensSetCfgPath(char *path) {
 int Lens_Save_ZFLocation(void) {
     if (!areLimitsKnown())
         return -1;
-    const unsigned int focus = keepInTravel(focusPosition(), FM_Near_Limit, FM_Far_Limit);
-    const unsigned int zoom = keepInTravel(zoomPosition(), ZM_Wide_Limit, ZM_Tele_Limit);
+    const unsigned int focus = keepFocusInTravel(focusPosition());
+    const unsigned int zoom = keepZoomInTravel(zoomPosition());
     setPosition(zoom, focus);
     return isPositionWorthKeeping() ? fCallbakSetZMPosition(zoom, focus) : -1;
 }

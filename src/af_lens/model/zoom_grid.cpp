@@ -6,7 +6,7 @@
 unsigned int ZM_Step_Run[kTagPoints];
 
 // Sections get shorter toward tele, where the focus line is steep.
-static const unsigned int kSectionSteps[kTagPoints - 1] = {
+static const unsigned short kSectionSteps[kTagPoints - 1] = {
     768, 768, 768, 768, 768, 768, 768, 768, 768, 768, 768, 768, 512, 320, 224,
 };
 

@@ -35,61 +35,62 @@ static bool isValidCount(unsigned int multiple) {
 
 // ---- What follows from a ratio count ----
 
-int quarterPointOfRatio(int m, int count) {
-    const int average = kTelePoint / (count - 1);
-    const int remainder = kTelePoint % (count - 1);
-    const int longGaps = m < remainder ? m : remainder;
-    return m * average + longGaps;
+// The gaps between ratios, in quarter points: the first ones are longer by one.
+namespace {
+struct Gaps {
+    unsigned int average;
+    unsigned int longOnes;
+};
+} // namespace
+
+static Gaps gapsBetween(unsigned int count) {
+    return {kTelePoint / (count - 1), kTelePoint % (count - 1)};
 }
 
-// The last ratio that starts at or below a quarter point: the long gaps come first.
-static int ratioIndexAt(int point, int count) {
-    const int average = kTelePoint / (count - 1);
-    const int remainder = kTelePoint % (count - 1);
-    const int endOfLongGaps = remainder * (average + 1);
-    return point < endOfLongGaps ? point / (average + 1)
-                                 : remainder + (point - endOfLongGaps) / average;
-}
-
-static unsigned short position16OfPoint(int point, int count) {
-    const int m = ratioIndexAt(point, count);
-    const int past = point - quarterPointOfRatio(m, count);
-    if (past == 0)
-        return gZRPosition[m];
-    const int gap = quarterPointOfRatio(m + 1, count) - quarterPointOfRatio(m, count);
-    const int rise = gZRPosition[m + 1] - gZRPosition[m];
-    return static_cast<unsigned short>(gZRPosition[m] + past * rise / gap);
+static unsigned int quarterPoint(const Gaps &gaps, unsigned int m) {
+    return m * gaps.average + minOf(m, gaps.longOnes);
 }
 
 // ---- The maps: built under an odd version, read under an even one that stays ----
 
 // A host may write the exported word; a count outside the range would lead out of the tables.
-static int countOf(unsigned int multiple) {
-    return static_cast<int>(clampBetween<unsigned int>(kFewestRatios, multiple, kMostRatios));
+static unsigned int countOf(unsigned int multiple) {
+    return clampBetween<unsigned int>(kFewestRatios, multiple, kMostRatios);
 }
 
 // Before the building, as a message may take its time.
-static void announceCount(int count) {
-    TRACE_FORMAT_OF("Lens_Init_OSDMULMAP", "average: %d remainder: %d\n", kTelePoint / (count - 1),
-                    kTelePoint % (count - 1));
+static void announce(const Gaps &gaps) {
+    TRACE_FORMAT_OF("Lens_Init_OSDMULMAP", "average: %d remainder: %d\n",
+                    static_cast<int>(gaps.average), static_cast<int>(gaps.longOnes));
 }
 
-static void fillRatioMap(int count) {
-    storeWord(&g_Average, kTelePoint / (count - 1));
-    storeWord(&g_Remainder, kTelePoint % (count - 1));
-    for (int m = 0; m < kMostRatios; ++m) {
+static void fillRatioMap(const Gaps &gaps, unsigned int count) {
+    storeWord(&g_Average, static_cast<int>(gaps.average));
+    storeWord(&g_Remainder, static_cast<int>(gaps.longOnes));
+    for (unsigned int m = 0; m < kMostRatios; ++m) {
         const bool isUsed = m < count;
-        const int point = isUsed ? quarterPointOfRatio(m, count) : 0;
-        storeWord(&gOSDMultipleMap[m].index1, point / kQuarters);
-        storeWord(&gOSDMultipleMap[m].index2, point % kQuarters);
-        storeWord(&gOSDMultipleMap[m].ratio, isUsed ? m + 1 : 0);
+        const unsigned int point = isUsed ? quarterPoint(gaps, m) : 0;
+        storeWord(&gOSDMultipleMap[m].index1, static_cast<int>(point / kQuarters));
+        storeWord(&gOSDMultipleMap[m].index2, static_cast<int>(point % kQuarters));
+        storeWord(&gOSDMultipleMap[m].ratio, isUsed ? static_cast<int>(m + 1) : 0);
     }
 }
 
-static void Lens_Init_ZPMAP(int count) {
-    for (int point = 0; point <= kTelePoint; ++point)
-        storeWord(&gPositionMap[point / kQuarters][point % kQuarters],
-                  position16OfPoint(point, count));
+static unsigned short *mappedPoint(unsigned int point) {
+    return &gPositionMap[point / kQuarters][point % kQuarters];
+}
+
+// Each ratio's position, and evenly between it and the next one's.
+static void Lens_Init_ZPMAP(const Gaps &gaps, unsigned int count) {
+    unsigned int point = 0;
+    for (unsigned int m = 0; m + 1 < count; ++m) {
+        const unsigned int gap = quarterPoint(gaps, m + 1) - point;
+        const unsigned int rise = static_cast<unsigned int>(gZRPosition[m + 1] - gZRPosition[m]);
+        for (unsigned int past = 0; past < gap; ++past, ++point)
+            storeWord(mappedPoint(point),
+                      static_cast<unsigned short>(gZRPosition[m] + past * rise / gap));
+    }
+    storeWord(mappedPoint(point), gZRPosition[count - 1]);
 }
 
 // Another thread may set the count meanwhile: the maps end as the count does.
@@ -97,12 +98,13 @@ static void build(bool positionsToo) {
     unsigned int asked;
     do {
         asked = loadWord(&gOSDMultipleMax);
-        const int count = countOf(asked);
-        announceCount(count);
+        const unsigned int count = countOf(asked);
+        const Gaps gaps = gapsBetween(count);
+        announce(gaps);
         const unsigned int version = beginChange(&mapsVersion);
-        fillRatioMap(count);
+        fillRatioMap(gaps, count);
         if (positionsToo)
-            Lens_Init_ZPMAP(count);
+            Lens_Init_ZPMAP(gaps, count);
         endChange(&mapsVersion, version);
     } while (!exchangeWord(&gOSDMultipleMax, asked, asked));
 }
@@ -120,7 +122,7 @@ unsigned short position16OfGridPoint(int index1, int index2) {
 }
 
 static unsigned short readPoint(int point) {
-    return loadWord(&gPositionMap[point / kQuarters][point % kQuarters]);
+    return loadWord(mappedPoint(static_cast<unsigned int>(point)));
 }
 
 int firstPointAtOrAbove(unsigned short rzp) {
@@ -138,7 +140,7 @@ int firstPointAtOrAbove(unsigned short rzp) {
 // ---- The count ----
 
 static int refuseCount(const char *function, int line, unsigned int multiple) {
-    TRACE_PREFIX_OF(function, line);
+    tracePrefix(function, line);
     printf("Invaled osd multiple %d.\n", static_cast<int>(multiple));
     return -1;
 }
@@ -168,11 +170,11 @@ int Lens_Reset_OSDMULMAP(unsigned int multiple) {
 // ---- Publishing where the lens stands ----
 
 // Index of the ratio shown at a 16-bit position; -1 when the position is above the last ratio's.
-static int findRatio(unsigned short rzp, int count) {
-    for (int m = 0; m < count; ++m) {
+static int findRatio(unsigned short rzp, unsigned int count) {
+    for (unsigned int m = 0; m < count; ++m) {
         const bool isBelowNext = m + 1 < kMostRatios && rzp < gZRPosition[m + 1];
         if (rzp == gZRPosition[m] || isBelowNext)
-            return m;
+            return static_cast<int>(m);
     }
     return -1;
 }

@@ -14,9 +14,6 @@ static const int kTelePoint = 60; ///< Number of the quarter point at the tele e
 /// Build both maps as one for the present count.
 void buildRatioMaps();
 
-/// Quarter point at which ratio number @p m (0 for 1x) sits when @p count ratios are spread.
-int quarterPointOfRatio(int m, int count);
-
 /// 16-bit position of a grid point.
 unsigned short position16OfGridPoint(int index1, int index2);
 

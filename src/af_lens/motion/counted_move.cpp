@@ -116,8 +116,8 @@ void Lens_Move_NSteps(MS_Action_em zType, int zSteps, MS_Action_em fType, int fS
 // A curve that came from the host unchecked may ask for a focus outside the travel: the motor goes
 // no further than the limit, where storing the position would put the counter anyway.
 void Lens_To_Destination(unsigned int desZP, unsigned int desFP) {
-    const unsigned int zoom = keepInTravel(desZP, ZM_Wide_Limit, ZM_Tele_Limit);
-    const unsigned int focus = keepInTravel(desFP, FM_Near_Limit, FM_Far_Limit);
+    const unsigned int zoom = keepZoomInTravel(desZP);
+    const unsigned int focus = keepFocusInTravel(desFP);
     Lens_Move_NSteps(
         zoom > ZM_PI_Position ? MS_Z_TELE : MS_Z_WIDE, stepsBetween(zoom, ZM_PI_Position),
         focus > FM_PI_Position ? MS_F_FAR : MS_F_NEAR, stepsBetween(focus, FM_PI_Position));

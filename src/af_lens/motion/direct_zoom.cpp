@@ -60,7 +60,7 @@ static bool asksForPowerOffPosition(unsigned short rzp) {
 static void restorePowerOffPosition() {
     const unsigned int zoom = zoomPosition();
     const unsigned int focus = focusPosition();
-    const unsigned int target = keepInTravel(FM_Step_Powoff, FM_Near_Limit, FM_Far_Limit);
+    const unsigned int target = keepFocusInTravel(FM_Step_Powoff);
     const int zSteps = stepsBetween(ZM_Step_Powoff, zoom);
     const int fSteps = stepsBetween(target, focus);
     if (zSteps > 0 || fSteps > 0)

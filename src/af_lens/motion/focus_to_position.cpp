@@ -10,7 +10,7 @@
 
 // As focusing by hand, so that the next zoom returns to where the first one began.
 bool driveFocusTo(unsigned short rfp, unsigned int standing) {
-    const unsigned int target = keepInTravel(focusOfPosition16(rfp), FM_Near_Limit, FM_Far_Limit);
+    const unsigned int target = keepFocusInTravel(focusOfPosition16(rfp));
     const unsigned int focus = focusPosition();
     if (target != focus) {
         lensMotorFocusHomeSet();

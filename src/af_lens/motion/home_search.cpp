@@ -127,9 +127,9 @@ static bool runFastPass(const SearchedAxis &axis, MS_Action_em direction, int *l
 }
 
 static bool runSlowPass(const SearchedAxis &axis, MS_Action_em direction, unsigned char step,
-                        int mostPeriods, bool finalPass, int *level) {
+                        unsigned int mostPeriods, bool finalPass, int *level) {
     MS419XX_Set_PSUM_ICNT_Register(direction, step, LED_DISABLE);
-    for (int periods = 0; periods <= mostPeriods; ++periods) {
+    for (unsigned int periods = 0; periods <= mostPeriods; ++periods) {
         const int now = readSensor(axis);
         if (isBlind(now))
             break;
@@ -158,7 +158,7 @@ static bool searchAxis(const SearchedAxis &axis) {
     const MS_Action_em approach = towardEdge(axis, level);
     if (!runFastPass(axis, approach, &level, &travelled))
         return false;
-    const int mostBackPeriods = 2 * Step_Level_Rst / Step_Level_Min;
+    const unsigned int mostBackPeriods = 2u * Step_Level_Rst / Step_Level_Min;
     if (!runSlowPass(axis, opposite(approach), Step_Level_Min, mostBackPeriods, false, &level))
         return false;
     usleep(kSettleUs);

@@ -4,13 +4,10 @@
 
 #include <fcntl.h>
 #include <termios.h>
-#include <time.h>
 #include <unistd.h>
 
 static const unsigned char kFromCamera1 = 0x90;
 static const unsigned int kErrorHead = 0x60;
-static const unsigned int kUsPerSecond = 1000000;
-static const long kNsPerUs = 1000;
 
 // What is written by address is kept off the stack, where each function would guard it.
 static int port = -1;
@@ -29,13 +26,6 @@ void openPort(int fd) {
     port = fd;
     fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
     wakeAtFirstByte(fd);
-}
-
-unsigned int nowUs() {
-    static struct timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<unsigned int>(now.tv_sec) * kUsPerSecond +
-           static_cast<unsigned int>(now.tv_nsec / kNsPerUs);
 }
 
 // A message that was cut short is ended before the next one, which would be taken for its rest.

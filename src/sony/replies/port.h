@@ -5,9 +5,6 @@
 /// Make @p fd the port: nothing that is written to it waits, and a single byte can be read.
 void openPort(int fd);
 
-/// Microseconds of a clock that wraps.
-unsigned int nowUs();
-
 void sendBytes(const unsigned char *bytes, int count);
 
 /// A VISCA message: 90, @p head, @p payload, FF.

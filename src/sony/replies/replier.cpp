@@ -3,10 +3,10 @@
 #include "autofocus/host/settings_table.h"
 #include "autofocus_control.h"
 #include "platform/arithmetic.h"
+#include "platform/monotonic_clock.h"
 #include "platform/select_readable.h"
 #include "sony/replies/frames.h"
 #include "sony/replies/pelco_d.h"
-#include "sony/replies/port.h"
 #include "sony/replies/sockets.h"
 #include "sony/replies/visca.h"
 
@@ -51,9 +51,9 @@ static void readPort(int fd) {
 }
 
 static bool isReadAgain(int fd, bool isBusy) {
-    const unsigned int beginUs = nowUs();
+    const unsigned int beginUs = monotonicUs();
     const int ready = selectReadable(fd, isBusy ? kTendUs : kIdleUs);
-    silentUs += nowUs() - beginUs;
+    silentUs += monotonicUs() - beginUs;
     if (silentUs >= kLongestSilenceUs)
         receivedCount = 0;
     if (receivedCount == 0)

@@ -3,6 +3,7 @@
 #include "af_lens/model/mailbox.h"
 #include "af_lens/model/orders.h"
 #include "autofocus_control.h"
+#include "platform/monotonic_clock.h"
 #include "sony/replies/lens_state.h"
 #include "sony/replies/port.h"
 
@@ -51,7 +52,7 @@ static void complete(int socket, bool isDone) {
 }
 
 static bool isDue(unsigned int acknowledgedUs) {
-    return nowUs() - acknowledgedUs >= kBetweenUs;
+    return monotonicUs() - acknowledgedUs >= kBetweenUs;
 }
 
 // ---- What is obeyed at once
@@ -75,7 +76,7 @@ int acknowledge() {
 }
 
 void finish(int socket, bool isDone) {
-    finished[finishedCount++ % kMostFinished] = {nowUs(), static_cast<unsigned char>(socket),
+    finished[finishedCount++ % kMostFinished] = {monotonicUs(), static_cast<unsigned char>(socket),
                                                  isDone};
     ++waitingOn[socket];
 }
@@ -135,14 +136,14 @@ static void cancelDirect(int socket) {
 }
 
 static void start(int socket, MailboxContent content, OrderKind kind) {
-    orders[socket] = {kHeld, kind, content, 0, nowUs(), lastTicket(), countCancellings()};
+    orders[socket] = {kHeld, kind, content, 0, monotonicUs(), lastTicket(), countCancellings()};
     startHeld();
 }
 
 bool orderDirect(MailboxContent content, OrderKind kind) {
     for (int i = 1; i <= kSockets; ++i)
         if (isSame(orders[i], content, kind)) {
-            orders[i].acknowledgedUs = nowUs();
+            orders[i].acknowledgedUs = monotonicUs();
             sendReply(kAcknowledgeHead + static_cast<unsigned int>(i), nullptr, 0);
             return true;
         }
