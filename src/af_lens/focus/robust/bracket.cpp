@@ -1,6 +1,7 @@
 #include "af_lens/focus/robust/bracket.h"
 
 #include "af_lens/focus/robust/look.h"
+#include "af_lens/focus/verdict/clear_difference.h"
 #include "af_lens/model/lens_state.h"
 #include "platform/arithmetic.h"
 
@@ -18,15 +19,15 @@ static const float kLongestInNoise = 40;
 static const int kLeastFirst = 16; // steps
 static const int kLeastLongest = 24;
 static const int kMostLongest = 192;
-static const float kGrowth = 1.8f;
+static const int kGrowthInFifths = 9;
 static const float kMuchNoise = 0.004f;
 static const float kLeastFall = 0.03f;
 static const float kFallDeviations = 5;
-static const float kLeastContrast = 8.0f / 7;
+static const float kLeastContrast = 1.0f / 7;
 static const float kNarrowEnough = 7; // half depths
 static const float kTooNear = 2;
 static const float kStepAside = 2.5f;
-static const float kInside = 0.15f; // of the bracket
+static const int kInsideInTwentieths = 3; // of the bracket
 static const float kFloorShare = 0.8f;
 
 static Look looks[kMostLooks]; // by position
@@ -40,8 +41,8 @@ static int best() {
     return highest;
 }
 
-static float lowest() {
-    float least = looks[0].wide;
+static unsigned int lowest() {
+    unsigned int least = looks[0].wide;
     for (int i = 1; i < count; ++i)
         least = minOf(least, looks[i].wide);
     return least;
@@ -66,9 +67,9 @@ static bool lookAt(int position) {
 
 // The next look on one side, -1 or 1, of the highest that is clearly lower.
 static bool isLowerBeside(int highest, int side) {
-    const float fall = maxOf(kLeastFall, kFallDeviations * looking.wideNoise);
+    const float fall = clearShare(kLeastFall, kFallDeviations, looking.wideNoise);
     for (int i = highest + side; i >= 0 && i < count; i += side)
-        if (looks[i].wide < looks[highest].wide * (1 - fall))
+        if (isClearlyLower(looks[i].wide, looks[highest].wide, fall))
             return true;
     return false;
 }
@@ -77,10 +78,9 @@ static bool isAtEnd(int side) {
     return side < 0 ? looks[0].position <= looking.near : looks[count - 1].position >= looking.far;
 }
 
-static float longestJump() {
+static int longestJump() {
     const float most = looking.noise > kMuchNoise ? kLongestInNoise : kLongestJump;
-    return static_cast<float>(
-        clampBetween(kLeastLongest, static_cast<int>(most * looking.halfDepth), kMostLongest));
+    return clampBetween(kLeastLongest, halfDepths(most), kMostLongest);
 }
 
 // The side to go on, 0 when both are known.
@@ -93,13 +93,12 @@ static int chooseSide(int highest, int present) {
 }
 
 static bool jump(int side) {
-    float length = maxOf(kFirstJump * looking.halfDepth, static_cast<float>(kLeastFirst));
+    int length = maxOf(halfDepths(kFirstJump), kLeastFirst);
     while (count < kMostLooks / 2 && (side = chooseSide(best(), side)) != 0) {
         const int from = looks[side < 0 ? 0 : count - 1].position;
-        if (!lookAt(
-                clampBetween(looking.near, from + side * static_cast<int>(length), looking.far)))
+        if (!lookAt(clampBetween(looking.near, from + side * length, looking.far)))
             return false;
-        length = minOf(length * kGrowth, longestJump());
+        length = minOf(length * kGrowthInFifths / 5, longestJump());
     }
     return true;
 }
@@ -107,14 +106,15 @@ static bool jump(int side) {
 // ---- Narrowing
 
 static float nearness(const Look &look, float floor) {
-    return cbrtf(maxOf(look.wide * look.wide - kFloorShare * floor * floor, 1.0f));
+    const float value = static_cast<float>(look.wide);
+    return cbrtf(maxOf(value * value - kFloorShare * floor * floor, 1.0f));
 }
 
 static void describe(Bracket *bracket) {
     const int highest = best();
     const Look &left = looks[maxOf(highest - 1, 0)];
     const Look &right = looks[minOf(highest + 1, count - 1)];
-    const float floor = lowest();
+    const float floor = static_cast<float>(lowest());
     const float toLeft = nearness(left, floor);
     const float toRight = nearness(right, floor);
     bracket->width = right.position - left.position;
@@ -128,20 +128,18 @@ static void describe(Bracket *bracket) {
 static int chooseNext(const Bracket &bracket) {
     const int highest = best();
     const int left = looks[maxOf(highest - 1, 0)].position;
-    const int inside = static_cast<int>(kInside * static_cast<float>(bracket.width));
+    const int inside = bracket.width * kInsideInTwentieths / 20;
     const int centre = looks[highest].position;
     int next = bracket.estimate;
-    if (static_cast<float>(abs(next - centre)) < kTooNear * looking.halfDepth) {
-        const int aside = static_cast<int>(lroundf(kStepAside * looking.halfDepth));
+    if (abs(next - centre) <= halfDepths(kTooNear)) {
+        const int aside = halfDepths(kStepAside);
         next = 2 * (centre - left) < bracket.width ? centre + aside : centre - aside;
     }
     return clampBetween(left + inside, next, left + bracket.width - inside);
 }
 
 static bool narrow(Bracket *bracket) {
-    for (describe(bracket);
-         static_cast<float>(bracket->width) >= kNarrowEnough * looking.halfDepth &&
-         count < kMostLooks;
+    for (describe(bracket); bracket->width > halfDepths(kNarrowEnough) && count < kMostLooks;
          describe(bracket))
         if (!lookAt(chooseNext(*bracket)))
             return false;
@@ -157,13 +155,13 @@ static const float kWideRiseDeviations = 5;
 
 namespace {
 struct Rise {
-    float highest;
-    float sum;
+    unsigned int highest;
+    unsigned int sum;
     int at;
 };
 } // namespace
 
-static void watch(Rise *rise, float value, int position) {
+static void watch(Rise *rise, unsigned int value, int position) {
     rise->sum += value;
     if (value > rise->highest) {
         rise->highest = value;
@@ -171,17 +169,15 @@ static void watch(Rise *rise, float value, int position) {
     }
 }
 
-static bool isClear(const Rise &rise, int samples, float deviations) {
-    const float mean = rise.sum / static_cast<float>(samples);
-    return rise.highest > mean * (1 + deviations);
+static bool isClear(const Rise &rise, unsigned int samples, float deviations) {
+    return isClearlyHigher(rise.highest, rise.sum / samples, deviations);
 }
 
 static BracketOutcome sweep(Bracket *bracket) {
-    const int step =
-        clampBetween(1, static_cast<int>(kSweepStep * looking.halfDepth), kLongestSweepStep);
+    const int step = clampBetween(1, halfDepths(kSweepStep), kLongestSweepStep);
     Rise narrowRise = {0, 0, 0};
     Rise wideRise = {0, 0, 0};
-    int samples = 0;
+    unsigned int samples = 0;
     for (int position = looking.near; position < looking.far + step; position += step, ++samples) {
         Look look;
         if (!driveTo(position) || !lookHere(&look))
@@ -201,7 +197,7 @@ BracketOutcome findBracket(Bracket *bracket) {
     count = 0;
     if (!lookAt(static_cast<int>(focusPosition())) || !jump(1))
         return kBracketBroken;
-    if (looks[best()].wide < lowest() * kLeastContrast)
+    if (!isClearlyHigher(looks[best()].wide, lowest(), kLeastContrast))
         return sweep(bracket);
     return narrow(bracket) ? kBracketed : kBracketBroken;
 }

@@ -2,6 +2,7 @@
 
 #include "af_interface/statistics/shown_position.h"
 #include "af_lens/focus/robust/look.h"
+#include "af_lens/focus/verdict/clear_difference.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/motion/motors.h"
 #include "af_ms419xx/ms419xx.h"
@@ -18,52 +19,62 @@ static const float kStepInNoise = 0.45f;
 static const float kMuchNoise = 0.004f;
 static const float kLeastEnd = 0.05f; // by which the last two samples are lower
 static const float kEndDeviations = 3;
-static const float kLeastFall = 0.03f;
 static const float kChangeOfLight = 0.25f;
 static const float kFitReach = 2.6f; // units
 static const float kFitShare = 0.56f;
 
-static Look samples[kMostSamples];
+namespace {
+struct Sample {
+    int position;
+    unsigned int value; // the judged one
+    unsigned int wide;
+    float ratio;
+};
+} // namespace
+
+static Sample samples[kMostSamples];
 static int count;
 
-float judgedValue(const Judging &judging, const Look &look) {
+unsigned int judgedValue(const Judging &judging, const Look &look) {
     return judging.isWide ? look.wide : look.narrow;
 }
 
-static int highest(const Judging &judging) {
+float detailOf(const Look &look) {
+    return static_cast<float>(look.narrow) / static_cast<float>(maxOf(look.check, 1u));
+}
+
+static int highest() {
     int at = 0;
     for (int i = 1; i < count; ++i)
-        if (judgedValue(judging, samples[i]) > judgedValue(judging, samples[at]))
+        if (samples[i].value > samples[at].value)
             at = i;
     return at;
 }
 
 // ---- Sampling
 
-static bool isLower(const Judging &judging, int sample, float top) {
-    const float fall = maxOf(kLeastEnd, kEndDeviations * judging.noise);
-    return judgedValue(judging, samples[sample]) < top * (1 - fall);
+static float stepsFrom(const Sample &top, const Sample &sample) {
+    return static_cast<float>(sample.position - top.position);
 }
 
+// The last two are beyond, and lower.
 static bool isPast(const Judging &judging) {
-    const int top = highest(judging);
-    const float value = judgedValue(judging, samples[top]);
-    const float beyond = static_cast<float>(samples[count - 1].position - samples[top].position);
-    return count > 2 && beyond >= kBeside * judging.unit && isLower(judging, count - 1, value) &&
-           isLower(judging, count - 2, value);
+    const Sample &top = samples[highest()];
+    const Sample *const last = &samples[count - 1];
+    const float fall = clearShare(kLeastEnd, kEndDeviations, judging.noise);
+    return count > 2 && stepsFrom(top, *last) >= kBeside * judging.unit &&
+           isClearlyLower(last[0].value, top.value, fall) &&
+           isClearlyLower(last[-1].value, top.value, fall);
 }
 
 // The coarse band changes little from one sample to the next, unless the light has.
 static bool isOtherLight(const Look &look) {
-    if (count == 0)
-        return false;
-    const float before = samples[count - 1].wide;
-    return fabsf(look.wide - before) > kChangeOfLight * before;
+    return count > 0 && isClearlyOther(look.wide, samples[count - 1].wide, kChangeOfLight);
 }
 
 // What shows the lens before the pass began is no sample of it, nor is a position seen twice, nor
 // anything from before the light changed.
-static bool sample(int *early) {
+static bool sample(const Judging &judging, int *early) {
     Look look;
     const bool goesOn = isDelayKnown() ? lookNow(&look) : lookHere(&look);
     const bool isNew = count == 0 || look.position > samples[count - 1].position;
@@ -71,7 +82,7 @@ static bool sample(int *early) {
         --*early;
     else if (isNew) {
         count = isOtherLight(look) ? 0 : count;
-        samples[count++] = look;
+        samples[count++] = {look.position, judgedValue(judging, look), look.wide, detailOf(look)};
     }
     return goesOn;
 }
@@ -96,7 +107,7 @@ static PassEnd runOver(const Judging &judging) {
     count = 0;
     MS419XX_Set_PSUM_ICNT_RegofFocus(MS_F_FAR, static_cast<unsigned char>(steps));
     for (int idle = 0; count < kMostSamples && idle < kMostSamples;) {
-        if (!sample(&early))
+        if (!sample(judging, &early))
             return kPassBroken;
         if (count > 0 && isPast(judging))
             break;
@@ -107,7 +118,7 @@ static PassEnd runOver(const Judging &judging) {
     }
     if (count == 0)
         return kPeakBeyond;
-    const int top = highest(judging);
+    const int top = highest();
     return top == 0 ? kPeakBefore : top == count - 1 ? kPeakBeyond : kPeakInside;
 }
 
@@ -123,10 +134,10 @@ struct Sums {
 
 static Sums sumUp(const Judging &judging, int top) {
     Sums sums = {{0, 0, 0, 0, 0}, {0, 0, 0}};
+    const float height = static_cast<float>(samples[top].value);
     for (int i = 0; i < count; ++i) {
-        const float x =
-            static_cast<float>(samples[i].position - samples[top].position) / judging.unit;
-        const float y = judgedValue(judging, samples[i]) / judgedValue(judging, samples[top]);
+        const float x = stepsFrom(samples[top], samples[i]) / judging.unit;
+        const float y = static_cast<float>(samples[i].value) / height;
         if (fabsf(x) > kFitReach || y < kFitShare)
             continue;
         float power = 1;
@@ -151,32 +162,28 @@ static void fit(const Judging &judging, int top, FinePass *pass) {
     const float a = determinant(sums.t, s + 1, s + 2) / whole;
     const float b = determinant(s, sums.t, s + 2) / whole;
     const float c = determinant(s, s + 1, sums.t) / whole;
-    const float height = judgedValue(judging, samples[top]);
+    const float height = static_cast<float>(samples[top].value);
     const bool isHill = whole > 0 && c < 0 && fabsf(b) < -3 * c; // within one and a half units
     const float x = isHill ? -b / (2 * c) : 0;
     pass->vertex = samples[top].position + static_cast<int>(lroundf(x * judging.unit));
-    pass->top = isHill ? (a + b * x / 2) * height : height;
-    pass->curvature = isHill ? -c / (a + b * x / 2) : 0;
+    const float peak = isHill ? a + b * x / 2 : 1;
+    pass->top = static_cast<unsigned int>(peak * height);
+    pass->curvature = isHill ? -c / peak : 0;
 }
 
-static bool hasFallen(const Judging &judging, int from, int to, float top) {
-    const float fall = maxOf(kLeastFall, kEndDeviations * judging.noise);
-    for (int i = from; i < to; ++i)
-        if (judgedValue(judging, samples[i]) < top * (1 - fall))
-            return true;
-    return false;
+static unsigned int lowestOf(int from, int to) {
+    unsigned int lowest = samples[from].value;
+    for (int i = from + 1; i < to; ++i)
+        lowest = minOf(lowest, samples[i].value);
+    return lowest;
 }
 
 static void describe(const Judging &judging, FinePass *pass) {
-    const int top = highest(judging);
-    const float value = judgedValue(judging, samples[top]);
+    const int top = highest();
     fit(judging, top, pass);
-    pass->ratio = samples[top].narrow / maxOf(samples[top].check, 1.0f);
-    pass->lowest = value;
-    for (int i = 0; i < count; ++i)
-        pass->lowest = minOf(pass->lowest, judgedValue(judging, samples[i]));
-    pass->fellBefore = hasFallen(judging, 0, top, value);
-    pass->fellAfter = hasFallen(judging, top + 1, count, value);
+    pass->ratio = samples[top].ratio;
+    pass->lowestBefore = lowestOf(0, top);
+    pass->lowestAfter = lowestOf(top, count);
 }
 
 void runFinePassOver(int estimate, int margin, const Judging &judging, FinePass *pass) {

@@ -18,18 +18,19 @@ enum PassEnd {
 
 struct FinePass {
     PassEnd end;
-    int vertex;      ///< Of the parabola.
-    float top;       ///< Its value there.
-    float curvature; ///< Share of the top by which it falls one unit away.
-    float lowest;
-    float ratio;     ///< Narrow over check value at the highest sample.
-    bool fellBefore; ///< Clearly, on this side of the peak,
-    bool fellAfter;  ///< and on that.
+    int vertex;                ///< Of the parabola.
+    unsigned int top;          ///< Its value there.
+    float curvature;           ///< Share of the top by which it falls one unit away.
+    float ratio;               ///< Narrow over check value at the highest sample.
+    unsigned int lowestBefore; ///< Sample on this side of the highest,
+    unsigned int lowestAfter;  ///< and on that.
 };
 
-/// The value that is judged.
+/// The value that is judged, and the ratio to the coarser band, which no change of the light
+/// touches.
 struct Look;
-float judgedValue(const Judging &judging, const Look &look);
+unsigned int judgedValue(const Judging &judging, const Look &look);
+float detailOf(const Look &look);
 
 /// Run over @p estimate, which may be off by @p margin steps.
 void runFinePassOver(int estimate, int margin, const Judging &judging, FinePass *pass);

@@ -34,14 +34,13 @@ static void takeRange(int index1, int index2) {
         near = minOf(near, nextNear);
         far = maxOf(far, nextFar);
     }
-    const int width = static_cast<int>(far) - static_cast<int>(near);
+    const int width = static_cast<int>(far - near);
     const int margin = kUnitMargin + focusBacklash();
-    const int least = static_cast<int>(FM_Near_Limit);
-    const int most = static_cast<int>(FM_Far_Limit);
+    const int nearMargin = maxOf(width / kNearShare, margin);
+    const int farMargin = maxOf(width / kFarShare, margin);
     looking.near =
-        clampBetween(least, static_cast<int>(near) - maxOf(width / kNearShare, margin), most);
-    looking.far =
-        clampBetween(least, static_cast<int>(far) + maxOf(width / kFarShare, margin), most);
+        static_cast<int>(keepFocusInTravel(near - static_cast<unsigned int>(nearMargin)));
+    looking.far = static_cast<int>(keepFocusInTravel(far + static_cast<unsigned int>(farMargin)));
 }
 
 void beginLooking(int index1, int index2) {
@@ -50,6 +49,10 @@ void beginLooking(int index1, int index2) {
     looking.noise = noiseShareAt(index1);
     looking.wideNoise = looking.noise * (isJudgedByAll(index1) ? 1 : kWideNoise);
     takeRange(index1, index2);
+}
+
+int halfDepths(float number) {
+    return static_cast<int>(number * looking.halfDepth);
 }
 
 bool driveTo(int position) {
@@ -70,9 +73,8 @@ bool lookNow(Look *look) {
     afStatisticsFresh(&record);
     const unsigned int value = focusValueAt(looking.tag, record);
     judgeFrame(value);
-    *look = {static_cast<int>(shownPosition()), static_cast<float>(value),
-             static_cast<float>(record.vwV2SumAll),
-             static_cast<float>(secondFocusValueAt(looking.tag, record))};
+    *look = {static_cast<int>(shownPosition()), value, record.vwV2SumAll,
+             secondFocusValueAt(looking.tag, record)};
     return lensFocusInterrupt() == 0 && !isRunBlind();
 }
 

@@ -4,9 +4,9 @@
 /// What the statistics show at a focus position.
 struct Look {
     int position;
-    float narrow; ///< First focus value, fine detail: a narrow hill.
-    float wide;   ///< Second one of the whole picture, coarser detail: a wide hill.
-    float check;  ///< Second one of the zones of the first.
+    unsigned int narrow; ///< First focus value, fine detail: a narrow hill.
+    unsigned int wide;   ///< Second one of the whole picture, coarser detail: a wide hill.
+    unsigned int check;  ///< Second one of the zones of the first.
 };
 
 /// What all looks of a run share. Written by beginLooking() only.
@@ -22,6 +22,9 @@ struct LookSetting {
 extern LookSetting looking;
 
 void beginLooking(int index1, int index2);
+
+/// So many half depths, in whole steps.
+int halfDepths(float number);
 
 /// Drive the focus to @p position, kept in the range. @return false when a command interrupts.
 bool driveTo(int position);

@@ -5,6 +5,7 @@
 #include "af_lens/focus/robust/delay.h"
 #include "af_lens/focus/robust/fine_pass.h"
 #include "af_lens/focus/robust/look.h"
+#include "af_lens/focus/verdict/clear_difference.h"
 #include "af_lens/focus/verdict/verdict.h"
 #include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
@@ -24,6 +25,8 @@
 
 static const int kMostPasses = 4;
 static const float kContrastDeviations = 12;
+static const float kLeastFall = 0.03f;
+static const float kFallDeviations = 3;
 static const float kWideUnit = 2; // half depths, where the wide value is judged
 static const float kBackHalfDepths = 4;
 static const float kLeastMiss = 0.12f;
@@ -35,27 +38,30 @@ static const float kLeastCurvature = kCurvature / 5;
 static const float kMostCurvature = kCurvature * 5;
 
 // The narrow value, unless it does not stand out of the noise.
-static Judging chooseJudging(float highest, float lowest) {
-    if (highest > lowest * (1 + kContrastDeviations * looking.noise))
+static Judging chooseJudging(const RunSummary &seen) {
+    if (isClearlyHigher(seen.peak, seen.floor, kContrastDeviations * looking.noise))
         return {false, looking.halfDepth, looking.noise};
     return {true, kWideUnit * looking.halfDepth, looking.wideNoise};
 }
 
 static bool isConfirmed(const Judging &judging, const FinePass &pass, const Look &look) {
-    const float away = fabsf(judgedValue(judging, look) - pass.top);
-    if (away > pass.top * maxOf(kLeastMiss, kMissDeviations * judging.noise))
+    const float mostMiss = clearShare(kLeastMiss, kMissDeviations, judging.noise);
+    if (isClearlyOther(judgedValue(judging, look), pass.top, mostMiss))
         return false;
-    const float ratio = look.narrow / maxOf(look.check, 1.0f);
-    const float most = maxOf(kLeastRatioMiss, kRatioDeviations * judging.noise);
-    return judging.isWide || fabsf(ratio - pass.ratio) <= pass.ratio * most;
+    const float most = clearShare(kLeastRatioMiss, kRatioDeviations, judging.noise);
+    return judging.isWide || fabsf(detailOf(look) - pass.ratio) <= pass.ratio * most;
 }
 
 static AF_Outcome_em judge(const Judging &judging, const FinePass &pass, bool isSure) {
     if (pass.end != kPeakInside)
         return AF_OUTCOME_EDGE;
-    const bool hasContrast = pass.top > pass.lowest * (1 + kContrastDeviations * judging.noise);
+    const float fall = clearShare(kLeastFall, kFallDeviations, judging.noise);
+    const bool hasFallen = isClearlyLower(pass.lowestBefore, pass.top, fall) &&
+                           isClearlyLower(pass.lowestAfter, pass.top, fall);
+    const bool hasContrast = isClearlyHigher(pass.top, minOf(pass.lowestBefore, pass.lowestAfter),
+                                             kContrastDeviations * judging.noise);
     const bool isHill = pass.curvature > kLeastCurvature && pass.curvature < kMostCurvature;
-    const bool isPeak = pass.fellBefore && pass.fellAfter && hasContrast && isHill;
+    const bool isPeak = hasFallen && hasContrast && isHill;
     return isSure && isPeak && isDelayKnown() ? AF_OUTCOME_FOCUSED : AF_OUTCOME_UNSURE;
 }
 
@@ -130,7 +136,7 @@ static unsigned int findTop(const Bracket &bracket, const Judging &judging, bool
     decideRun(judge(judging, attempt.pass, attempt.isSure));
     if (attempt.isSure)
         learn(judging, attempt.pass);
-    return static_cast<unsigned int>(attempt.look.narrow);
+    return attempt.look.narrow;
 }
 
 static unsigned int returnTo(int position, AF_Outcome_em verdict) {
@@ -138,7 +144,7 @@ static unsigned int returnTo(int position, AF_Outcome_em verdict) {
     if (!standAt(position, &look))
         return 0;
     decideRun(verdict);
-    return static_cast<unsigned int>(look.narrow);
+    return look.narrow;
 }
 
 static unsigned int search(int start, bool *isLost) {
@@ -149,10 +155,7 @@ static unsigned int search(int start, bool *isLost) {
     if (outcome == kNothingSeen)
         return returnTo(start, AF_OUTCOME_FLAT);
     TRACE_FORMAT_OF("lensFocusCtrl", "Bracket: %d width: %d\n", bracket.estimate, bracket.width);
-    const RunSummary seen = summariseRun();
-    const Judging judging =
-        chooseJudging(static_cast<float>(seen.peak), static_cast<float>(seen.floor));
-    return findTop(bracket, judging, isLost);
+    return findTop(bracket, chooseJudging(summariseRun()), isLost);
 }
 
 // Where no pass has found the peak inside, the light may have changed while the bracket was sought.

@@ -3,6 +3,7 @@
 #include "af_interface/statistics/frame_noise.h"
 #include "af_interface/statistics/shown_position.h"
 #include "af_interface/statistics/statistics.h"
+#include "af_lens/focus/verdict/clear_difference.h"
 #include "af_lens/model/half_depth.h"
 #include "af_lens/model/lens_state.h"
 #include "af_lens/motion/steps.h"
@@ -12,9 +13,9 @@
 static const float kLeastFall = 0.015f;      // of a peak, on both its sides
 static const float kFallDeviations = 5;      // or so much noise
 static const float kContrastDeviations = 12; // of a run that has seen a picture
-static const float kShareOfRun = 0.85f;  // that the last pass must have met of the run's highest
-static const float kMostHalfDepths = 3;  // from its maximum to where the lens stands
-static const float kLeastReturn = 0.12f; // how far the frame afterwards may lie from the peak
+static const float kMostBelowRun = 0.15f;    // the last pass below the highest of the run
+static const float kMostHalfDepths = 3;      // from its maximum to where the lens stands
+static const float kLeastReturn = 0.12f;     // how far the frame afterwards may lie from the peak
 
 namespace {
 struct JudgedPass {
@@ -120,21 +121,11 @@ RunSummary summariseRun() {
 // ---- The verdict
 
 static bool hasFallen(unsigned int lowest, float share) {
-    if (lowest == kNothingYet)
-        return false;
-    const float maximum = static_cast<float>(pass.maximum);
-    return maximum - static_cast<float>(lowest) > share * maximum;
-}
-
-static bool isWithin(unsigned int value, float share) {
-    const float maximum = static_cast<float>(pass.maximum);
-    const float distance = static_cast<float>(value) - maximum;
-    return distance <= share * maximum && -distance <= share * maximum;
+    return lowest != kNothingYet && isClearlyLower(lowest, pass.maximum, share);
 }
 
 static bool hasSeenPicture(float noise) {
-    const float floor = static_cast<float>(maxOf(run.floor, 1u));
-    return static_cast<float>(run.peak) > floor * (1 + kContrastDeviations * noise);
+    return isClearlyHigher(run.peak, maxOf(run.floor, 1u), kContrastDeviations * noise);
 }
 
 static bool standsOnMaximum() {
@@ -143,11 +134,10 @@ static bool standsOnMaximum() {
 }
 
 static AF_Outcome_em judgePeak(float noise) {
-    const float fall = maxOf(kLeastFall, kFallDeviations * noise);
+    const float fall = clearShare(kLeastFall, kFallDeviations, noise);
     if (!hasFallen(pass.lowestAfter, fall))
         return hasFallen(pass.lowestBefore, fall) ? AF_OUTCOME_EDGE : AF_OUTCOME_UNSURE;
-    const bool isHighest =
-        static_cast<float>(pass.maximum) > kShareOfRun * static_cast<float>(run.peak);
+    const bool isHighest = !isClearlyLower(pass.maximum, run.peak, kMostBelowRun);
     const bool isPeak = hasFallen(pass.lowestBefore, fall) && isHighest && standsOnMaximum();
     return isPeak ? AF_OUTCOME_FOCUSED : AF_OUTCOME_UNSURE;
 }
@@ -157,9 +147,9 @@ static AF_Outcome_em judgeFrames(unsigned int frameAfterwards) {
     if (!hasSeenPicture(noise))
         return AF_OUTCOME_FLAT;
     const AF_Outcome_em verdict = judgePeak(noise);
-    const float mostAway = maxOf(kLeastReturn, kFallDeviations * noise);
-    const bool isConfirmed = isWithin(frameAfterwards, mostAway);
-    return verdict == AF_OUTCOME_FOCUSED && !isConfirmed ? AF_OUTCOME_UNSURE : verdict;
+    const float mostAway = clearShare(kLeastReturn, kFallDeviations, noise);
+    const bool isOther = isClearlyOther(frameAfterwards, pass.maximum, mostAway);
+    return verdict == AF_OUTCOME_FOCUSED && isOther ? AF_OUTCOME_UNSURE : verdict;
 }
 
 AF_Outcome_em judgeRun(bool waits) {
