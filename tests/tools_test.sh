@@ -41,7 +41,7 @@ done <<END
 1|README.md: line 1 is not one of a trace|$bin/trace_to_vcd $root/README.md x.vcd
 105|-1 is no whole number|$bin/demo --seed -1
 105|is neither 0 nor a pace|$bin/demo --pace nan
-105|1 is neither inf nor a distance|$bin/demo --distance 1
+105|0.9 is neither inf nor a distance|$bin/demo --distance 0.9
 0||$bin/demo --night --distance 2 --out night
 1|no PNG or JPEG picture that can be read whole|$bin/demo --picture cut.jpg
 109|nonsense|$bin/demo nonsense

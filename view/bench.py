@@ -127,7 +127,7 @@ def measure_answers(orders, listener):
 def measure_long(server, orders, listener, minutes):
     orders.give("new")
     listener.until(lambda s: s["t"] > 20000, 40)
-    camera = children(server)[0]
+    camera = max(children(server))  # the youngest; another one checks inputs
     who = {"server": server, "camera": camera}
     listener.lost = listener.samples = listener.events = 0
     memory = {name: memory_kb(process) for name, process in who.items()}

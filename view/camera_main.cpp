@@ -4,6 +4,7 @@
 //
 //     view_camera SESSION [--until TICK] [--offset TICKS] [--pace NUMBER] [--paused] [--alone]
 //                         [--trace FILE]
+//     view_camera --check
 //
 // SESSION holds one part. The camera plays it as fast as it goes until TICK, then at the pace,
 // and what else the part holds comes at its ticks until something new comes: then the rest is
@@ -16,13 +17,18 @@
 //     T MS JSON           # what the page is told, and when; J JSON what holds until it comes anew
 //     X LINE ...          # switched off: what the next part begins with; "X end TICK" is the last
 //
-// Pictures go to descriptor 3. Alone, it plays the part to its end and says nothing.
+// Pictures go to descriptor 3. Alone, it plays the part to its end and says nothing. Where the part
+// has an end and nothing new has come, the camera pauses there.
+//
+// With --check it plays nothing: to each line that it reads, an input, it says why that is none, or
+// an empty line.
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <fstream>
+#include <iostream>
 #include <map>
 #include <optional>
 #include <poll.h>
@@ -135,11 +141,16 @@ static std::string describeWorld() {
     return text + "}";
 }
 
+/// All that the log holds has been played.
+static bool isAtEnd() {
+    return tick == part.endTick;
+}
+
 static std::string describeRun() {
     char text[120];
-    const bool hasMore = nextInput < part.inputs.size();
-    snprintf(text, sizeof text, ",\"pace\":%g,\"paused\":%s,\"again\":%s", pace,
-             isPaused ? "true" : "false", hasMore ? "true" : "false");
+    const auto spell = [](bool is) { return is ? "true" : "false"; };
+    snprintf(text, sizeof text, ",\"pace\":%g,\"paused\":%s,\"again\":%s,\"ended\":%s", pace,
+             spell(isPaused), spell(nextInput < part.inputs.size()), spell(isAtEnd()));
     return text + describeWorld();
 }
 
@@ -211,6 +222,7 @@ static void takeNew(const std::string &input) {
         part.inputs.resize(nextInput);
         say("B " + std::to_string(tick));
     }
+    part.endTick = -1;
     say("L " + std::to_string(tick) + " " + input);
     take(input);
 }
@@ -359,6 +371,8 @@ static void playTick() {
         say("S " + spellHex(answers.data(), answers.size()));
     takeOrders(0);
     endStepWhenDue();
+    if (isAtEnd())
+        setPaused(true);
     tellIfDue();
     while (isPaused) {
         takeOrders(-1);
@@ -399,9 +413,17 @@ static void takeWord(const std::string &word, const char *value) {
         fail("there is no " + word);
 }
 
+[[noreturn]] static void checkInputs() {
+    for (std::string line; std::getline(std::cin, line);)
+        say(checkInput(line));
+    exit(EXIT_SUCCESS);
+}
+
 static void readCommandLine(int argc, char **argv) {
     if (argc < 2)
         fail("which session?");
+    if (strcmp(argv[1], "--check") == 0)
+        checkInputs();
     wish.sessionFile = argv[1];
     for (int i = 2; i < argc; ++i) {
         const std::string word = argv[i];

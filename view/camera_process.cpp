@@ -1,9 +1,11 @@
 #include "camera_process.h"
 
 #include <cerrno>
+#include <condition_variable>
 #include <csignal>
 #include <cstdint>
 #include <fcntl.h>
+#include <mutex>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -13,6 +15,7 @@ namespace view {
 
 static constexpr int kPictureDescriptor = 3;
 static constexpr size_t kChunk = 65536;
+static constexpr size_t kMostBehind = size_t{1024} * 1024;
 static constexpr size_t kLargestPicture = size_t{4} * 1024 * 1024;
 
 namespace {
@@ -69,6 +72,66 @@ static void readPictures(int descriptor, const CameraEars &ears) {
     close(descriptor);
 }
 
+// ---- Orders: whoever gives one may hold what the camera's lines need to be heard
+
+struct CameraProcess::Outbox {
+    std::mutex mutex;
+    std::condition_variable news;
+    std::string text;
+    bool isClosed = false;
+};
+
+/// Where the camera has ended, writing fails, and nobody is to die of that.
+static void refuseBrokenPipes() {
+    sigset_t broken;
+    sigemptyset(&broken);
+    sigaddset(&broken, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &broken, nullptr);
+}
+
+static bool writeAll(int descriptor, const std::string &text) {
+    size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t count = write(descriptor, &text[done], text.size() - done);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return false;
+        done += static_cast<size_t>(count);
+    }
+    return true;
+}
+
+template <typename Outbox> static void handOver(int descriptor, std::shared_ptr<Outbox> outbox) {
+    refuseBrokenPipes();
+    for (bool isHeard = true; isHeard;) {
+        std::unique_lock<std::mutex> lock(outbox->mutex);
+        outbox->news.wait(lock, [&outbox] { return outbox->isClosed || !outbox->text.empty(); });
+        const std::string text = std::move(outbox->text);
+        outbox->text.clear();
+        lock.unlock();
+        isHeard = !text.empty() && writeAll(descriptor, text);
+    }
+    close(descriptor);
+}
+
+bool CameraProcess::order(const std::string &line) {
+    const std::lock_guard<std::mutex> guard(outbox->mutex);
+    if (outbox->text.size() > kMostBehind)
+        return false;
+    outbox->text += line + "\n";
+    outbox->news.notify_one();
+    return true;
+}
+
+template <typename Outbox> static void closeOutbox(Outbox &outbox) {
+    const std::lock_guard<std::mutex> guard(outbox.mutex);
+    outbox.isClosed = true;
+    outbox.news.notify_one();
+}
+
+// ---- The process
+
 /// In the child. Only what a forked process of many threads may call.
 [[noreturn]] static void become(char *const *words, int orders, int lines, int pictures) {
     sigset_t none;
@@ -100,15 +163,15 @@ std::unique_ptr<CameraProcess> CameraProcess::start(const std::vector<std::strin
     close(pictures.in);
     std::unique_ptr<CameraProcess> camera(new CameraProcess);
     camera->process = child;
-    camera->orders = orders.in;
+    camera->outbox = std::make_shared<Outbox>();
+    std::thread(handOver<Outbox>, orders.in, camera->outbox).detach();
     std::thread(readLines, lines.out, ears).detach();
     std::thread(readPictures, pictures.out, std::move(ears)).detach();
     return child > 0 ? std::move(camera) : nullptr;
 }
 
 int CameraProcess::finish() {
-    close(orders);
-    orders = -1;
+    closeOutbox(*outbox);
     int status = 0;
     const bool isOver = waitpid(process, &status, 0) == process && WIFEXITED(status);
     process = -1;
@@ -116,22 +179,10 @@ int CameraProcess::finish() {
 }
 
 CameraProcess::~CameraProcess() {
-    if (orders >= 0)
-        close(orders);
+    closeOutbox(*outbox);
     if (process > 0) {
         kill(process, SIGKILL); // it has nothing to keep: the log is here
         waitpid(process, nullptr, 0);
-    }
-}
-
-void CameraProcess::order(const std::string &line) {
-    const std::string whole = line + "\n";
-    size_t done = 0;
-    while (done < whole.size()) {
-        const ssize_t count = write(orders, &whole[done], whole.size() - done);
-        if (count <= 0)
-            return; // it has ended
-        done += static_cast<size_t>(count);
     }
 }
 

@@ -1,4 +1,4 @@
-// A camera process and the two ends that are ours: orders to it, lines and pictures from it.
+// A camera process and the ends that are ours: orders to it, lines and pictures from it.
 #pragma once
 
 #include <functional>
@@ -25,15 +25,18 @@ public:
     CameraProcess(const CameraProcess &) = delete;
     CameraProcess &operator=(const CameraProcess &) = delete;
 
-    void order(const std::string &line);
+    /// Never waits: a thread of its own hands the orders over. @return false when the camera is so
+    /// far behind with them that it gets no more.
+    bool order(const std::string &line);
 
     /// No more orders: it ends by itself, with its files whole. Its exit status; -1: it was killed.
     int finish();
 
 private:
+    struct Outbox;
     CameraProcess() = default;
     pid_t process = -1;
-    int orders = -1;
+    std::shared_ptr<Outbox> outbox;
 };
 
 } // namespace view

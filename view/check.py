@@ -6,11 +6,15 @@
 import json
 import os
 import re
+import select
 import signal
 import socket
 import subprocess
 import sys
+import tempfile
 import time
+import tty
+import urllib.request
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "tests"))
 from browser import Browser  # noqa: E402
@@ -23,7 +27,8 @@ TRUTH = "JSON.stringify(view.samples[view.samples.length - 1])"
 
 def start(program, words):
     server = subprocess.Popen([program, "--port", "0"] + words, stdout=subprocess.PIPE, text=True)
-    return server, re.search(r"http://\S+/", server.stdout.readline()).group(0)
+    told = server.stdout.readline()
+    return server, re.search(r"http://\S+/", told).group(0), re.search(r"on (/dev/\S+)\.", told).group(1)
 
 
 def order(page, text):
@@ -114,6 +119,53 @@ def break_sensor(page):
     require(True, "healed, off and on again: healthy")
 
 
+def ask_on_terminal(page, address, terminal):
+    """As a controller program does that opens the terminal line."""
+    line = os.open(terminal, os.O_RDWR | os.O_NOCTTY)
+    tty.setraw(line)
+    os.write(line, bytes.fromhex("81090447FF"))
+    answer = b""
+    while not answer.endswith(b"\xff"):
+        if not select.select([line], [], [], 10)[0]:
+            break
+        answer += os.read(line, 64)
+    os.close(line)
+    require(re.fullmatch(rb"\x90\x50[\x00-\x0f]{4}\xff", answer), "the terminal line answers with the zoom position")
+    with urllib.request.urlopen(address + "log") as log:
+        require("send 81090447FF" in log.read().decode(), "and the log has the bytes")
+
+
+def hide(page):
+    """A tab that nobody sees gives its stream back, and takes one again."""
+    page.run("Object.defineProperty(document, 'hidden', {value: true, configurable: true});"
+             "document.dispatchEvent(new Event('visibilitychange'))")
+    at = page.run("view.state.t")
+    time.sleep(1)
+    require(page.run("view.state.t") == at, "a hidden tab is told nothing")
+    page.run("delete document.hidden; document.dispatchEvent(new Event('visibilitychange'))")
+    page.until("view.state.t > %d" % at, what="the tab is seen again")
+
+
+def keep_when_killed(program):
+    """A kept log is whole whatever ends the program."""
+    with tempfile.TemporaryDirectory() as folder:
+        path = os.path.join(folder, "log")
+        server, address, terminal = start(program, ["--record", path])
+        line = os.open(terminal, os.O_RDWR | os.O_NOCTTY)
+        tty.setraw(line)
+        os.write(line, bytes.fromhex("8101040727FF"))
+        limit = time.time() + 20
+        while not (os.path.exists(path) and "8101040727FF" in open(path).read()) \
+                and time.time() < limit:
+            time.sleep(0.1)
+        require(time.time() < limit, "the log is kept while it grows")
+        server.kill()
+        server.wait()
+        again, _, _ = start(program, ["--replay", path])
+        again.send_signal(signal.SIGINT)
+        require(again.wait(5) == 0, "a killed program leaves a log that plays")
+
+
 def reload_and_more(browser, page, address):
     page.ask("Page.reload")
     page.until(READY + " && view.samples.length > 50", what="the page after a reload")
@@ -144,11 +196,13 @@ def photograph(page, path):
     page.shoot(path)
 
 
-def check(page, browser, address, picture):
+def check(page, browser, address, terminal, picture):
     power_on(page)
     hold_tele(page)
     drag_object(page)
     go_back(page)
+    ask_on_terminal(page, address, terminal)
+    hide(page)
     break_sensor(page)
     reload_and_more(browser, page, address)
     fits = "document.documentElement.scrollHeight <= innerHeight && " \
@@ -172,11 +226,12 @@ def end(server, address):
 
 def main():
     program = sys.argv[1]
-    server, address = start(program, ["--seed", "7"])
+    server, address, terminal = start(program, ["--seed", "7"])
     browser = Browser()
     try:
         page = browser.open(address)
-        check(page, browser, address, sys.argv[2] if len(sys.argv) > 2 else None)
+        check(page, browser, address, terminal, sys.argv[2] if len(sys.argv) > 2 else None)
+        keep_when_killed(program)
         end(server, address)
     finally:
         browser.close()

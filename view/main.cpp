@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -52,21 +53,37 @@ static view::Session makeSession(const Wish &wish) {
     return {part};
 }
 
-static bool record(const std::string &path, const std::string &text) {
-    std::ofstream file(path);
-    file << text;
-    file.close();
-    if (!file)
-        fprintf(stderr, "view: %s: can't be written\n", path.c_str());
-    return static_cast<bool>(file);
-}
-
 static sigset_t endingSignals() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     return signals;
+}
+
+/// Whole at each instant, whatever ends the program.
+static bool record(const std::string &path, const std::string &text) {
+    const std::string made = path + ".new";
+    std::ofstream file(made);
+    file << text;
+    file.close();
+    const bool isKept = file && rename(made.c_str(), path.c_str()) == 0;
+    if (!isKept)
+        fprintf(stderr, "view: %s: can't be written\n", path.c_str());
+    return isKept;
+}
+
+/// Until a signal comes, the log is kept each second.
+static bool keepUntilSignal(const std::string &path, const view::Studio &studio) {
+    static constexpr struct timespec kBetween = {1, 0};
+    const sigset_t signals = endingSignals();
+    bool isKept = true;
+    bool isOver = false;
+    while (!isOver && isKept) {
+        isOver = sigtimedwait(&signals, nullptr, &kBetween) > 0;
+        isKept = path.empty() || record(path, studio.spell());
+    }
+    return isKept;
 }
 
 static int serve(const Wish &wish, view::Session session) {
@@ -87,10 +104,7 @@ static int serve(const Wish &wish, view::Session session) {
            "Ctrl-C ends it.\n",
            port, terminal.c_str());
     fflush(stdout);
-    const sigset_t signals = endingSignals();
-    int signal = 0;
-    sigwait(&signals, &signal);
-    const bool isKept = wish.recordFile.empty() || record(wish.recordFile, studio.spell());
+    const bool isKept = keepUntilSignal(wish.recordFile, studio);
     studio.close();
     server.stop();
     // A browser keeps connections open on which nothing comes, and the server's threads would wait
@@ -109,8 +123,9 @@ int main(int argc, char **argv) {
         ->check(CLI::ExistingFile);
     app.add_option("--port", wish.port, "of the loopback; 0 is any; 8043 unless given")
         ->check(CLI::Range(0, 65535));
-    app.add_option("--record", wish.recordFile, "keep the session's log in this file");
-    app.add_option("--replay", wish.replayFile, "play a session that was kept")
+    app.add_option("--record", wish.recordFile, "keep the session's log in this file, each second");
+    app.add_option("--replay", wish.replayFile,
+                   "play a session that was kept; it pauses at its end")
         ->check(CLI::ExistingFile);
     CLI11_PARSE(app, argc, argv);
     for (std::string &picture : wish.pictures)

@@ -33,7 +33,7 @@ static bool parseNumber(const std::string &text, int64_t &number) {
 Studio::Studio(Hub &theHub, std::string cameraProgram, std::vector<std::string> pictureFiles,
                std::function<void(const Bytes &)> listener)
     : hub(theHub), program(std::move(cameraProgram)), pictures(std::move(pictureFiles)),
-      toController(std::move(listener)) {
+      toController(std::move(listener)), inputs(program) {
     std::string names = "[";
     for (const std::string &picture : pictures)
         names += (names.size() > 1 ? "," : "") + quote(picture);
@@ -194,16 +194,6 @@ std::string Studio::choose(const std::string &words, std::vector<NamedText> &cho
     return "";
 }
 
-/// What can be told without a camera: it has the last word on what a value may be.
-static bool isInput(const std::string &text) {
-    static const char *const kVerbs[] = {"send", "set", "setting", "order", "fault", "lose"};
-    const std::string verb = text.substr(0, text.find(' '));
-    Bytes bytes;
-    return text == "power-cycle" ||
-           (std::find(std::begin(kVerbs), std::end(kVerbs), verb) != std::end(kVerbs) &&
-            !afterWord(text).empty() && (verb != "send" || parseHex(afterWord(text), bytes)));
-}
-
 static bool isPace(const std::string &text) {
     char *end = nullptr;
     const double pace = strtod(text.c_str(), &end);
@@ -214,9 +204,12 @@ std::string Studio::obey(const std::string &line) {
     static const char *const kForCamera[] = {"input", "pace", "pause", "go", "step"};
     if (!isPlainText(line))
         return "that is no order";
-    const std::lock_guard<std::mutex> guard(door->mutex);
     const std::string word = line.substr(0, line.find(' '));
     const std::string rest = afterWord(line);
+    const std::string wrong = word == "input" ? inputs.ask(rest) : "";
+    if (!wrong.empty())
+        return wrong;
+    const std::lock_guard<std::mutex> guard(door->mutex);
     std::vector<NamedText> chosen;
     if (word == "rewind")
         return rewind(rest);
@@ -226,8 +219,7 @@ std::string Studio::obey(const std::string &line) {
             return why;
         if (word == "cycle") {
             chosenNext = chosen;
-            orderCamera("input power-cycle");
-            return "";
+            return orderCamera("input power-cycle");
         }
         SessionPart part;
         for (const NamedText &option : session[0].options)
@@ -242,17 +234,15 @@ std::string Studio::obey(const std::string &line) {
     }
     if (std::find(std::begin(kForCamera), std::end(kForCamera), word) == std::end(kForCamera))
         return "there is no order '" + word + "'";
-    if ((word == "input" && !isInput(rest)) || (word == "pace" && !isPace(rest)))
-        return "'" + rest + "' is no " + word;
+    if (word == "pace" && !isPace(rest))
+        return "'" + rest + "' is no pace";
     if (word == "pace")
         pace = rest;
-    orderCamera(line);
-    return "";
+    return orderCamera(line);
 }
 
-void Studio::orderCamera(const std::string &line) {
-    if (camera != nullptr)
-        camera->order(line);
+std::string Studio::orderCamera(const std::string &line) {
+    return camera == nullptr || camera->order(line) ? "" : "the camera is too far behind";
 }
 
 void Studio::send(const Bytes &bytes) {

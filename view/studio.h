@@ -12,6 +12,7 @@
 #include "camera_process.h"
 #include "frame_words.h"
 #include "hub.h"
+#include "input_check.h"
 #include "session_log.h"
 
 namespace view {
@@ -47,7 +48,7 @@ private:
     void hearPart(const std::string &line);
     void hearTold(const std::string &rest);
     void goOn(int64_t endTick);
-    void orderCamera(const std::string &line);
+    std::string orderCamera(const std::string &line);
     void branch(int64_t tick);
     std::string rewind(const std::string &ms);
     std::string choose(const std::string &words, std::vector<NamedText> &chosen) const;
@@ -64,6 +65,7 @@ private:
     };
     std::shared_ptr<Door> door = std::make_shared<Door>();
     std::unique_ptr<CameraProcess> camera;
+    InputCheck inputs;
     uint64_t generation = 0; ///< Of the camera: what an earlier one still says is not heard.
     Session session;
     size_t current = 0;

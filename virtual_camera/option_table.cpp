@@ -19,7 +19,7 @@ static constexpr int kDecimal = 10;
 static constexpr double kSlowestPace = 0.001;
 static constexpr double kFastestPace = 1e6;
 /// At tele the library does not search where a nearer object is in focus.
-static constexpr double kNearestM = 1.5;
+static constexpr double kNearestM = 1;
 static constexpr Range kNoiseRange = {0, 100, 0.1, 1};
 static constexpr double kLowestFrameRate = 5;
 static constexpr double kHighestFrameRate = 120;
@@ -182,7 +182,7 @@ static std::vector<Option> makeFlaws() {
                  &Flaws::contrast, {0, 1, 0.01, 1}),
         {"second-distance", "METRES",
          "of a second object in a part of the picture; none, the default, is none",
-         "is neither none, inf nor a distance from 1.5 m", parseSecond, applyFlaws},
+         "is neither none, inf nor a distance from 1 m", parseSecond, applyFlaws},
         {"second-zones", "HEX",
          "where it is: 64 bits, row * 8 + column of the statistics' zones; the left half unless "
          "given",
@@ -215,8 +215,8 @@ static std::vector<Option> makeUnitAndScene() {
         {"picture", "FILE", "PNG or JPEG to look at instead of the generated scene",
          "is no file that can be read", into<&Camera::picture, parseReadable>},
         {"distance", "METRES",
-         "how far the object stands, from 1.5 m; inf, the default, is far away",
-         "is neither inf nor a distance from 1.5 m", into<&Camera::objectDistanceM, parseDistance>,
+         "how far the object stands, from 1 m; inf, the default, is far away",
+         "is neither inf nor a distance from 1 m", into<&Camera::objectDistanceM, parseDistance>,
          [](const Camera &camera) { setObjectDistanceM(camera.objectDistanceM); }},
         {"night", "", "the scene is dark, and the library is told so before it starts", kNeither,
          into<&Camera::night, parseSwitch>, [](const Camera &camera) { setNight(camera.night); }},

@@ -70,7 +70,7 @@ function showChips() {
   const { state } = model, now = last();
   const error = now[ERROR], off = Math.abs(error);
   const activity = state.activity;
-  set($('doing'), model.gone ? 'the camera has stopped' : state.paused ? 'paused' : activity === 2 && !state.armed ? 'rests' : ACTIVITIES[activity],
+  set($('doing'), model.gone ? 'the camera has stopped' : state.ended ? 'the kept session ends' : state.paused ? 'paused' : activity === 2 && !state.armed ? 'rests' : ACTIVITIES[activity],
     model.gone ? 'bad' : activity === 2 || state.paused ? '' : 'busy');
   set($('truth'), off <= 1 ? 'sharp' : `${off.toFixed(off < 10 ? 1 : 0)} half depths too ${error > 0 ? 'far' : 'near'}`,
     off <= 1 ? 'good' : off <= 2 ? 'warn' : 'bad');
@@ -340,7 +340,7 @@ $('calibrate').onclick = () => { input('order calibrate'); $('settings').close()
 
 const KEYS = { '+': 'tele', '=': 'tele', '-': 'wide', 'ArrowUp': 'far', 'ArrowDown': 'near' };
 const isTyping = event => event.target.matches('input:not([type=radio]):not([type=checkbox]), select, textarea, [tabindex]') || $('settings').open;
-const nudge = by => moveObject(Math.max(0, Math.min(0.6666, (last()?.[DIOPTRES] ?? 0) + by)));
+const nudge = by => moveObject(Math.max(0, Math.min(1, (last()?.[DIOPTRES] ?? 0) + by)));
 const ONCE = { ' ': togglePause, o: () => $('push').click(), Escape: () => $('cancel').click(), c: () => $('cancel').click(),
   h: () => $('home').click(), n: () => $('night').click(), s: toggleStory, '.': () => $('step').click(),
   ArrowLeft: () => nudge(-0.02), ArrowRight: () => nudge(0.02) };

@@ -3,8 +3,11 @@
 
 #include "guards.h"
 
+#include <fstream>
 #include <httplib.h>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -79,10 +82,31 @@ TEST_F(Served, its_own_page_orders_and_a_stranger_does_not) {
 }
 
 TEST_F(Served, orders_that_are_none_are_refused) {
-    for (const char *text :
-         {"", "dance", "rewind", "rewind -5", "rewind soon", "new port=1",
-          "new picture=/etc/passwd", "cycle picture=1", "pause\ngo", "input", "input dance",
-          "input send", "input send 8G", "pace", "pace fast", "pace 0", "pace 201"})
+    for (const char *text : {"",
+                             "dance",
+                             "rewind",
+                             "rewind -5",
+                             "rewind soon",
+                             "new port=1",
+                             "new picture=/etc/passwd",
+                             "cycle picture=1",
+                             "pause\ngo",
+                             "input",
+                             "input dance",
+                             "input send",
+                             "input send 8G",
+                             "input order zoom-to x",
+                             "input order zoom-to 65536",
+                             "input order home 3",
+                             "input set noise 1000",
+                             "input set seed 3",
+                             "input setting 99 1",
+                             "input fault roof on",
+                             "input lose zoom far",
+                             "pace",
+                             "pace fast",
+                             "pace 0",
+                             "pace 201"})
         EXPECT_EQ(order(text), 400) << text;
     EXPECT_EQ(order(std::string(8193, 'x')), 413);
 }
@@ -165,6 +189,52 @@ TEST_F(Served, off_and_on_again_the_lens_stands_where_it_stood) {
         EXPECT_NE(log.find(line), std::string::npos) << line << " in " << log;
     await("\"activity\":1");
     await("\"activity\":2");
+}
+
+TEST_F(Served, a_session_that_was_kept_pauses_at_its_end_and_goes_on_from_there) {
+    SessionPart kept;
+    kept.options = {{"seed", "7"}};
+    kept.inputs = {{10, "set distance 3"}};
+    kept.endTick = 150;
+    studio.begin({kept});
+    const std::string ended = await("\"ended\":true");
+    EXPECT_NE(ended.find("\"t\":1500,"), std::string::npos) << ended;
+    EXPECT_NE(ended.find("\"paused\":true"), std::string::npos) << ended;
+    EXPECT_EQ(order("go"), 200);
+    await("\"t\":16");
+}
+
+/// A camera program that hears nothing for a while, and then has more to say than a pipe holds
+/// before it listens.
+static std::string makeTalker() {
+    char name[] = "/tmp/view_talker.XXXXXX";
+    close(mkstemp(name));
+    std::ofstream(name) << "#!/bin/sh\n"
+                           "[ \"$1\" = --check ] && exec sed -u 's/.*//'\n"
+                           "sleep 0.5\n"
+                           "yes 2>/dev/null 'T 5 {\"k\":\"talk\"}' | head -n 20000\n"
+                           "echo 'T 6 {\"k\":\"silence\"}'\n"
+                           "exec cat >/dev/null\n";
+    chmod(name, 0700);
+    return name;
+}
+
+TEST(Studio, orders_to_a_camera_that_talks_and_does_not_listen_block_nobody) {
+    const std::string talker = makeTalker();
+    Hub hub;
+    Reader reader;
+    Studio studio(hub, talker, {}, [](const Bytes &) {});
+    studio.begin({SessionPart()});
+    const std::string order = "input send " + std::string(400, '8');
+    for (int i = 0; i < 500; ++i) // thrice what a pipe holds
+        EXPECT_EQ(studio.obey(order), "");
+    std::string told;
+    for (const auto end = std::chrono::steady_clock::now() + 30s;
+         told.find("silence") == std::string::npos && std::chrono::steady_clock::now() < end;)
+        told = hub.read(reader);
+    EXPECT_NE(told.find("silence"), std::string::npos);
+    studio.close();
+    remove(talker.c_str());
 }
 
 TEST_F(Served, a_port_that_is_taken_is_not_shared) {

@@ -1,0 +1,44 @@
+#include "input_check.h"
+
+#include <chrono>
+#include <condition_variable>
+
+namespace view {
+
+static constexpr std::chrono::seconds kPatience{5};
+static constexpr char kNoAnswer[] = "the camera can't be asked";
+
+struct InputCheck::Desk {
+    std::mutex mutex;
+    std::condition_variable news;
+    std::string answer;
+    bool isAnswered = false;
+    bool isOver = false;
+
+    void hear(const std::string &line, bool isTheEnd) {
+        const std::lock_guard<std::mutex> guard(mutex);
+        answer = line;
+        isAnswered = true;
+        isOver = isOver || isTheEnd;
+        news.notify_all();
+    }
+};
+
+InputCheck::InputCheck(const std::string &cameraProgram)
+    : desk(std::make_shared<Desk>()),
+      checker(CameraProcess::start(
+          {cameraProgram, "--check"},
+          {[held = desk](const std::string &line) { held->hear(line, false); },
+           [](const std::string &) {}, [held = desk] { held->hear(kNoAnswer, true); }})) {}
+
+std::string InputCheck::ask(const std::string &input) {
+    const std::lock_guard<std::mutex> turn(asking);
+    std::unique_lock<std::mutex> lock(desk->mutex);
+    desk->isAnswered = desk->isOver;
+    if (checker == nullptr || !checker->order(input) ||
+        !desk->news.wait_for(lock, kPatience, [this] { return desk->isAnswered; }))
+        return kNoAnswer;
+    return desk->answer;
+}
+
+} // namespace view
