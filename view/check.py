@@ -105,6 +105,21 @@ def go_back(page):
     order(page, "go")
 
 
+def search_robustly(page):
+    """The robust search's bracket, parabola and confirmation are drawn and told in words."""
+    order(page, "input setting 2 1")
+    order(page, "go")
+    page.click("#push")
+    page.until("view.state.activity === 5")
+    page.until(RESTS + " && view.search && view.search.passes.length > 0", 60, "a robust search")
+    words = page.run("document.querySelector('#hill canvas').getAttribute('aria-label')")
+    told = re.search(r"bracket (\d+) ± \d+; pass 1: (\d+), confirmed", words)
+    best = page.run("view.samples[view.samples.length - 1][5]")
+    require(told and abs(int(told.group(2)) - best) < 10,
+            "a robust search tells bracket, top and confirmation")
+    order(page, "input setting 2 0")
+
+
 def break_sensor(page):
     order(page, "pace 10")
     page.click("[data-fault=zoom-sensor]")
@@ -203,6 +218,7 @@ def check(page, browser, address, terminal, picture):
     go_back(page)
     ask_on_terminal(page, address, terminal)
     hide(page)
+    search_robustly(page)
     break_sensor(page)
     reload_and_more(browser, page, address)
     fits = "document.documentElement.scrollHeight <= innerHeight && " \

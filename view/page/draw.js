@@ -1,5 +1,5 @@
 // The three plots. Each draws what the model holds on a canvas of the size that the page gives it.
-import { model, last, objectLine, T, ZOOM, FOCUS, ZOOM_COUNTED, FOCUS_COUNTED, BEST, VALUE, ERROR,
+import { model, last, objectLine, describeSearch, T, ZOOM, FOCUS, ZOOM_COUNTED, FOCUS_COUNTED, BEST, VALUE, ERROR,
   ACTIVITY, DIOPTRES, HALF, ACTIVITIES, OUTCOMES } from './model.js';
 
 export const WINDOW_MS = 60000;
@@ -196,10 +196,35 @@ export function drawHill() {
   pen.moveTo(x(now[BEST]), box.top);
   pen.lineTo(x(now[BEST]), box.bottom);
   pen.stroke();
+  drawSearch(pen, x, y, box, now[HALF]);
   drawDots(pen, x, y, hill);
   disc(pen, x(now[FOCUS]), y(now[VALUE]), 6, 'lens');
   pen.restore();
   sayVerdict(pen, box, state);
+}
+
+const MOST_UNLIKE = 0.4; // a parabola through coarser values has another height, and is left out
+const REACH = 2.6; // half depths, of a parabola
+
+// Where the robust search has bracketed the peak, and its fine passes' parabolas, the last one bright.
+function drawSearch(pen, x, y, box, half) {
+  const { search, hill } = model;
+  if (!search)
+    return;
+  const left = x(search.estimate - search.width / 2), right = x(search.estimate + search.width / 2);
+  pen.fillStyle = colour('pale');
+  pen.globalAlpha = 0.45;
+  pen.fillRect(left, box.top, right - left, box.bottom - box.top);
+  const highest = Math.max(...hill.map(p => p.value));
+  search.passes.forEach(({ vertex, top, curvature }, i) => {
+    if (Math.abs(top - highest) > MOST_UNLIKE * highest)
+      return;
+    const places = Array.from({ length: 41 }, (_, k) => (k / 20 - 1) * REACH);
+    pen.globalAlpha = i + 1 < search.passes.length ? 0.4 : 1;
+    curve(pen, places.map(u => vertex + u * half), places.map(u => top * (1 - curvature * u * u)), x, y, 'zoom', { width: 2 });
+    disc(pen, x(vertex), y(top), 4, 'zoom', true);
+  });
+  pen.globalAlpha = 1;
 }
 
 // An arrow a sample, pointing where the lens went; those of this run bright.
@@ -220,10 +245,17 @@ function drawDots(pen, x, y, hill) {
 function sayVerdict(pen, box, state) {
   if (!state?.runs)
     return;
+  const lines = [`run ${state.runs}: ${OUTCOMES[state.verdict] || 'under way'}`, `${state.frames} frames`,
+    ...describeSearch()];
   pen.textAlign = 'left';
-  pen.fillStyle = colour('dim');
-  pen.fillText(`run ${state.runs}: ${OUTCOMES[state.verdict] || 'under way'}`, box.left + 6, box.top + 11);
-  pen.fillText(`${state.frames} frames`, box.left + 6, box.top + 24);
+  lines.forEach((line, i) => {
+    pen.globalAlpha = 0.75; // the dots stay behind the words
+    pen.fillStyle = colour('card');
+    pen.fillRect(box.left + 4, box.top + 1 + 13 * i, pen.measureText(line).width + 4, 13);
+    pen.globalAlpha = 1;
+    pen.fillStyle = colour(i < 2 ? 'dim' : 'zoom');
+    pen.fillText(line, box.left + 6, box.top + 11 + 13 * i);
+  });
 }
 
 // ---- The last minute

@@ -11,6 +11,7 @@ export const OUTCOMES = ['', 'done', 'focused', 'unsure', 'no peak: flat', 'no p
 export const FAULTS = [[1, 'driver bus'], [2, 'GPIO'], [4, 'ISP'], [8, 'home not found'],
   [16, 'position doubtful']];
 
+const AUTOFOCUS = 5;
 const KEPT_MS = 62000;
 const LINES = 200;
 const KEPT_HILL = 600;
@@ -19,7 +20,7 @@ export const model = fresh();
 
 function fresh() {
   return { lens: null, lines: null, state: null, samples: [], serial: [], messages: [], hill: [],
-    stretch: 0, marks: [], picture: 0, pictures: [], terminal: '', gone: false, version: 0 };
+    stretch: 0, search: null, marks: [], picture: 0, pictures: [], terminal: '', gone: false, version: 0 };
 }
 
 export function last() { return model.samples[model.samples.length - 1]; }
@@ -63,8 +64,11 @@ function addSample(sample) {
   if (top && (Math.abs(top.zoom - sample[ZOOM]) > 6 ||
     Math.abs(top.best - sample[BEST]) > Math.max(2, sample[HALF])))
     model.hill = [];
-  if (!before || sample[ACTIVITY] !== before[ACTIVITY])
+  if (!before || sample[ACTIVITY] !== before[ACTIVITY]) {
     model.stretch++;
+    if (sample[ACTIVITY] === AUTOFOCUS)
+      model.search = null;
+  }
   const moved = before ? Math.sign(sample[FOCUS] - before[FOCUS]) : 0;
   if (moved !== 0 && sample[ZOOM] === before[ZOOM] && sample[VALUE] > 0)
     model.hill.push({ focus: sample[FOCUS], value: sample[VALUE], way: moved, stretch: model.stretch,
@@ -79,7 +83,31 @@ function keep(list, item) {
     list.shift();
 }
 
+// The robust search tells its steps on the console: where the peak is bracketed, and each fine pass's
+// parabola, whose curvature is the thousandths of its top by which it falls a half depth away.
+function noteSearch(text) {
+  const [, estimate, width] = /Bracket: (\d+) width: (\d+)/.exec(text) ?? [];
+  const [, vertex, top, curvature] = /Pass: (\d+) top: (\d+) curvature: (-?\d+)/.exec(text) ?? [];
+  if (estimate)
+    model.search = { estimate: +estimate, width: +width, passes: [] };
+  else if (vertex && model.search)
+    model.search.passes.push({ vertex: +vertex, top: +top, curvature: curvature / 1000 });
+}
+
+// In words, a step a line.
+export function describeSearch() {
+  const { search, state } = model;
+  if (!search)
+    return [];
+  const isOver = last()?.[ACTIVITY] !== AUTOFOCUS;
+  const end = isOver ? (state.verdict === 2 ? 'confirmed' : OUTCOMES[state.verdict]) : 'is looked at again';
+  return [`bracket ${search.estimate} ± ${Math.round(search.width / 2)}`,
+    ...search.passes.map(({ vertex }, i, all) => `pass ${i + 1}: ${vertex}, ` + (i + 1 < all.length ? 'not confirmed' : end))];
+}
+
 function addTold(item) {
+  if (item.k === 'console')
+    noteSearch(item.text);
   if (item.k === 'serial') {
     keep(model.serial, item);
     if (item.from === 'controller')

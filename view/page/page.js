@@ -1,5 +1,5 @@
 // Puts it together: the stream of events, the picture, texts and controls.
-import { model, take, last, ACTIVITY, ERROR, DIOPTRES, ACTIVITIES, OUTCOMES, FAULTS } from './model.js';
+import { model, take, last, describeSearch, ACTIVITY, ERROR, DIOPTRES, ACTIVITIES, OUTCOMES, FAULTS } from './model.js';
 import { drawPlane, drawHill, drawTime, pointAt, timeAt } from './draw.js';
 import { order, send, input, frame, presetFrame, directFrame } from './orders.js';
 import { toggleStory, endStory } from './story.js';
@@ -117,8 +117,12 @@ const makeSerial = item => row(item, item.from === 'camera' ? 'out' : 'in',
   (item.from === 'camera' ? '← ' : '→ ') + item.text, spellBytes(item.hex));
 
 function makeMessage(item) {
-  if (item.k === 'console')
-    return row(item, 'console', item.text);
+  if (item.k === 'console') {
+    const [, by, text] = /^_Fun:(\S+) Line:\d+ (.*)/.exec(item.text) ?? [null, '', item.text];
+    const li = row(item, 'console', text.replace(/_{2,}/g, ' ').trim() || text, by);
+    li.title = item.text;
+    return li;
+  }
   return row(item, item.outcome <= 2 ? 'good' : item.outcome >= 9 ? 'bad' : '', `ticket ${item.ticket}, ${item.text}`);
 }
 
@@ -126,6 +130,14 @@ function makeMessage(item) {
 
 const isBusy = element => document.activeElement === element;
 const press = (element, isOn) => element.setAttribute('aria-pressed', String(Boolean(isOn)));
+
+const HILL = 'Focus value over focus position';
+function showHill() {
+  drawHill();
+  const words = [HILL, ...describeSearch()].join('; '), canvas = document.querySelector('#hill canvas');
+  if (canvas.getAttribute('aria-label') !== words)
+    canvas.setAttribute('aria-label', words);
+}
 
 function showControls() {
   const { state, lens } = model, now = last(), world = state.world ?? {};
@@ -159,7 +171,7 @@ function show() {
     showChips();
     showControls();
     drawPlane();
-    drawHill();
+    showHill();
     drawTime();
     showList('serial', model.serial, makeSerial);
     showList('messages', model.messages, makeMessage);

@@ -9,13 +9,17 @@
 #include <utility>
 #include <vector>
 
+#include "clock/seeded_random.h"
 #include "clock/unobserved.h"
+#include "clock/virtual_clock.h"
 #include "devices/lens.h"
+#include "flaws/flaws.h"
 #include "optics/lens_curves.h"
 #include "optics/optical_model.h"
 #include "optics/scene.h"
 #include "optics/scene_sample.h"
 #include "optics/scene_view.h"
+#include "optics/zone_values.h"
 
 namespace vcam {
 
@@ -27,6 +31,7 @@ static constexpr int kChannels = 3;
 static constexpr float kFullScale = 255;
 static constexpr float kHalfLevel = 0.5F;
 static constexpr double kFrameWidth = 3; // pixels
+static constexpr double kGrainAtGainOne = 1.2;
 static constexpr Rgb kFrameColour = {0.94F, 0.77F, 0.1F};
 
 namespace {
@@ -130,7 +135,9 @@ SceneLook lookNow() {
         std::fabs(focusErrorHalfDepths()) * kOptics.circleUm / kOptics.pixelUm / kReduction;
     return {zoomFactorAt(groupPosition(Axis::Zoom)),
             std::min(static_cast<float>(diameter / 2), float{kLargestRadius}),
-            isNight() ? static_cast<float>(kOptics.nightLuminance) : 1.0F};
+            static_cast<float>((isNight() ? kOptics.nightLuminance : 1) * lightAt(nowUs())),
+            static_cast<float>(flaws().contrast),
+            static_cast<float>(kGrainAtGainOne * noiseFactor() * std::sqrt(exposureGain()))};
 }
 
 /// Every pixel of a canvas's view, through a disc of that radius in its own pixels.
@@ -174,6 +181,13 @@ static constexpr Fineness kFinenesses[] = {
     {kWidth, 6}, {kWidth * 2 / 3, 6}, {kWidth / 2, 20}, {kWidth / 4, kLargestRadius}};
 static constexpr size_t kDraft = 1;
 
+static constexpr uint64_t kGrainPurpose = 71;
+static constexpr size_t kGrainTile = size_t{1} << 18;
+static constexpr size_t kGrainStride = 49999; // from one picture's grain to the next one's
+static constexpr float kGrainScale = 30;
+static constexpr float kLeastGrain = 1.5F; // levels: less, nobody sees
+static constexpr float kGrey = 0.4F;
+
 static size_t chooseFineness(float radius, bool isDraft) {
     size_t chosen = isDraft ? kDraft : 0;
     while (radius > kFinenesses[chosen].mostRadius)
@@ -187,6 +201,27 @@ static Rgb paintCoarsely(int column, int row, int width, int height, float size,
         {(static_cast<float>(column) + 0.5F - static_cast<float>(width) / 2.0F) * size,
          (static_cast<float>(row) + 0.5F - static_cast<float>(height) / 2.0F) * size, size,
          octave});
+}
+
+static std::vector<int8_t> makeGrain() {
+    SeededRandom random(1, kGrainPurpose);
+    std::vector<int8_t> grain(kGrainTile);
+    for (int8_t &level : grain)
+        level = static_cast<int8_t>(std::lround(random.drawNormal() * kGrainScale));
+    return grain;
+}
+
+/// What makes a picture worse after the lens. The grain lies where the last picture's did not.
+static void spoil(std::vector<uint8_t> &rgb, const SceneLook &look, size_t picture) {
+    static const std::vector<int8_t> grain = makeGrain();
+    const float middle = kGrey * look.light * kFullScale;
+    const float factor = look.grain / kGrainScale;
+    size_t at = picture * kGrainStride;
+    for (uint8_t &level : rgb) {
+        const float value = middle + (static_cast<float>(level) - middle) * look.contrast +
+                            static_cast<float>(grain[at++ % kGrainTile]) * factor;
+        level = toByte(value / kFullScale);
+    }
 }
 
 const std::vector<uint8_t> &ScenePainter::paint(const SceneLook &look, bool isDraft) {
@@ -206,6 +241,8 @@ const std::vector<uint8_t> &ScenePainter::paint(const SceneLook &look, bool isDr
         });
     }
     develop(rgb, canvas, pictureWidth, pictureHeight, look.radius * share, look.light);
+    if (look.contrast != 1 || look.grain > kLeastGrain)
+        spoil(rgb, look, ++pictures);
     kept = {look.zoomFactor, std::move(canvas.sums)};
     return rgb;
 }

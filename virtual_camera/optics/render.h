@@ -1,6 +1,7 @@
 // The picture as the sensor sees it now, for people and for documentation.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -11,18 +12,21 @@ struct SceneLook {
     double zoomFactor;
     float radius; ///< Of the blur disc, in pixels of a picture 960 wide; 60 at most.
     float light;
+    float contrast; ///< 1: the scene's own.
+    float grain;    ///< Deviation of a pixel, in levels of 255.
 
     bool operator==(const SceneLook &other) const {
-        return zoomFactor == other.zoomFactor && radius == other.radius && light == other.light;
+        return zoomFactor == other.zoomFactor && radius == other.radius && light == other.light &&
+               contrast == other.contrast && grain == other.grain;
     }
 };
 
 /// Of the present. Whoever holds the baton asks.
 SceneLook lookNow();
 
-/// Paints for eyes that watch: one sample a pixel, the focused view kept for as long as the zoom
-/// stands, and the wider the blur, the coarser the picture. May paint on a thread that is not
-/// registered, since the scene itself is only read.
+/// Paints for eyes that watch, grain and lack of contrast too: one sample a pixel, the focused view
+/// kept for as long as the zoom stands, and the wider the blur, the coarser the picture. May paint
+/// on a thread that is not registered, since the scene itself is only read.
 class ScenePainter {
 public:
     /// The picture in RGB, valid until the next one; a draft, of a zoom that moves, is coarser.
@@ -37,6 +41,7 @@ private:
     };
     Focused focused[4]; ///< Of each fineness.
     std::vector<uint8_t> rgb;
+    size_t pictures = 0; ///< With grain.
     int pictureWidth = 0;
     int pictureHeight = 0;
 };

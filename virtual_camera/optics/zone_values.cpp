@@ -291,6 +291,10 @@ void setNoise(double factor) {
     trace("scene", "noise", "factor=%g", factor);
 }
 
+double noiseFactor() {
+    return engine().noise;
+}
+
 double averageCentre(const ZoneValues &values) {
     return average(values.band[kH1], true);
 }

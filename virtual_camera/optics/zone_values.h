@@ -35,6 +35,7 @@ void measureZones(const Exposure &exposure, ZoneValues &values);
 
 /// Factor on the zones' noise from the next frame on.
 void setNoise(double factor);
+double noiseFactor();
 
 /// Weighted average of h1, over the 4 x 4 zones in the middle or over all of them.
 double averageCentre(const ZoneValues &values);
