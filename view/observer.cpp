@@ -35,6 +35,7 @@ static constexpr double kUsPerMs = 1000;
 static constexpr double kTwoMetreDioptres = 0.5;
 static constexpr int kPlotPoints = 120;
 static constexpr int kPresetsShown = 9;
+static constexpr int kFirstWholeTag = 13;
 
 static vcam::CameraOptions camera;
 static double offsetMs;
@@ -111,6 +112,13 @@ static AF_Status_ST readStatus() {
     return status;
 }
 
+/// The one that the library goes by: near the tele end that of the whole picture.
+static double focusValueAt(unsigned zoom) {
+    return ZM_Step_Run[kFirstWholeTag] != 0 && zoom >= ZM_Step_Run[kFirstWholeTag]
+               ? vcam::wholeFocusValue()
+               : vcam::focusValue();
+}
+
 /// The page knows the order: time, true zoom and focus, the counters, best focus, focus value,
 /// error in half depths, activity, autofocus runs, half depth, dioptres, the mailbox's command.
 static std::string sampleNow() {
@@ -125,7 +133,7 @@ static std::string sampleNow() {
         static_cast<double>(zoom),
         static_cast<double>(focus),
         std::round(vcam::inFocusPosition() * 10) / 10,
-        std::round(vcam::focusValue()),
+        std::round(focusValueAt(zoom)),
         std::round(vcam::focusErrorHalfDepths() * 100) / 100,
         static_cast<double>(status.activity),
         static_cast<double>(status.runs),

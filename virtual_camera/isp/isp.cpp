@@ -184,6 +184,12 @@ double focusValue() {
     return averageCentre(isp.zones);
 }
 
+double wholeFocusValue() {
+    const Unobserved unobserved;
+    refreshZones();
+    return averageWhole(isp.zones);
+}
+
 void powerOnIsp(const CameraOptions &options) {
     isp = Isp{};
     isp.frameUs = 1e6 / options.frameRateHz;

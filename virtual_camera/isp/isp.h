@@ -45,6 +45,9 @@ void setWindow(uint32_t widthPx, uint32_t heightPx);
 /// rows and columns 2 to 5), of the frame that ended last.
 double focusValue();
 
+/// The same over the whole picture.
+double wholeFocusValue();
+
 void powerOnIsp(const CameraOptions &options);
 
 } // namespace vcam
