@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
 #include <fcntl.h>
 #include <mutex>
 #include <sys/wait.h>
@@ -20,17 +21,17 @@ static constexpr size_t kLargestPicture = size_t{4} * 1024 * 1024;
 
 namespace {
 struct Pipe {
-    int out = -1;
-    int in = -1;
-    Pipe() {
-        int ends[2];
-        if (pipe2(ends, O_CLOEXEC) == 0) {
-            out = ends[0];
-            in = ends[1];
-        }
-    }
+    int out;
+    int in;
 };
 } // namespace
+
+static Pipe makePipe() {
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        perror("view: a pipe");
+    return {ends[0], ends[1]};
+}
 
 static bool readAll(int descriptor, void *bytes, size_t size) {
     auto *at = static_cast<char *>(bytes);
@@ -148,10 +149,11 @@ template <typename Outbox> static void closeOutbox(Outbox &outbox) {
 
 std::unique_ptr<CameraProcess> CameraProcess::start(const std::vector<std::string> &words,
                                                     CameraEars ears) {
-    const Pipe orders;
-    const Pipe lines;
-    const Pipe pictures;
+    const Pipe orders = makePipe();
+    const Pipe lines = makePipe();
+    const Pipe pictures = makePipe();
     std::vector<char *> pointers;
+    pointers.reserve(words.size() + 1);
     for (const std::string &word : words)
         pointers.push_back(const_cast<char *>(word.c_str()));
     pointers.push_back(nullptr);

@@ -29,7 +29,7 @@ public:
     /// What holds until it comes anew: one of each kind, @p kind being how it begins.
     void hold(const std::string &kind, std::string json);
 
-    void showPicture(std::string jpeg);
+    void showPicture(std::string file);
 
     /// The session goes on from this instant in another way: what was told after it is forgotten,
     /// and every page begins anew.

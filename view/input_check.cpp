@@ -8,13 +8,8 @@ namespace view {
 static constexpr std::chrono::seconds kPatience{5};
 static constexpr char kNoAnswer[] = "the camera can't be asked";
 
-struct InputCheck::Desk {
-    std::mutex mutex;
-    std::condition_variable news;
-    std::string answer;
-    bool isAnswered = false;
-    bool isOver = false;
-
+class InputCheck::Desk {
+public:
     void hear(const std::string &line, bool isTheEnd) {
         const std::lock_guard<std::mutex> guard(mutex);
         answer = line;
@@ -22,6 +17,21 @@ struct InputCheck::Desk {
         isOver = isOver || isTheEnd;
         news.notify_all();
     }
+
+    std::string ask(CameraProcess &checker, const std::string &input) {
+        std::unique_lock<std::mutex> lock(mutex);
+        isAnswered = isOver;
+        const bool isHeard =
+            checker.order(input) && news.wait_for(lock, kPatience, [this] { return isAnswered; });
+        return isHeard ? answer : kNoAnswer;
+    }
+
+private:
+    std::mutex mutex;
+    std::condition_variable news;
+    std::string answer;
+    bool isAnswered = false;
+    bool isOver = false;
 };
 
 InputCheck::InputCheck(const std::string &cameraProgram)
@@ -33,12 +43,7 @@ InputCheck::InputCheck(const std::string &cameraProgram)
 
 std::string InputCheck::ask(const std::string &input) {
     const std::lock_guard<std::mutex> turn(asking);
-    std::unique_lock<std::mutex> lock(desk->mutex);
-    desk->isAnswered = desk->isOver;
-    if (checker == nullptr || !checker->order(input) ||
-        !desk->news.wait_for(lock, kPatience, [this] { return desk->isAnswered; }))
-        return kNoAnswer;
-    return desk->answer;
+    return checker == nullptr ? kNoAnswer : desk->ask(*checker, input);
 }
 
 } // namespace view

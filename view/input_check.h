@@ -18,7 +18,7 @@ public:
     std::string ask(const std::string &input);
 
 private:
-    struct Desk;
+    class Desk;
     std::mutex asking;          ///< One question at a time.
     std::shared_ptr<Desk> desk; ///< Outlives this: the checker may still say something.
     std::unique_ptr<CameraProcess> checker;

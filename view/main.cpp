@@ -112,6 +112,7 @@ static int serve(const Wish &wish, view::Session session) {
     _exit(isKept ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): what is thrown here ends the program, and may
 int main(int argc, char **argv) {
     Wish wish;
     CLI::App app("A camera on a page: look through its lens, hold tele, break a sensor, go back.",

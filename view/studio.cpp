@@ -200,38 +200,44 @@ static bool isPace(const std::string &text) {
     return pace >= kSlowestPace && pace <= kFastestPace && *end == '\0';
 }
 
-std::string Studio::obey(const std::string &line) {
+/// Another unit, from its beginning.
+std::string Studio::beginAnew(const std::string &words) {
+    std::vector<NamedText> chosen;
+    std::string why = choose(words, chosen);
+    if (!why.empty())
+        return why;
+    SessionPart part;
+    for (const NamedText &option : session[0].options)
+        if (option.first != "zoom-start" && option.first != "focus-start")
+            part.options.push_back(option);
+    for (const NamedText &named : chosen)
+        setOption(part.options, named);
+    session = {part};
+    lastMs = 0;
+    play(0, 0, false);
+    return "";
+}
+
+std::string Studio::cycle(const std::string &words) {
+    std::vector<NamedText> chosen;
+    std::string why = choose(words, chosen);
+    if (!why.empty())
+        return why;
+    chosenNext = chosen;
+    return orderCamera("input power-cycle");
+}
+
+/// Held by who asks.
+std::string Studio::take(const std::string &line) {
     static const char *const kForCamera[] = {"input", "pace", "pause", "go", "step"};
-    if (!isPlainText(line))
-        return "that is no order";
     const std::string word = line.substr(0, line.find(' '));
     const std::string rest = afterWord(line);
-    const std::string wrong = word == "input" ? inputs.ask(rest) : "";
-    if (!wrong.empty())
-        return wrong;
-    const std::lock_guard<std::mutex> guard(door->mutex);
-    std::vector<NamedText> chosen;
     if (word == "rewind")
         return rewind(rest);
-    if (word == "new" || word == "cycle") {
-        std::string why = choose(rest, chosen);
-        if (!why.empty())
-            return why;
-        if (word == "cycle") {
-            chosenNext = chosen;
-            return orderCamera("input power-cycle");
-        }
-        SessionPart part;
-        for (const NamedText &option : session[0].options)
-            if (option.first != "zoom-start" && option.first != "focus-start")
-                part.options.push_back(option);
-        for (const NamedText &named : chosen)
-            setOption(part.options, named);
-        session = {part};
-        lastMs = 0;
-        play(0, 0, false);
-        return "";
-    }
+    if (word == "new")
+        return beginAnew(rest);
+    if (word == "cycle")
+        return cycle(rest);
     if (std::find(std::begin(kForCamera), std::end(kForCamera), word) == std::end(kForCamera))
         return "there is no order '" + word + "'";
     if (word == "pace" && !isPace(rest))
@@ -239,6 +245,19 @@ std::string Studio::obey(const std::string &line) {
     if (word == "pace")
         pace = rest;
     return orderCamera(line);
+}
+
+std::string Studio::obey(const std::string &line) {
+    static const std::string kInput = "input";
+    if (!isPlainText(line))
+        return "that is no order";
+    if (line.substr(0, line.find(' ')) == kInput) {
+        std::string why = inputs.ask(afterWord(line)); // not under the lock: it may take its time
+        if (!why.empty())
+            return why;
+    }
+    const std::lock_guard<std::mutex> guard(door->mutex);
+    return take(line);
 }
 
 std::string Studio::orderCamera(const std::string &line) {

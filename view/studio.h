@@ -21,7 +21,7 @@ class Studio {
 public:
     /// Pictures that may be chosen, by their file names. @p listener gets what the camera
     /// sends.
-    Studio(Hub &hub, std::string cameraProgram, std::vector<std::string> pictures,
+    Studio(Hub &theHub, std::string cameraProgram, std::vector<std::string> pictureFiles,
            std::function<void(const Bytes &)> listener);
     ~Studio();
 
@@ -29,7 +29,7 @@ public:
     void close();
 
     /// A session from its beginning; what it holds is played.
-    void begin(Session session);
+    void begin(Session wanted);
 
     /// An order of a page's, a line: "input ...", "pace ...", "pause", "go", "step", "rewind MS",
     /// "new NAME=VALUE ...", "cycle NAME=VALUE ...". Empty, or why not.
@@ -48,9 +48,12 @@ private:
     void hearPart(const std::string &line);
     void hearTold(const std::string &rest);
     void goOn(int64_t endTick);
+    std::string take(const std::string &line);
+    std::string beginAnew(const std::string &words);
+    std::string cycle(const std::string &words);
     std::string orderCamera(const std::string &line);
     void branch(int64_t tick);
-    std::string rewind(const std::string &ms);
+    std::string rewind(const std::string &text);
     std::string choose(const std::string &words, std::vector<NamedText> &chosen) const;
     int64_t offsetOf(size_t part) const;
 
