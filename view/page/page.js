@@ -354,7 +354,7 @@ const KEYS = { '+': 'tele', '=': 'tele', '-': 'wide', 'ArrowUp': 'far', 'ArrowDo
 const isTyping = event => event.target.matches('input:not([type=radio]):not([type=checkbox]), select, textarea, [tabindex]') || $('settings').open;
 const nudge = by => moveObject(Math.max(0, Math.min(1, (last()?.[DIOPTRES] ?? 0) + by)));
 const ONCE = { ' ': togglePause, o: () => $('push').click(), Escape: () => $('cancel').click(), c: () => $('cancel').click(),
-  h: () => $('home').click(), n: () => $('night').click(), s: toggleStory, '.': () => $('step').click(),
+  h: () => $('home').click(), n: () => $('night').click(), s: toggleStory, '.': () => $('step').click(), '?': () => $('more').click(),
   ArrowLeft: () => nudge(-0.02), ArrowRight: () => nudge(0.02) };
 addEventListener('keydown', event => {
   if (isTyping(event) || event.ctrlKey || event.metaKey || event.altKey)
