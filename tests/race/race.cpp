@@ -12,6 +12,7 @@
 #include "clock/next_call.h"
 #include "clock/seeded_random.h"
 #include "platform/isp_interface.h"
+#include "platform/shared_word.h"
 
 #include <CLI/CLI.hpp>
 #include <atomic>
