@@ -20,23 +20,81 @@ static Answer askRuns(Store &store, const char *columns, const char *kind, const
                      std::to_string(played.runs));
 }
 
-static int widthOf(const std::vector<Played> &cells) {
-    size_t width = 4;
-    for (const Played &played : cells)
-        width = std::max(width, played.cell.size());
-    return static_cast<int>(width);
-}
-
 static double numberOf(const std::string &text) {
     return atof(text.c_str());
 }
 
+static std::string spell(double value, int digits) {
+    char text[40];
+    snprintf(text, sizeof text, "%.*f", digits, value);
+    return text;
+}
+
+/// With the interval that holds the true one in 95 of 100 experiments.
+static std::string spell(const Share &share) {
+    if (share.whole == 0)
+        return "-";
+    return spell(share.percent(), 1) + " (" + spell(share.low(), 1) + "-" + spell(share.high(), 1) +
+           ")";
+}
+
+static double medianOf(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return quantileOf(values, 0.5);
+}
+
+/// With the ranks between which the true one lies in 95 of 100 experiments.
+static std::string spellMedian(std::vector<double> values, int digits) {
+    constexpr double kDeviations = 0.98; // 1.96 of a rank's, which is half the root of the count
+    if (values.empty())
+        return "-";
+    std::sort(values.begin(), values.end());
+    const double aside = kDeviations / std::sqrt(static_cast<double>(values.size()));
+    return spell(quantileOf(values, 0.5), digits) + " (" +
+           spell(quantileOf(values, std::max(0.5 - aside, 0.0)), digits) + "-" +
+           spell(quantileOf(values, std::min(0.5 + aside, 1.0)), digits) + ")";
+}
+
+static std::string spellRange(std::vector<double> values, int digits) {
+    if (values.empty())
+        return "-";
+    std::sort(values.begin(), values.end());
+    return spell(quantileOf(values, 0.5), digits) + " / " + spell(quantileOf(values, 0.95), digits);
+}
+
+// ---- For a terminal
+
+static std::vector<size_t> widthsOf(const TextTable &table) {
+    std::vector<size_t> widths;
+    for (const std::string &head : table.heads)
+        widths.push_back(head.size());
+    for (const std::vector<std::string> &row : table.rows)
+        for (size_t column = 0; column < row.size(); ++column)
+            widths[column] = std::max(widths[column], row[column].size());
+    return widths;
+}
+
+static void printRow(const std::vector<std::string> &row, const std::vector<size_t> &widths) {
+    printf("%-*s", static_cast<int>(widths[0]), row[0].c_str());
+    for (size_t column = 1; column < row.size(); ++column)
+        printf("  %*s", static_cast<int>(widths[column]), row[column].c_str());
+    printf("\n");
+}
+
+void print(const TextTable &table) {
+    const std::vector<size_t> widths = widthsOf(table);
+    printf("%s\n", table.title.c_str());
+    printRow(table.heads, widths);
+    for (const std::vector<std::string> &row : table.rows)
+        printRow(row, widths);
+    printf("\n");
+}
+
 // ---- Refocus
 
-void printStill(Store &store, const std::vector<Played> &cells) {
-    const int width = widthOf(cells);
-    printf("Nothing happens\n%-*s %8s %12s %14s %14s\n", width, "cell", "hours", "refocuses",
-           "a day", "hours with one");
+Figures tabulateStill(Store &store, const std::vector<Played> &cells) {
+    TextTable table = {
+        "Nothing happens", {"cell", "hours", "refocuses", "a day", "hours with one, %"}, {}};
     for (const Played &played : cells) {
         long refocuses = 0;
         Share withOne;
@@ -45,11 +103,11 @@ void printStill(Store &store, const std::vector<Played> &cells) {
             withOne.part += row[0] != "0" ? 1 : 0;
             withOne.whole += 1;
         }
-        const double days = static_cast<double>(withOne.whole) / 24;
-        printf("%-*s %8ld %12ld %14.2f %12.2f %%\n", width, played.cell.c_str(), withOne.whole,
-               refocuses, static_cast<double>(refocuses) / days, withOne.percent());
+        const double days = static_cast<double>(std::max(withOne.whole, 1L)) / 24;
+        table.rows.push_back({played.cell, std::to_string(withOne.whole), std::to_string(refocuses),
+                              spell(static_cast<double>(refocuses) / days, 2), spell(withOne)});
     }
-    printf("\n");
+    return {{table}, {}, {}};
 }
 
 namespace {
@@ -81,27 +139,34 @@ static std::map<double, Changes> groupChanges(const Answer &rows) {
     return sizes;
 }
 
-void printChange(Store &store, const std::vector<Played> &cells) {
+Figures tabulateChange(Store &store, const std::vector<Played> &cells) {
+    Figures figures;
     for (const Played &played : cells) {
-        printf("The object changes its distance: %s\n%12s %8s %12s %20s %14s\n",
-               played.cell.c_str(), "half depths", "runs", "refocused %", "latency 50 / 95 %",
-               "then sharp %");
-        for (auto &[size, changes] :
+        TextTable table = {
+            "The object changes its distance: " + played.cell,
+            {"half depths", "runs", "refocused, %", "latency 50 / 95 %, frames", "then sharp, %"},
+            {}};
+        Curve curve = {played.cell, {}};
+        figures.places.clear();
+        for (const auto &[size, changes] :
              groupChanges(askRuns(store, "wanted, latency, error, size", "change", played))) {
-            std::sort(changes.latencies.begin(), changes.latencies.end());
-            printf("%12.1f %8ld %12.1f %13.0f / %3.0f  %14.1f\n", size, changes.refocused.whole,
-                   changes.refocused.percent(), quantileOf(changes.latencies, 0.5),
-                   quantileOf(changes.latencies, 0.95), changes.sharp.percent());
+            table.rows.push_back({spell(size, 1), std::to_string(changes.refocused.whole),
+                                  spell(changes.refocused), spellRange(changes.latencies, 0),
+                                  spell(changes.sharp)});
+            figures.places.push_back(spell(size, 1));
+            curve.values.push_back(changes.refocused.percent());
         }
-        printf("\n");
+        figures.tables.push_back(table);
+        figures.curves.push_back(curve);
     }
+    return figures;
 }
 
-void printDrift(Store &store, const std::vector<Played> &cells) {
-    const int width = widthOf(cells);
-    printf("The curves drift, up to 32 steps in an hour\n%-*s %8s %12s %18s %18s %14s\n", width,
-           "cell", "hours", "refocuses", "blurred minutes %", "worst 50 / 95 % h",
-           "sharp at end %");
+Figures tabulateDrift(Store &store, const std::vector<Played> &cells) {
+    TextTable table = {"The curves drift, up to 32 steps in an hour",
+                       {"cell", "hours", "refocuses an hour", "blurred minutes, %",
+                        "worst 50 / 95 %, half depths", "sharp at the end, %"},
+                       {}};
     for (const Played &played : cells) {
         double refocuses = 0;
         double blurred = 0;
@@ -115,25 +180,23 @@ void printDrift(Store &store, const std::vector<Played> &cells) {
             sharp.whole += 1;
             sharp.part += std::fabs(numberOf(row[3])) <= 1 ? 1 : 0;
         }
-        std::sort(worst.begin(), worst.end());
         const auto hours = static_cast<double>(std::max(sharp.whole, 1L));
-        printf("%-*s %8ld %12.2f %18.1f %11.1f / %4.1f %14.1f\n", width, played.cell.c_str(),
-               sharp.whole, refocuses / hours, blurred / hours / 60 * 100, quantileOf(worst, 0.5),
-               quantileOf(worst, 0.95), sharp.percent());
+        table.rows.push_back({played.cell, std::to_string(sharp.whole), spell(refocuses / hours, 2),
+                              spell(blurred / hours / 60 * 100, 1), spellRange(worst, 1),
+                              spell(sharp)});
     }
-    printf("\n");
+    return {{table}, {}, {}};
 }
 
 // ---- Tracking
 
 static const double kFarthest[] = {0, 0.05, 0.125, 0.25, 0.4, 0.7}; // dioptres: bounds of the rows
+static constexpr size_t kParts = 5;                                 // quarters, and the end
 
 namespace {
 /// Zooms in one direction on objects about one distance.
 struct Zooms {
-    long runs = 0;
-    std::vector<double> worst[4];
-    std::vector<double> last;
+    std::vector<double> errors[kParts];
 };
 } // namespace
 
@@ -144,45 +207,57 @@ static size_t bandOf(double dioptres) {
     return band;
 }
 
-static double medianOf(std::vector<double> &values) {
-    std::sort(values.begin(), values.end());
-    return quantileOf(values, 0.5);
-}
-
 static std::string nameBand(size_t band) {
-    char text[40];
     if (band == 0)
-        snprintf(text, sizeof text, "beyond %.0f m", 1 / kFarthest[1]);
-    else
-        snprintf(text, sizeof text, "%.1f to %.1f m", 1 / kFarthest[band], 1 / kFarthest[band + 1]);
-    return text;
+        return "beyond " + spell(1 / kFarthest[1], 0) + " m";
+    return spell(1 / kFarthest[band], 1) + " to " + spell(1 / kFarthest[band + 1], 1) + " m";
 }
 
-void printTracking(Store &store, const std::vector<Played> &cells) {
+static void add(Zooms &zooms, const std::vector<std::string> &row) {
+    for (size_t part = 0; part < kParts; ++part)
+        zooms.errors[part].push_back(std::fabs(numberOf(row[2 + part])));
+}
+
+static std::vector<double> mediansOf(const Zooms &zooms) {
+    std::vector<double> medians;
+    for (const std::vector<double> &errors : zooms.errors)
+        medians.push_back(medianOf(errors));
+    return medians;
+}
+
+static Curve drawZooms(const std::string &cell, const std::string &direction, const Zooms &zooms) {
+    return {"toward " + direction + ", " + cell, mediansOf(zooms)};
+}
+
+Figures tabulateTracking(Store &store, const std::vector<Played> &cells) {
+    Figures figures;
+    figures.places = {"1st quarter (wide)", "2nd", "3rd", "4th (tele)", "at the end"};
     for (const Played &played : cells) {
+        TextTable table = {"Zooming from end to end: " + played.cell +
+                               "; median of the worst error in a quarter of the travel, wide to "
+                               "tele, and at the end; half depths",
+                           {"toward, object", "runs", "1st", "2nd", "3rd", "4th", "end"},
+                           {}};
         std::map<std::pair<std::string, size_t>, Zooms> groups;
+        std::map<std::string, Zooms> directions;
         for (const auto &row :
              askRuns(store, "direction, dioptres, worst_1, worst_2, worst_3, worst_4, last",
                      "tracking", played)) {
-            Zooms &zooms = groups[{row[0], bandOf(numberOf(row[1]))}];
-            zooms.runs += 1;
-            for (size_t part = 0; part < 4; ++part)
-                zooms.worst[part].push_back(numberOf(row[2 + part]));
-            zooms.last.push_back(std::fabs(numberOf(row[6])));
+            add(groups[{row[0], bandOf(numberOf(row[1]))}], row);
+            add(directions[row[0]], row);
         }
-        printf("Zooming from end to end: %s\nmedian of the worst error in a quarter of the "
-               "travel, wide to tele, and at the end; half depths\n%-6s %-16s %6s %8s %8s %8s %8s "
-               "%8s\n",
-               played.cell.c_str(), "toward", "object", "runs", "1st", "2nd", "3rd", "4th", "end");
-        for (auto &[group, zooms] : groups) {
-            printf("%-6s %-16s %6ld", group.first.c_str(), nameBand(group.second).c_str(),
-                   zooms.runs);
-            for (std::vector<double> &worst : zooms.worst)
-                printf(" %8.1f", medianOf(worst));
-            printf(" %8.1f\n", medianOf(zooms.last));
+        for (const auto &[group, zooms] : groups) {
+            std::vector<std::string> row = {group.first + ", " + nameBand(group.second),
+                                            std::to_string(zooms.errors[0].size())};
+            for (const std::vector<double> &errors : zooms.errors)
+                row.push_back(spellMedian(errors, 1));
+            table.rows.push_back(row);
         }
-        printf("\n");
+        for (const auto &[direction, zooms] : directions)
+            figures.curves.push_back(drawZooms(played.cell, direction, zooms));
+        figures.tables.push_back(table);
     }
+    return figures;
 }
 
 // ---- Verdicts
@@ -201,20 +276,20 @@ static void count(Confusion &confusion, double error, int verdict) {
         confusion.counts[size <= 1 ? 0 : size <= 2 ? 1 : 2][verdict] += 1;
 }
 
-static void printConfusion(const std::string &name, const Confusion &confusion, int width) {
+static void addConfusion(TextTable &table, const std::string &name, const Confusion &confusion) {
     static const char *const kErrors[] = {"within 1", "1 to 2", "beyond 2"};
     for (int error = 0; error < 3; ++error) {
-        printf("%-*s %-9s", width, error == 0 ? name.c_str() : "", kErrors[error]);
+        std::vector<std::string> row = {error == 0 ? name : "", kErrors[error]};
         for (int verdict = AF_OUTCOME_FOCUSED; verdict < kVerdicts; ++verdict)
-            printf(" %8ld", confusion.counts[error][verdict]);
-        printf("\n");
+            row.push_back(std::to_string(confusion.counts[error][verdict]));
+        table.rows.push_back(row);
     }
 }
 
-void printVerdicts(Store &store, const std::vector<Played> &cells) {
-    const int width = widthOf(cells);
-    printf("%-*s %-9s %8s %8s %8s %8s %8s\n", width, "half depths off, by verdict", "", "focused",
-           "unsure", "flat", "edge", "blind");
+Figures tabulateVerdicts(Store &store, const std::vector<Played> &cells) {
+    TextTable table = {"The verdicts against the truth: half depths off, by verdict",
+                       {"cell", "off", "focused", "unsure", "flat", "edge", "blind"},
+                       {}};
     std::map<std::string, Confusion> bySearch;
     for (const Played &played : cells) {
         Confusion confusion;
@@ -223,10 +298,11 @@ void printVerdicts(Store &store, const std::vector<Played> &cells) {
             count(confusion, numberOf(row[0]), atoi(row[1].c_str()));
             count(all, numberOf(row[0]), atoi(row[1].c_str()));
         }
-        printConfusion(played.cell, confusion, width);
+        addConfusion(table, played.cell, confusion);
     }
     for (const auto &[search, confusion] : bySearch)
-        printConfusion(search, confusion, width);
+        addConfusion(table, search, confusion);
+    return {{table}, {}, {}};
 }
 
 } // namespace lab

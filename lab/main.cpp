@@ -111,10 +111,17 @@ static int tellEnding(lab::Ending ending) {
                                                 : EXIT_FAILURE;
 }
 
+using Tabulate = lab::Figures(lab::Store &store, const std::vector<lab::Played> &cells);
+
+static void printFigures(const lab::Figures &figures) {
+    for (const lab::TextTable &table : figures.tables)
+        print(table);
+}
+
 /// Play the cells and say what they came to by @p print, whole or not.
-static int playKind(const Words &words, const char *kind, long runs,
-                    const std::vector<lab::Cell> &cells,
-                    void (*print)(lab::Store &store, const std::vector<lab::Played> &cells)) {
+static int
+playKind(const Words &words, const char *kind, long runs, const std::vector<lab::Cell> &cells,
+         const std::function<void(lab::Store &, const std::vector<lab::Played> &)> &tell) {
     lab::Store store(words.store);
     if (!store.error().empty())
         return complain(words.store + ": " + store.error());
@@ -124,8 +131,17 @@ static int playKind(const Words &words, const char *kind, long runs,
     std::vector<lab::Played> played;
     for (size_t index = 0; index < experiments.size(); ++index)
         played.push_back({experiments[index], lab::spell(cells[index]), runs});
-    print(store, played);
+    tell(store, played);
     return tellEnding(ending);
+}
+
+/// The same, of a kind with tables of its own.
+static int playKind(const Words &words, const char *kind, long runs,
+                    const std::vector<lab::Cell> &cells, Tabulate *tabulate) {
+    return playKind(words, kind, runs, cells,
+                    [tabulate](lab::Store &store, const std::vector<lab::Played> &played) {
+                        printFigures(tabulate(store, played));
+                    });
 }
 
 static void printFocus(lab::Store &store, const std::vector<lab::Played> &cells) {
@@ -166,11 +182,12 @@ static int playRefocus(const Words &words) {
     std::vector<lab::Cell> cells;
     if (!listCells(words, cells) || !requireLibrary(cells))
         return EXIT_FAILURE;
-    int status = playKind(words, "change", words.runs, cells, lab::printChange);
+    int status = playKind(words, "change", words.runs, cells, lab::tabulateChange);
     if (status == EXIT_SUCCESS)
-        status = playKind(words, "still", std::max(24L, words.runs / 10), cells, lab::printStill);
+        status =
+            playKind(words, "still", std::max(24L, words.runs / 10), cells, lab::tabulateStill);
     if (status == EXIT_SUCCESS)
-        status = playKind(words, "drift", std::max(4L, words.runs / 20), cells, lab::printDrift);
+        status = playKind(words, "drift", std::max(4L, words.runs / 20), cells, lab::tabulateDrift);
     return status;
 }
 
@@ -180,7 +197,7 @@ static int playTracking(const Words &given) {
     words.lists.emplace("calibrated", "0,1");
     if (!listCells(words, cells) || !requireLibrary(cells))
         return EXIT_FAILURE;
-    return playKind(words, "tracking", words.runs, cells, lab::printTracking);
+    return playKind(words, "tracking", words.runs, cells, lab::tabulateTracking);
 }
 
 /// What a verdict has to stand, unless conditions are given: all of them crossed with the light,
@@ -197,7 +214,7 @@ static int playVerdicts(const Words &given) {
                        {"scene", "plain,low-contrast,flat,flicker,light-step,two-depths,moving"}};
     if (!listCells(words, cells) || !requireLibrary(cells))
         return EXIT_FAILURE;
-    return playKind(words, "focus", words.runs, cells, lab::printVerdicts);
+    return playKind(words, "focus", words.runs, cells, lab::tabulateVerdicts);
 }
 
 /// The store that is there, for those who only look into it.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -12,8 +13,10 @@
 
 #include "autofocus_control.h"
 #include "cell.h"
+#include "kind_tables.h"
 #include "report/charts.h"
 #include "report/findings.h"
+#include "report/line_chart.h"
 #include "report/pivot.h"
 #include "report/svg.h"
 #include "searches.h"
@@ -214,6 +217,59 @@ static std::string makeMaps(const std::vector<CellFindings> &all) {
     return maps + "</div>\n";
 }
 
+// ---- The other kinds
+
+static std::vector<Played> listPlayed(Store &store, const char *kind, const std::string &commit) {
+    std::vector<Played> played;
+    for (const Experiment &experiment : store.experiments())
+        if (experiment.kind == kind && experiment.commit == commit && experiment.rows > 0)
+            played.push_back({experiment.id, experiment.cell, LONG_MAX});
+    return played;
+}
+
+static std::string spellTable(const TextTable &table) {
+    std::string text = "<p>" + escapeMarkup(table.title) + "</p>\n<table>" + headOf(table.heads);
+    for (const std::vector<std::string> &row : table.rows) {
+        text += "<tr>" + cellOf(escapeMarkup(row[0]), false);
+        for (size_t column = 1; column < row.size(); ++column)
+            text += cellOf(escapeMarkup(row[column]));
+        text += "</tr>\n";
+    }
+    return text + "</table>\n";
+}
+
+namespace {
+struct OtherKind {
+    const char *kind;
+    const char *title;
+    Figures (*tabulate)(Store &store, const std::vector<Played> &cells);
+    const char *up; ///< Of its curves.
+    bool isLogarithmic;
+};
+} // namespace
+
+static constexpr OtherKind kOtherKinds[] = {
+    {"change", "Refocusing by itself", tabulateChange,
+     "refocused, %, by the size of the change in half depths", false},
+    {"still", "Refocusing for nothing", tabulateStill, "", false},
+    {"drift", "A lens in the warmth", tabulateDrift, "", false},
+    {"tracking", "Focus while zooming", tabulateTracking,
+     "median of the worst error in a quarter, half depths", true},
+};
+
+static std::string makeOther(Store &store, const OtherKind &other, const std::string &commit) {
+    const std::vector<Played> played = listPlayed(store, other.kind, commit);
+    if (played.empty())
+        return "";
+    const Figures figures = other.tabulate(store, played);
+    std::string text = "<h2>" + std::string(other.title) + "</h2>\n";
+    if (!figures.curves.empty())
+        text += drawCurves(figures, other.up, other.isLogarithmic).inPage();
+    for (const TextTable &table : figures.tables)
+        text += spellTable(table);
+    return text;
+}
+
 // ---- The page
 
 static const char *const kStyle = R"(
@@ -264,7 +320,8 @@ static std::string nameCommon(const Settings &common) {
     return text.empty() ? "" : "<p>Of all cells: " + escapeMarkup(text) + ".</p>\n";
 }
 
-static std::string makePage(const std::vector<CellFindings> &all, const std::string &commit) {
+static std::string makePage(Store &store, const std::vector<CellFindings> &all,
+                            const std::string &commit) {
     long runs = 0;
     for (const CellFindings &findings : all)
         runs += findings.figures.within.whole;
@@ -286,6 +343,8 @@ static std::string makePage(const std::vector<CellFindings> &all, const std::str
     page += section("Where it misses", makeMaps(all));
     page += section("The worst that were called focused", makeWorst(all, true));
     page += section("The worst of all", makeWorst(all, false));
+    for (const OtherKind &other : kOtherKinds)
+        page += makeOther(store, other, commit);
     page += section("Every cell", makeTable(all));
     return page + "</body></html>\n";
 }
@@ -300,7 +359,7 @@ int writeReport(Store &store, const std::string &build, const std::string &folde
     }
     std::error_code ignored;
     std::filesystem::create_directories(folder, ignored);
-    bool isWhole = writeFile(folder + "/lab.html", makePage(all, commit)) &&
+    bool isWhole = writeFile(folder + "/lab.html", makePage(store, all, commit)) &&
                    writeFile(folder + "/lab_frames.svg", drawFrames(all).asFile()) &&
                    writeFile(folder + "/lab.md", asMarkdown(pivotSuccess(all), "within 1 h, %") +
                                                      "\n" + asMarkdown(pivotFrames(all), "frames"));

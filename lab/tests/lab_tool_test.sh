@@ -71,11 +71,16 @@ awk '/^search=/ {print $4, $1}' "$folder/table" | sort -n | head -1 | grep -q se
     fail "the planted search is not the worst: $(cat "$folder/table")"
 
 # The report and its charts.
+"$lab" --store "$store" tracking --runs 40 >"$folder/table" 2>&1
+"$lab" --store "$store" refocus --runs 40 >"$folder/table" 2>&1
 "$lab" report --store "$store" --out "$folder/out" >"$folder/files"
 while read -r file; do
     [ -s "$file" ] || fail "$file is announced and empty"
 done <"$folder/files"
 grep -q "</html>" "$folder/out/lab.html" || fail "the page has no end"
+for row in '<td>tele, 4.0 to 2.5 m' '<td>32.0</td>' '<td>search=built-in</td>'; do
+    grep -q "$row" "$folder/out/lab.html" || fail "the page has no row '$row'"
+done
 ! "$lab" report --store "$store" --out /dev/full 2>"$folder/said" >/dev/null ||
     fail "a report that can't be written goes without a word"
 echo "lab_tool_test: as it should be"
