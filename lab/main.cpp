@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -373,7 +374,7 @@ static int obey(const CLI::App &app, const std::vector<Command> &commands, const
     return playFocus(words);
 }
 
-int main(int argc, char **argv) {
+static int play(int argc, char **argv) {
     Words words;
     CLI::App app("How often does the autofocus miss, and is another search better? Plays seeded "
                  "runs on virtual cameras and keeps a row of each. Conditions that are lists are "
@@ -389,4 +390,13 @@ int main(int argc, char **argv) {
     if (fflush(stdout) == 0 && ferror(stdout) == 0)
         return status;
     return complain("standard output can't be written");
+}
+
+int main(int argc, char **argv) {
+    try {
+        return play(argc, argv);
+    } catch (const std::exception &failure) {
+        fprintf(stderr, "lab: %s\n", failure.what());
+        return EXIT_FAILURE;
+    }
 }

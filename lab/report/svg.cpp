@@ -118,7 +118,8 @@ std::string drawingStyle(bool isDark) {
     for (size_t number = 0; number < kSeriesColours; ++number) {
         const std::string name = ".drawing ." + seriesClass(number);
         const std::string colour = isDark ? dark[number] : light[number];
-        style += name + "{stroke:" + colour + ";fill:" + colour + "}\n";
+        style.append(name).append("{stroke:").append(colour);
+        style.append(";fill:").append(colour).append("}\n");
     }
     if (isDark)
         return style + ".drawing text{fill:#c9d1d9}.drawing .grid{stroke:#30363d}"
