@@ -18,7 +18,7 @@ public:
         news.notify_all();
     }
 
-    std::string ask(CameraProcess &checker, const std::string &input) {
+    std::string ask(CameraProcess &camera, const std::string &input) {
         std::unique_lock<std::mutex> lock(mutex);
         isAnswered = isOver;
         const bool isHeard =
