@@ -22,7 +22,7 @@ public:
         std::unique_lock<std::mutex> lock(mutex);
         isAnswered = isOver;
         const bool isHeard =
-            checker.order(input) && news.wait_for(lock, kPatience, [this] { return isAnswered; });
+            camera.order(input) && news.wait_for(lock, kPatience, [this] { return isAnswered; });
         return isHeard ? answer : kNoAnswer;
     }
 
