@@ -40,7 +40,7 @@ static std::string meaningOf(const vcam::Option &option) {
     if (option.name == "lens")
         return "lens model; both in turn unless given";
     if (option.name == "distance")
-        return "where every object stands, from 1.5 m to inf; by chance unless given";
+        return "where every object stands, from 1 m to inf; by chance unless given";
     return option.meaning;
 }
 

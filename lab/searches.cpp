@@ -64,10 +64,17 @@ static int valueOf(const std::string &value, const Cell &cell) {
     return atoi((isNumber ? value : settingOf(cell, value)).c_str());
 }
 
+std::vector<std::pair<int, int>> librarySettingsOf(const Cell &cell) {
+    std::vector<std::pair<int, int>> settings;
+    for (const auto &[setting, value] : cell.search->librarySettings)
+        settings.emplace_back(setting, valueOf(value, cell));
+    return settings;
+}
+
 bool makeLibrarySettings(const Cell &cell) {
-    const auto &settings = cell.search->librarySettings;
-    return std::all_of(settings.begin(), settings.end(), [&cell](const auto &setting) {
-        return AF_Manager_Set_Setting_API(setting.first, valueOf(setting.second, cell)) == 0;
+    const std::vector<std::pair<int, int>> settings = librarySettingsOf(cell);
+    return std::all_of(settings.begin(), settings.end(), [](const auto &setting) {
+        return AF_Manager_Set_Setting_API(setting.first, setting.second) == 0;
     });
 }
 

@@ -31,6 +31,9 @@ const Search *findSearch(const std::string &name);
 /// "built-in, ...".
 std::string nameSearches();
 
+/// The library's settings under the cell's conditions: which, and their values.
+std::vector<std::pair<int, int>> librarySettingsOf(const Cell &cell);
+
 /// Make the library's settings for a cell's search; false when the library refuses one.
 bool makeLibrarySettings(const Cell &cell);
 

@@ -12,6 +12,7 @@
 #include "autofocus/statistics.h"
 #include "autofocus/types.h"
 #include "autofocus_control.h"
+#include "clock/trace.h"
 #include "clock/virtual_clock.h"
 #include "devices/lens.h"
 #include "flaws/flaws.h"
@@ -113,6 +114,9 @@ void rest() {
 
 /// The run-up takes up what play there is, as whatever brought the lens here would have.
 static void arrive(const Place &place) {
+    vcam::trace("lab", "place", "dioptres=%.3f at=%d %d %s %s", place.dioptres, place.zoom,
+                place.focus, place.comesFromNear ? "near" : "far",
+                place.zoomedTele ? "tele" : "wide");
     const int from = place.comesFromNear ? place.focus - kRunUp : place.focus + kRunUp;
     vcam::placeAt(vcam::Axis::Zoom, place.zoom);
     vcam::placeAt(vcam::Axis::Focus, from);

@@ -1,11 +1,15 @@
 #include "inputs.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <thread>
 #include <vector>
 
+#include "autofocus/lens_state.h"
+#include "autofocus/moves.h"
+#include "autofocus/types.h"
 #include "autofocus_control.h"
 #include "boundary/faults.h"
 #include "clock/trace.h"
@@ -14,12 +18,15 @@
 #include "devices/serial_port.h"
 #include "isp/isp.h"
 #include "option_table.h"
+#include "platform/shared_word.h"
 #include "session_log.h"
 
 namespace view {
 
 static constexpr size_t kMostBytes = 256;
 static constexpr long kMostStepsLost = 2000;
+static constexpr long kFarthestPlace = 30000;
+static constexpr int kRunUp = 30; // steps with which a lens arrives where it is put
 static constexpr int64_t kLongestStallUs = 3600000000;
 static constexpr int kNight = 1; // of AF_Manager_Set_ICUTStatusLast_API
 static constexpr int kDay = 2;
@@ -200,6 +207,60 @@ static void loseSteps(const std::string &rest, vcam::CameraOptions &) {
     vcam::placeAt(axis, vcam::truePosition(axis) - atoi(value.c_str()));
 }
 
+// ---- A lens that stands elsewhere, and the library knows
+
+namespace {
+struct Place {
+    long zoom = 0;
+    long focus = 0;
+    std::string from;   ///< The side from which the focus comes, "near" or "far".
+    std::string toward; ///< The last direction of the zoom, "wide" or "tele".
+};
+} // namespace
+
+static bool parsePlace(const std::string &text, Place &place) {
+    std::string rest = text;
+    const bool isNumber = parseWithin(takeWord(rest), 0, kFarthestPlace, place.zoom) &&
+                          parseWithin(takeWord(rest), 0, kFarthestPlace, place.focus);
+    place.from = takeWord(rest);
+    place.toward = rest;
+    return isNumber && (place.from == "near" || place.from == "far") &&
+           (place.toward == "wide" || place.toward == "tele");
+}
+
+static bool isPlace(const std::string &rest) {
+    Place ignored;
+    return parsePlace(rest, ignored);
+}
+
+static bool isAtRest() {
+    AF_Status_ST status = {};
+    status.size = sizeof status;
+    AF_Manager_Get_Status_API(&status);
+    return status.activity == AF_ACTIVITY_IDLE;
+}
+
+/// It arrives with a run-up, which takes up what play there is. A lens that moves is left alone.
+static void takePlace(const std::string &rest, vcam::CameraOptions &) {
+    Place place;
+    parsePlace(rest, place);
+    if (!isAtRest())
+        return;
+    const auto keep = [](long value, unsigned low, unsigned high) {
+        return static_cast<int>(std::clamp<long>(value, low, high));
+    };
+    const bool isFromNear = place.from == "near";
+    const int zoom = keep(place.zoom, ZM_Wide_Limit, ZM_Tele_Limit);
+    const int focus = keep(place.focus, FM_Near_Limit + kRunUp, FM_Far_Limit - kRunUp);
+    const int start = isFromNear ? focus - kRunUp : focus + kRunUp;
+    vcam::placeAt(vcam::Axis::Zoom, zoom);
+    vcam::placeAt(vcam::Axis::Focus, start);
+    storeWord(&ZM_Step_Local, static_cast<unsigned>(zoom));
+    storeWord(&FM_Step_Local, static_cast<unsigned>(start));
+    storeWord(&g_ZoomDir, place.toward == "tele" ? MS_Z_TELE : MS_Z_WIDE);
+    lensMotorFocusRunSteps(isFromNear ? MS_F_FAR : MS_F_NEAR, kRunUp);
+}
+
 // ---- The table
 
 /// Whoever runs the camera ends the part; nothing comes to the camera itself.
@@ -214,6 +275,7 @@ static constexpr Verb kVerbs[] = {
     {"order", isOrder, giveOrder},
     {"fault", isFault, setFault},
     {"lose", isLoss, loseSteps},
+    {"place", isPlace, takePlace},
     {"power-cycle", isNothing, [](const std::string &, vcam::CameraOptions &) {}},
 };
 

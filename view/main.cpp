@@ -20,6 +20,9 @@
 #include "studio.h"
 #include "terminal_line.h"
 
+static constexpr double kTicksPerS = 1e6 / view::kTickUs;
+static constexpr double kMostFromS = 86400;
+
 namespace {
 struct Wish {
     std::string seed = "1";
@@ -28,6 +31,7 @@ struct Wish {
     int port = 8043;
     std::string recordFile;
     std::string replayFile;
+    double fromS = 0;
 };
 } // namespace
 
@@ -95,7 +99,7 @@ static int serve(const Wish &wish, view::Session session) {
         fprintf(stderr, "view: port %d is taken; --port chooses another\n", wish.port);
         return EXIT_FAILURE;
     }
-    studio.begin(std::move(session));
+    studio.begin(std::move(session), static_cast<int64_t>(wish.fromS * kTicksPerS));
     const std::string terminal =
         view::openTerminalLine([&studio](const view::Bytes &bytes) { studio.send(bytes); });
     hub.hold("terminal", "{\"k\":\"terminal\",\"name\":" + view::quote(terminal) + "}");
@@ -128,6 +132,8 @@ int main(int argc, char **argv) {
     app.add_option("--replay", wish.replayFile,
                    "play a session that was kept; it pauses at its end")
         ->check(CLI::ExistingFile);
+    app.add_option("--from", wish.fromS, "seconds of the session after which it is watched")
+        ->check(CLI::Range(0.0, kMostFromS));
     CLI11_PARSE(app, argc, argv);
     for (std::string &picture : wish.pictures)
         picture = std::filesystem::absolute(picture);

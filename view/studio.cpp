@@ -101,11 +101,11 @@ void Studio::play(size_t part, int64_t untilTick, bool isPaused) {
     ::close(file);
 }
 
-void Studio::begin(Session wanted) {
+void Studio::begin(Session wanted, int64_t untilTick) {
     const std::lock_guard<std::mutex> guard(door->mutex);
     session = std::move(wanted);
     hub.rewind(0);
-    play(0, 0, false);
+    play(0, untilTick, false);
 }
 
 // ---- What a camera says

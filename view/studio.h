@@ -28,8 +28,9 @@ public:
     /// The camera is off for good.
     void close();
 
-    /// A session from its beginning; what it holds is played.
-    void begin(Session wanted);
+    /// A session from its beginning; what it holds is played, until @p untilTick as fast as it
+    /// goes.
+    void begin(Session wanted, int64_t untilTick = 0);
 
     /// An order of a page's, a line: "input ...", "pace ...", "pause", "go", "step", "rewind MS",
     /// "new NAME=VALUE ...", "cycle NAME=VALUE ...". Empty, or why not.

@@ -184,7 +184,7 @@ static std::vector<Worst> findWorst(const std::vector<CellFindings> &all, bool i
 
 static std::string makeWorst(const std::vector<CellFindings> &all, bool isCalledFocused) {
     std::string table = "<table>" + headOf({"off, half depths", "verdict", "zoom", "object",
-                                            "began off", "frame by frame"});
+                                            "began off", "frame by frame, and for the page"});
     for (const Worst &worst : findWorst(all, isCalledFocused)) {
         const FocusRun &run = *worst.run;
         const std::string object =

@@ -2,9 +2,10 @@
 # The lab as a tool: refuses what it does not know before anything runs, goes on where it was broken
 # off, gives the same rows however they are shared out, ranks a bad search last.
 #
-# lab_tool_test.sh LAB
+# lab_tool_test.sh LAB [PAGES_CAMERA]
 set -euo pipefail
 lab=$1
+camera=${2:-}
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 store=$folder/lab.sqlite
@@ -63,6 +64,22 @@ kept search=built-in >"$folder/kept"
     fail "a row is there twice"
 [ "$(wc -l <"$folder/kept")" -ge $((some + 400)) ] || fail "it does not go on"
 diff <(head -200 "$folder/kept") <(dump 200 search=built-in) || fail "rows differ from a chunk's"
+
+# A run that misses misses by the same in the page's camera.
+if [ -n "$camera" ]; then
+    "$lab" show 0 --cell "search=built-in backlash-focus=8" --trace "$folder/trace" >"$folder/said"
+    "$camera" "$folder/trace.session" --alone --trace "$folder/again"
+    ended() { # where the focus stands a second after the order's end
+        awk -v until="$1" '/ isp frame / && $1 < until {print $6}' "$2" | tail -1
+    }
+    until=$(awk '{for (i = 1; i < NF; i++) if ($i == "at_ms" || $i == "ms") sum += $(i + 1)}
+                 END {print sum * 1000}' <(head -1 "$folder/said"))
+    [ -n "$(ended "$until" "$folder/trace")" ] || fail "the trace of a run has no frame"
+    [ "$(ended "$until" "$folder/trace")" = "$(ended "$until" "$folder/again")" ] ||
+        fail "a run ends elsewhere on the page"
+    grep -q "^on the page: ./run view --replay $folder/trace.session --from" "$folder/said" ||
+        fail "nobody says how to see it on the page"
+fi
 
 # A search that seeks the blur is the worst of all.
 "$lab" --store "$store" --runs 200 --search built-in,full-scan,golden,hill,coarse-fine,blur \

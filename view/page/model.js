@@ -99,7 +99,7 @@ export function describeSearch() {
   const { search, state } = model;
   if (!search)
     return [];
-  const isOver = last()?.[ACTIVITY] !== AUTOFOCUS;
+  const isOver = state.activity !== AUTOFOCUS;
   const end = isOver ? (state.verdict === 2 ? 'confirmed' : OUTCOMES[state.verdict]) : 'is looked at again';
   return [`bracket ${search.estimate} ± ${Math.round(search.width / 2)}`,
     ...search.passes.map(({ vertex }, i, all) => `pass ${i + 1}: ${vertex}, ` + (i + 1 < all.length ? 'not confirmed' : end))];

@@ -96,6 +96,7 @@ static std::string drawOrder(std::mt19937 &random) {
         "input fault isp-stall on",
         "input fault isp-stall off",
         "input order cancel",
+        "input place 15000 11000 near tele",
         "input order preset-set 3",
         "input order preset-call 3",
         "pace 100",
@@ -157,8 +158,9 @@ TEST(Session, a_log_that_the_camera_can_not_play_is_refused) {
     const Folder folder;
     for (const char *line :
          {"option sneed 7", "option seed x", "stored position 00", "stored nothing 00", "5 send 8",
-          "5 set seed 3", "5 set noise 1000", "5 order home 3", "5 order dance", "5 fault roof on",
-          "5 lose zoom x", "5 setting 9 1", "5 power-cycle now"}) {
+          "5 set seed 3", "5 set noise 1000", "5 order home 3", "5 place 15000 11000",
+          "5 place x 11000 near tele", "5 order dance", "5 fault roof on", "5 lose zoom x",
+          "5 setting 9 1", "5 power-cycle now"}) {
         Heard heard;
         writeFile(folder.path + "/log", std::string("session 1\npart\n") + line + "\n9 end\n");
         testing::internal::CaptureStderr();
