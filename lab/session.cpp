@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "camera_options.h"
 #include "condition.h"
 #include "kind.h"
 #include "searches.h"

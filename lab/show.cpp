@@ -11,6 +11,7 @@
 #include "kind.h"
 #include "player.h"
 #include "row_text.h"
+#include "searches.h"
 #include "session.h"
 
 namespace lab {
