@@ -70,7 +70,8 @@ grep -q 'BAD.*sharp' said && [ -s flat/scene.png ] || { echo "a flat picture com
 ! grep -q 'trigger fires\|refocus done' said || { echo "a run that never came is told of" && failed=1; }
 ! grep -q nan flat/*.svg || { echo "a plot without points is no picture" && failed=1; }
 
-# A build folder that names other sources is made anew; one of this place stays.
+# A build folder that names other sources is made anew; one of this place stays, until packages were
+# installed that it knows nothing of.
 mkdir -p checkout/scripts checkout/build/one stub
 cp "$root/scripts/build" checkout/scripts
 printf '#!/bin/sh\necho "$@" >>%s/called\n' "$work" >stub/cmake && chmod +x stub/cmake
@@ -79,6 +80,9 @@ for source in /elsewhere "$(readlink -f checkout)"; do
     echo "CMAKE_HOME_DIRECTORY:INTERNAL=$source" >checkout/build/one/CMakeCache.txt
     PATH=$work/stub:$PATH checkout/scripts/build one target 2>/dev/null
 done
+touch -d '1 minute ago' checkout/build/one/build.ninja && touch checkout/build/install.log
+PATH=$work/stub:$PATH checkout/scripts/build one target 2>/dev/null
 printf '%s\n' '--preset one' '--build --preset one --target target' \
-    '--build --preset one --target target' | diff - called || failed=1
+    '--build --preset one --target target' \
+    '--preset one' '--build --preset one --target target' | diff - called || failed=1
 exit $failed
