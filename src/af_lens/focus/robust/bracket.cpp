@@ -170,7 +170,7 @@ static void watch(Rise *rise, unsigned int value, int position) {
 }
 
 static bool isClear(const Rise &rise, unsigned int samples, float deviations) {
-    return isClearlyHigher(rise.highest, rise.sum / samples, deviations);
+    return isClearlyHigher(rise.highest * samples, rise.sum, deviations); // than the mean
 }
 
 static BracketOutcome sweep(Bracket *bracket) {
