@@ -86,6 +86,21 @@ TEST(Boundary, paths_of_the_camera_lead_into_the_scratch_folder) {
     });
 }
 
+TEST(Boundary, absent_file_is_believed_absent_for_a_second_whatever_is_opened_but_not_made) {
+    run([] {
+        const char *path = "/tmp/af_switch";
+        EXPECT_EQ(errorOf(access(path, F_OK)), ENOENT);
+        const std::string real = vcam::scratchFolder() + path;
+        EXPECT_EQ(syscall(SYS_mknodat, AT_FDCWD, real.c_str(), S_IFREG | 0600, 0), 0);
+        for (const int us : {999999, 1}) {
+            EXPECT_EQ(closeNew(open("/dev/hi_gpio", O_RDONLY)), 0);
+            EXPECT_EQ(errorOf(access(path, F_OK)), ENOENT);
+            usleep(static_cast<unsigned>(us));
+        }
+        EXPECT_EQ(access(path, F_OK), 0);
+    });
+}
+
 TEST(Boundary, server_takes_the_place_of_one_that_has_gone_and_left_its_socket) {
     run([] {
         char path[] = "/tmp/af_socket";

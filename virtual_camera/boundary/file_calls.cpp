@@ -43,8 +43,14 @@ static NextCall<StatCall> nextLstat{"lstat"};
 static NextCall<Stat64Call> nextStat64{"stat64"};
 static NextCall<Stat64Call> nextLstat64{"lstat64"};
 
+static bool mayMakeFile(int flags) {
+    return (flags & (O_CREAT | __O_TMPFILE)) != 0;
+}
+
 /// The part of every open that does not depend on its variant: true when it has been answered.
-static bool answerOpen(const char *path, int &result) {
+static bool answerOpen(const char *path, int flags, int &result) {
+    if (mayMakeFile(flags))
+        forgetAbsent();
     if (!isRegisteredThread() || path == nullptr)
         return false;
     const Unobserved unobserved;
@@ -60,16 +66,14 @@ static bool answerOpen(const char *path, int &result) {
 }
 
 static int openFile(NextCall<OpenCall> &next, const char *path, int flags, mode_t mode) {
-    forgetAbsent();
     int result = -1;
-    return answerOpen(path, result) ? result : next(Redirected(path), flags, mode);
+    return answerOpen(path, flags, result) ? result : next(Redirected(path), flags, mode);
 }
 
 static int openFileAt(NextCall<OpenAtCall> &next, int folder, const char *path, int flags,
                       mode_t mode) {
-    forgetAbsent();
     int result = -1;
-    return answerOpen(path, result) ? result : next(folder, Redirected(path), flags, mode);
+    return answerOpen(path, flags, result) ? result : next(folder, Redirected(path), flags, mode);
 }
 
 static FILE *openStream(NextCall<FILE *(const char *, const char *)> &next, const char *path,
@@ -92,8 +96,7 @@ static int look(const char *path, int mode) {
 
 /// The third argument of open, which is there only when a file may be made.
 static mode_t takeMode(int flags, va_list arguments) {
-    const bool hasMode = (flags & (O_CREAT | __O_TMPFILE)) != 0;
-    return hasMode ? static_cast<mode_t>(va_arg(arguments, int)) : 0;
+    return mayMakeFile(flags) ? static_cast<mode_t>(va_arg(arguments, int)) : 0;
 }
 
 } // namespace vcam
