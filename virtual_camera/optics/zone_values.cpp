@@ -203,23 +203,39 @@ static void blendKey(size_t key, double level, float weight, ZoneValues &values)
     blendRow(values.luminance, spectraOfKey(key).luminance, weight * kCountsPerLevel);
 }
 
+namespace {
+/// What the light makes of a zone's value.
+struct Sensor {
+    float contrast;
+    float floor;
+    float deviation; // of the noise, as a share of the value
+};
+} // namespace
+
+/// Draws first: what is left is a loop over the zones, which the compiler turns into vectors.
+static void exposeRow(const Sensor &sensor, SeededRandom &random, ZoneRow &row) {
+    ZoneRow normal;
+    for (float &draw : normal)
+        draw = random.drawNormal();
+    for (size_t zone = 0; zone < kZoneCount; ++zone) {
+        const float signal = row[zone] * sensor.contrast;
+        const float clean = std::sqrt(signal * signal + sensor.floor * sensor.floor);
+        const float noisy = clean * (1 + sensor.deviation * normal[zone]);
+        row[zone] = std::min(noisy, kFullCounts);
+    }
+}
+
 /// Noise of the frame, and the light: at night less contrast, a higher floor, more noise.
 static void exposeZones(const Exposure &exposure, ZoneValues &values) {
     const double light = lightAt(exposure.places[exposure.count - 1].timeUs) * flaws().contrast;
     const double night = isNight() ? kOptics.nightContrast : 1;
-    const auto contrast = static_cast<float>(night * light);
     const float grain = std::sqrt(static_cast<float>(exposureGain()));
-    const float floor = static_cast<float>(kOptics.floorCounts) * grain;
-    const float deviation = static_cast<float>(kOptics.noiseShare) * engine().noise * grain;
+    const Sensor sensor = {static_cast<float>(night * light),
+                           static_cast<float>(kOptics.floorCounts) * grain,
+                           static_cast<float>(kOptics.noiseShare) * engine().noise * grain};
     SeededRandom random(engine().seed + exposure.frame, kNoisePurpose);
-    for (ZoneRow &row : values.band) {
-        for (float &value : row) {
-            const float signal = value * contrast;
-            const float clean = std::sqrt(signal * signal + floor * floor);
-            const float noisy = clean * (1 + deviation * random.drawNormal());
-            value = std::min(noisy, kFullCounts);
-        }
-    }
+    for (ZoneRow &row : values.band)
+        exposeRow(sensor, random, row);
 }
 
 /// A lamp blooms: the rim of its disc grows with the blur, so its zone rises out of focus.
