@@ -120,8 +120,8 @@ static void refreshZones() {
                  isp.zones);
     isp.zonesOfFrame = frame;
     const LensPlace &last = places[count - 1];
-    trace("isp", "frame", "number=%" PRId64 " zoom=%d focus=%d value=%.0f", frame, last.zoom,
-          last.focus, averageCentre(isp.zones));
+    trace("isp", "frame", "number=%" PRId64 " zoom=%d focus=%d value=%lld", frame, last.zoom,
+          last.focus, std::llrint(averageCentre(isp.zones)));
 }
 
 static void checkConfig(const ISP_AF_CFG_S &config) {
