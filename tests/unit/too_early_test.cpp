@@ -20,6 +20,7 @@ static void forgetStartUp() {
     memset(ZM_Step_Run, 0, sizeof ZM_Step_Run);
     memset(&g_APGroupInfo, 0, sizeof g_APGroupInfo);
     setPosition(0, 0);
+    scenario::host() = {};
 }
 
 TEST(TooEarly, searches_and_moves_end_and_drive_nothing) {
