@@ -74,6 +74,7 @@ TEST(Boundary, paths_of_the_camera_lead_into_the_scratch_folder) {
         const std::string name = "made-" + std::to_string(getpid());
         for (const std::string &path : {"/tmp/af" + name, "/mnt/flash/data/" + name}) {
             for (const auto make : makers) {
+                EXPECT_EQ(errorOf(access(path.c_str(), F_OK)), ENOENT); // not believed once made
                 EXPECT_EQ(make(path.c_str()), 0);
                 EXPECT_TRUE(isReallyThere(vcam::scratchFolder() + path));
                 EXPECT_FALSE(isReallyThere(path));
