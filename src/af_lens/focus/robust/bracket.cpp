@@ -5,6 +5,7 @@
 #include "af_lens/model/lens_state.h"
 #include "platform/arithmetic.h"
 
+#include <limits.h>
 #include <math.h>
 #include <stdlib.h>
 
@@ -30,73 +31,76 @@ static const float kStepAside = 2.5f;
 static const int kInsideInTwentieths = 3; // of the bracket
 static const float kFloorShare = 0.8f;
 
-static Look looks[kMostLooks]; // by position
-static int count;
+namespace {
+struct Looks {
+    int count;
+    int best;
+    unsigned int lowest;
+    Look at[kMostLooks]; // by position
+};
+} // namespace
 
-static int best() {
-    int highest = 0;
-    for (int i = 1; i < count; ++i)
-        if (looks[i].wide > looks[highest].wide)
-            highest = i;
-    return highest;
+static void insert(Looks *looks, const Look &look) {
+    int place = looks->count++;
+    for (; place > 0 && looks->at[place - 1].position > look.position; --place)
+        looks->at[place] = looks->at[place - 1];
+    looks->at[place] = look;
 }
 
-static unsigned int lowest() {
-    unsigned int least = looks[0].wide;
-    for (int i = 1; i < count; ++i)
-        least = minOf(least, looks[i].wide);
-    return least;
+static int findBest(const Looks &looks) {
+    int best = 0;
+    for (int i = 1; i < looks.count; ++i)
+        if (looks.at[i].wide > looks.at[best].wide)
+            best = i;
+    return best;
 }
 
-static void insert(const Look &look) {
-    int at = count++;
-    for (; at > 0 && looks[at - 1].position > look.position; --at)
-        looks[at] = looks[at - 1];
-    looks[at] = look;
-}
-
-static bool lookAt(int position) {
+static bool lookAt(int position, Looks *looks) {
     Look look;
     if (!driveTo(position) || !lookHere(&look))
         return false;
-    insert(look);
+    insert(looks, look);
+    looks->best = findBest(*looks);
+    looks->lowest = minOf(looks->lowest, look.wide);
     return true;
+}
+
+static int halfDepthsBetween(int least, float number, int most) {
+    return clampBetween(least, halfDepths(number), most);
 }
 
 // ---- Jumps
 
 // The next look on one side, -1 or 1, of the highest that is clearly lower.
-static bool isLowerBeside(int highest, int side) {
+static bool isLowerBeside(const Looks &looks, int side) {
     const float fall = clearShare(kLeastFall, kFallDeviations, looking.wideNoise);
-    for (int i = highest + side; i >= 0 && i < count; i += side)
-        if (isClearlyLower(looks[i].wide, looks[highest].wide, fall))
+    for (int i = looks.best + side; i >= 0 && i < looks.count; i += side)
+        if (isClearlyLower(looks.at[i].wide, looks.at[looks.best].wide, fall))
             return true;
     return false;
 }
 
-static bool isAtEnd(int side) {
-    return side < 0 ? looks[0].position <= looking.near : looks[count - 1].position >= looking.far;
-}
-
 static int longestJump() {
     const float most = looking.noise > kMuchNoise ? kLongestInNoise : kLongestJump;
-    return clampBetween(kLeastLongest, halfDepths(most), kMostLongest);
+    return halfDepthsBetween(kLeastLongest, most, kMostLongest);
 }
 
 // The side to go on, 0 when both are known.
-static int chooseSide(int highest, int present) {
-    const bool isOpen[2] = {!isLowerBeside(highest, -1) && !isAtEnd(-1),
-                            !isLowerBeside(highest, 1) && !isAtEnd(1)};
-    if (isOpen[0] && isOpen[1])
-        return highest == 0 && count > 1 ? -1 : highest == count - 1 && count > 1 ? 1 : present;
-    return isOpen[0] ? -1 : isOpen[1] ? 1 : 0;
+static int chooseSide(const Looks &looks, int present) {
+    const int last = looks.count - 1;
+    const bool isNearOpen = looks.at[0].position > looking.near && !isLowerBeside(looks, -1);
+    const bool isFarOpen = looks.at[last].position < looking.far && !isLowerBeside(looks, 1);
+    if (!isNearOpen || !isFarOpen)
+        return isFarOpen - isNearOpen;
+    return looks.best == last ? 1 : looks.best == 0 ? -1 : present;
 }
 
-static bool jump(int side) {
-    int length = maxOf(halfDepths(kFirstJump), kLeastFirst);
-    while (count < kMostLooks / 2 && (side = chooseSide(best(), side)) != 0) {
-        const int from = looks[side < 0 ? 0 : count - 1].position;
-        if (!lookAt(clampBetween(looking.near, from + side * length, looking.far)))
+static bool jump(Looks *looks) {
+    int length = halfDepthsBetween(kLeastFirst, kFirstJump, kMostLongest);
+    int side = 1;
+    while (looks->count < kMostLooks / 2 && (side = chooseSide(*looks, side)) != 0) {
+        const int from = looks->at[side < 0 ? 0 : looks->count - 1].position;
+        if (!lookAt(from + side * length, looks))
             return false;
         length = minOf(length * kGrowthInFifths / 5, longestJump());
     }
@@ -105,31 +109,29 @@ static bool jump(int side) {
 
 // ---- Narrowing
 
-static float nearness(const Look &look, float floor) {
+static float nearness(const Look &look, unsigned int lowest) {
     const float value = static_cast<float>(look.wide);
+    const float floor = static_cast<float>(lowest);
     return cbrtf(maxOf(value * value - kFloorShare * floor * floor, 1.0f));
 }
 
-static void describe(Bracket *bracket) {
-    const int highest = best();
-    const Look &left = looks[maxOf(highest - 1, 0)];
-    const Look &right = looks[minOf(highest + 1, count - 1)];
-    const float floor = static_cast<float>(lowest());
-    const float toLeft = nearness(left, floor);
-    const float toRight = nearness(right, floor);
+static void describe(const Looks &looks, Bracket *bracket) {
+    const Look &left = looks.at[maxOf(looks.best - 1, 0)];
+    const Look &right = looks.at[minOf(looks.best + 1, looks.count - 1)];
+    const float toLeft = nearness(left, looks.lowest);
+    const float toRight = nearness(right, looks.lowest);
     bracket->width = right.position - left.position;
     bracket->estimate = left.position + static_cast<int>(static_cast<float>(bracket->width) *
                                                          toRight / (toLeft + toRight));
-    if (highest == 0 || highest == count - 1)
-        bracket->estimate = looks[highest].position;
+    if (looks.best == 0 || looks.best == looks.count - 1)
+        bracket->estimate = looks.at[looks.best].position;
 }
 
 // Aside of the best look, on the wider side, when the estimate is too near to it.
-static int chooseNext(const Bracket &bracket) {
-    const int highest = best();
-    const int left = looks[maxOf(highest - 1, 0)].position;
+static int chooseNext(const Looks &looks, const Bracket &bracket) {
+    const int left = looks.at[maxOf(looks.best - 1, 0)].position;
     const int inside = bracket.width * kInsideInTwentieths / 20;
-    const int centre = looks[highest].position;
+    const int centre = looks.at[looks.best].position;
     int next = bracket.estimate;
     if (abs(next - centre) <= halfDepths(kTooNear)) {
         const int aside = halfDepths(kStepAside);
@@ -138,10 +140,11 @@ static int chooseNext(const Bracket &bracket) {
     return clampBetween(left + inside, next, left + bracket.width - inside);
 }
 
-static bool narrow(Bracket *bracket) {
-    for (describe(bracket); bracket->width > halfDepths(kNarrowEnough) && count < kMostLooks;
-         describe(bracket))
-        if (!lookAt(chooseNext(*bracket)))
+static bool narrow(Looks *looks, Bracket *bracket) {
+    for (describe(*looks, bracket);
+         bracket->width > halfDepths(kNarrowEnough) && looks->count < kMostLooks;
+         describe(*looks, bracket))
+        if (!lookAt(chooseNext(*looks, *bracket), looks))
             return false;
     return true;
 }
@@ -174,7 +177,7 @@ static bool isClear(const Rise &rise, unsigned int samples, float deviations) {
 }
 
 static BracketOutcome sweep(Bracket *bracket) {
-    const int step = clampBetween(1, halfDepths(kSweepStep), kLongestSweepStep);
+    const int step = halfDepthsBetween(1, kSweepStep, kLongestSweepStep);
     Rise narrowRise = {0, 0, 0};
     Rise wideRise = {0, 0, 0};
     unsigned int samples = 0;
@@ -194,10 +197,12 @@ static BracketOutcome sweep(Bracket *bracket) {
 }
 
 BracketOutcome findBracket(Bracket *bracket) {
-    count = 0;
-    if (!lookAt(static_cast<int>(focusPosition())) || !jump(1))
+    Looks looks;
+    looks.count = 0;
+    looks.lowest = UINT_MAX;
+    if (!lookAt(static_cast<int>(focusPosition()), &looks) || !jump(&looks))
         return kBracketBroken;
-    if (!isClearlyHigher(looks[best()].wide, lowest(), kLeastContrast))
+    if (!isClearlyHigher(looks.at[looks.best].wide, looks.lowest, kLeastContrast))
         return sweep(bracket);
-    return narrow(bracket) ? kBracketed : kBracketBroken;
+    return narrow(&looks, bracket) ? kBracketed : kBracketBroken;
 }

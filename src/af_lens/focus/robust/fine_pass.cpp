@@ -10,9 +10,11 @@
 #include "autofocus/types.h"
 #include "platform/arithmetic.h"
 
+#include <limits.h>
 #include <math.h>
 
 static const int kMostSamples = 48;
+static const int kMostFrames = 128;
 static const float kBeside = 1.8f; // units on either side of the peak
 static const float kStep = 0.75f;
 static const float kStepInNoise = 0.45f;
@@ -30,10 +32,13 @@ struct Sample {
     unsigned int wide;
     float ratio;
 };
-} // namespace
 
-static Sample samples[kMostSamples];
-static int count;
+struct Samples {
+    int count;
+    int top; // the first of the highest
+    Sample at[kMostSamples];
+};
+} // namespace
 
 unsigned int judgedValue(const Judging &judging, const Look &look) {
     return judging.isWide ? look.wide : look.narrow;
@@ -43,14 +48,6 @@ float detailOf(const Look &look) {
     return static_cast<float>(look.narrow) / static_cast<float>(maxOf(look.check, 1u));
 }
 
-static int highest() {
-    int at = 0;
-    for (int i = 1; i < count; ++i)
-        if (samples[i].value > samples[at].value)
-            at = i;
-    return at;
-}
-
 // ---- Sampling
 
 static float stepsFrom(const Sample &top, const Sample &sample) {
@@ -58,68 +55,71 @@ static float stepsFrom(const Sample &top, const Sample &sample) {
 }
 
 // The last two are beyond, and lower.
-static bool isPast(const Judging &judging) {
-    const Sample &top = samples[highest()];
-    const Sample *const last = &samples[count - 1];
+static bool isPast(const Judging &judging, const Samples &seen) {
+    if (seen.count <= 2)
+        return false;
+    const Sample &top = seen.at[seen.top];
+    const Sample *const last = &seen.at[seen.count - 1];
     const float fall = clearShare(kLeastEnd, kEndDeviations, judging.noise);
-    return count > 2 && stepsFrom(top, *last) >= kBeside * judging.unit &&
+    return stepsFrom(top, *last) >= kBeside * judging.unit &&
            isClearlyLower(last[0].value, top.value, fall) &&
            isClearlyLower(last[-1].value, top.value, fall);
 }
 
-// The coarse band changes little from one sample to the next, unless the light has.
-static bool isOtherLight(const Look &look) {
-    return count > 0 && isClearlyOther(look.wide, samples[count - 1].wide, kChangeOfLight);
+// A position seen twice is no new sample. The coarse band changes little from one to the next,
+// unless the light has: what was seen before that does not count.
+static void add(Samples *seen, const Sample &now) {
+    if (seen->count > 0) {
+        const Sample &last = seen->at[seen->count - 1];
+        if (now.position <= last.position)
+            return;
+        if (isClearlyOther(now.wide, last.wide, kChangeOfLight))
+            seen->count = 0;
+    }
+    if (seen->count == 0 || now.value > seen->at[seen->top].value)
+        seen->top = seen->count;
+    seen->at[seen->count++] = now;
 }
 
-// What shows the lens before the pass began is no sample of it, nor is a position seen twice, nor
-// anything from before the light changed.
-static bool sample(const Judging &judging, int *early) {
+// What shows the lens before the pass began is no sample of it.
+static bool sample(const Judging &judging, int *early, Samples *seen) {
     Look look;
     const bool goesOn = isDelayKnown() ? lookNow(&look) : lookHere(&look);
-    const bool isNew = count == 0 || look.position > samples[count - 1].position;
-    if (*early > 0)
-        --*early;
-    else if (isNew) {
-        count = isOtherLight(look) ? 0 : count;
-        samples[count++] = {look.position, judgedValue(judging, look), look.wide, detailOf(look)};
-    }
+    if (--*early < 0)
+        add(seen, {look.position, judgedValue(judging, look), look.wide, detailOf(look)});
     return goesOn;
 }
 
-// One group on; false at the end of the range, where nothing moves.
-static bool step(int steps) {
+// One group on; at the end of the range nothing moves.
+static void step(int steps) {
     const int room = looking.far - static_cast<int>(focusPosition());
     unsigned char group = static_cast<unsigned char>(minOf(steps, room));
     if (room <= 0)
-        return false;
+        return;
     if (group < steps)
         MS419XX_Set_PSUM_ICNT_RegofFocus(MS_F_FAR, group);
     MS419XX_VDF();
     Lens_Fresh_ZFLocation(MS_F_FAR, group);
-    return true;
 }
 
-static PassEnd runOver(const Judging &judging) {
+static PassEnd runOver(const Judging &judging, Samples *seen) {
     int early = isDelayKnown() ? framesUntilShown() : 0;
     const float share = judging.noise > kMuchNoise ? kStepInNoise : kStep;
     const int steps = maxOf(1, static_cast<int>(lroundf(share * judging.unit)));
-    count = 0;
+    seen->count = 0;
     MS419XX_Set_PSUM_ICNT_RegofFocus(MS_F_FAR, static_cast<unsigned char>(steps));
-    for (int idle = 0; count < kMostSamples && idle < kMostSamples;) {
-        if (!sample(judging, &early))
+    for (int frames = 0; seen->count < kMostSamples && frames < kMostFrames; ++frames) {
+        if (!sample(judging, &early, seen))
             return kPassBroken;
-        if (count > 0 && isPast(judging))
+        if (isPast(judging, *seen))
             break;
-        if (!step(steps))
-            ++idle;
-        if (count > 0 && samples[count - 1].position >= looking.far)
+        step(steps);
+        if (seen->count > 0 && seen->at[seen->count - 1].position >= looking.far)
             break;
     }
-    if (count == 0)
+    if (seen->count == 0)
         return kPeakBeyond;
-    const int top = highest();
-    return top == 0 ? kPeakBefore : top == count - 1 ? kPeakBeyond : kPeakInside;
+    return seen->top == 0 ? kPeakBefore : seen->top == seen->count - 1 ? kPeakBeyond : kPeakInside;
 }
 
 // ---- The parabola by least squares: y = a + b x + c x^2, x in units from the highest sample, y as
@@ -132,12 +132,12 @@ struct Sums {
 };
 } // namespace
 
-static Sums sumUp(const Judging &judging, int top) {
+static Sums sumUp(const Judging &judging, const Samples &seen) {
     Sums sums = {{0, 0, 0, 0, 0}, {0, 0, 0}};
-    const float height = static_cast<float>(samples[top].value);
-    for (int i = 0; i < count; ++i) {
-        const float x = stepsFrom(samples[top], samples[i]) / judging.unit;
-        const float y = static_cast<float>(samples[i].value) / height;
+    const Sample &top = seen.at[seen.top];
+    for (int i = 0; i < seen.count; ++i) {
+        const float x = stepsFrom(top, seen.at[i]) / judging.unit;
+        const float y = static_cast<float>(seen.at[i].value) / static_cast<float>(top.value);
         if (fabsf(x) > kFitReach || y < kFitShare)
             continue;
         float power = 1;
@@ -155,35 +155,32 @@ static float determinant(const float *a, const float *b, const float *c) {
            c[0] * (a[1] * b[2] - a[2] * b[1]);
 }
 
-static void fit(const Judging &judging, int top, FinePass *pass) {
-    const Sums sums = sumUp(judging, top);
+static void fit(const Judging &judging, const Samples &seen, FinePass *pass) {
+    const Sample &top = seen.at[seen.top];
+    const Sums sums = sumUp(judging, seen);
     const float *const s = sums.s;
     const float whole = determinant(s, s + 1, s + 2);
     const float a = determinant(sums.t, s + 1, s + 2) / whole;
     const float b = determinant(s, sums.t, s + 2) / whole;
     const float c = determinant(s, s + 1, sums.t) / whole;
-    const float height = static_cast<float>(samples[top].value);
-    const bool isHill = whole > 0 && c < 0 && fabsf(b) < -3 * c; // within one and a half units
-    const float x = isHill ? -b / (2 * c) : 0;
-    pass->vertex = samples[top].position + static_cast<int>(lroundf(x * judging.unit));
-    const float peak = isHill ? a + b * x / 2 : 1;
-    pass->top = static_cast<unsigned int>(peak * height);
-    pass->curvature = isHill ? -c / peak : 0;
+    pass->vertex = top.position;
+    pass->top = top.value;
+    pass->curvature = 0;
+    if (!(whole > 0 && c < 0 && fabsf(b) < -3 * c)) // a hill, its top within one and a half units
+        return;
+    const float x = -b / (2 * c);
+    const float peak = a + b * x / 2;
+    pass->vertex += static_cast<int>(lroundf(x * judging.unit));
+    pass->top = static_cast<unsigned int>(peak * static_cast<float>(top.value));
+    pass->curvature = -c / peak;
 }
 
-static unsigned int lowestOf(int from, int to) {
-    unsigned int lowest = samples[from].value;
-    for (int i = from + 1; i < to; ++i)
-        lowest = minOf(lowest, samples[i].value);
-    return lowest;
-}
-
-static void describe(const Judging &judging, FinePass *pass) {
-    const int top = highest();
-    fit(judging, top, pass);
-    pass->ratio = samples[top].ratio;
-    pass->lowestBefore = lowestOf(0, top);
-    pass->lowestAfter = lowestOf(top, count);
+static void findLowest(const Samples &seen, FinePass *pass) {
+    pass->lowestBefore = pass->lowestAfter = UINT_MAX;
+    for (int i = 0; i < seen.count; ++i) {
+        unsigned int *const lowest = i < seen.top ? &pass->lowestBefore : &pass->lowestAfter;
+        *lowest = minOf(*lowest, seen.at[i].value);
+    }
 }
 
 void runFinePassOver(int estimate, int margin, const Judging &judging, FinePass *pass) {
@@ -192,8 +189,12 @@ void runFinePassOver(int estimate, int margin, const Judging &judging, FinePass 
     pass->vertex = estimate;
     if (!approach(from))
         return;
-    pass->end = runOver(judging);
+    Samples seen;
+    pass->end = runOver(judging, &seen);
     brakeFocus();
-    if (pass->end != kPassBroken && count > 0)
-        describe(judging, pass);
+    if (pass->end == kPassBroken || seen.count == 0)
+        return;
+    fit(judging, seen, pass);
+    pass->ratio = seen.at[seen.top].ratio;
+    findLowest(seen, pass);
 }
