@@ -14,6 +14,7 @@
 #include "platform/arithmetic.h"
 #include "platform/trace.h"
 
+#include <limits.h>
 #include <math.h>
 #include <stdlib.h>
 
@@ -76,6 +77,7 @@ struct Attempt {
     Look look; // from where the lens has been put
     int estimate;
     int margin;
+    int mostMove; // from there to the vertex, of a pass to be trusted
     bool isSure;
 };
 } // namespace
@@ -91,15 +93,15 @@ static void lookElsewhere(const Judging &judging, Attempt *attempt) {
 }
 
 // One pass, and what it has found put to the proof. @return false when a command interrupts.
-static bool attemptPass(const Judging &judging, bool isFirst, Attempt *attempt) {
+static bool attemptPass(const Judging &judging, Attempt *attempt) {
     FinePass *pass = &attempt->pass;
     runFinePassOver(attempt->estimate, attempt->margin, judging, pass);
     if (pass->end == kPassBroken)
         return false;
     TRACE_FORMAT_OF("lensFocusCtrl", "Pass: %d top: %d curvature: %d\n", pass->vertex,
                     static_cast<int>(pass->top), static_cast<int>(pass->curvature * 1000));
-    const int moved = abs(pass->vertex - attempt->estimate);
-    const bool isSame = isFirst || static_cast<float>(moved) <= judging.unit;
+    const bool isSame = abs(pass->vertex - attempt->estimate) <= attempt->mostMove;
+    attempt->mostMove = static_cast<int>(judging.unit);
     attempt->estimate = pass->vertex;
     attempt->margin = static_cast<int>(judging.unit / 2);
     if (pass->end != kPeakInside) {
@@ -122,51 +124,55 @@ static bool endAttempts(Attempt *attempt) {
     return measureDelay(vertex) && standAt(vertex, &attempt->look);
 }
 
-// Passes until one is confirmed. @return the focus value where the lens stands; 0: interrupted.
-static unsigned int findTop(const Bracket &bracket, const Judging &judging, bool *isLost) {
-    Attempt attempt = {};
+// Passes until one is confirmed. @return the verdict; none: interrupted.
+static AF_Outcome_em findTop(const Bracket &bracket, const Judging &judging, unsigned int *value) {
+    Attempt attempt;
     attempt.estimate = bracket.estimate;
     attempt.margin = bracket.width / 4;
+    attempt.mostMove = INT_MAX;
+    attempt.isSure = false;
     for (int passes = 0; passes < kMostPasses && !attempt.isSure; ++passes)
-        if (!attemptPass(judging, passes == 0, &attempt))
-            return 0;
+        if (!attemptPass(judging, &attempt))
+            return AF_OUTCOME_NONE;
     if (!endAttempts(&attempt))
-        return 0;
-    *isLost = attempt.pass.end != kPeakInside;
-    decideRun(judge(judging, attempt.pass, attempt.isSure));
+        return AF_OUTCOME_NONE;
+    *value = attempt.look.narrow;
     if (attempt.isSure)
         learn(judging, attempt.pass);
-    return attempt.look.narrow;
+    return judge(judging, attempt.pass, attempt.isSure);
 }
 
-static unsigned int returnTo(int position, AF_Outcome_em verdict) {
-    Look look = {};
+static AF_Outcome_em returnTo(int position, unsigned int *value) {
+    Look look;
     if (!standAt(position, &look))
-        return 0;
-    decideRun(verdict);
-    return look.narrow;
+        return AF_OUTCOME_NONE;
+    *value = look.narrow;
+    return AF_OUTCOME_FLAT;
 }
 
-static unsigned int search(int start, bool *isLost) {
-    Bracket bracket = {};
+static AF_Outcome_em search(int start, unsigned int *value) {
+    *value = 0;
+    Bracket bracket;
     const BracketOutcome outcome = findBracket(&bracket);
     if (outcome == kBracketBroken)
-        return 0;
+        return AF_OUTCOME_NONE;
     if (outcome == kNothingSeen)
-        return returnTo(start, AF_OUTCOME_FLAT);
+        return returnTo(start, value);
     TRACE_FORMAT_OF("lensFocusCtrl", "Bracket: %d width: %d\n", bracket.estimate, bracket.width);
-    return findTop(bracket, chooseJudging(summariseRun()), isLost);
+    return findTop(bracket, chooseJudging(summariseRun()), value);
 }
 
 // Where no pass has found the peak inside, the light may have changed while the bracket was sought.
 unsigned int searchRobustly(int index1, int index2) {
     const int start = static_cast<int>(focusPosition());
-    bool isLost = false;
+    unsigned int value;
     beginLooking(index1, index2);
-    unsigned int value = search(start, &isLost);
-    if (isLost && value != 0)
-        value = search(start, &isLost);
+    AF_Outcome_em verdict = search(start, &value);
+    if (verdict == AF_OUTCOME_EDGE)
+        verdict = search(start, &value);
     if (isRunBlind() && lensFocusInterrupt() == 0)
-        decideRun(AF_OUTCOME_BLIND);
+        verdict = AF_OUTCOME_BLIND;
+    if (verdict != AF_OUTCOME_NONE)
+        decideRun(verdict);
     return value;
 }
