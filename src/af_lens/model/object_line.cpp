@@ -12,101 +12,84 @@
 
 static const float kSameObject = 1;    // half depths beside its line
 static const float kMostOffset = 1.5f; // the same, of a measured line
-static const int kUnknown = -1;
 
-static float share;               // of the way from infinity to 2 m
-static int sharePoint = kUnknown; // grid point from which it is remembered
+namespace {
+struct Sighting {
+    unsigned int next; // grid point, from where it was seen; 0: not yet
+    float behind;      // the measured infinity line, in steps
+    float separation;  // of the built-in lines there
+};
+
+struct Followed {
+    float share;       // of the way from infinity to 2 m
+    unsigned int next; // grid point, from where that is remembered; 0: unknown
+    Sighting last;
+    float offsets[kTagPoints]; // of the measured infinity line; 0: not learned
+};
+} // namespace
+
+static Followed object;
 
 bool isObjectFollowed() {
     return settingOf(AF_SETTING_TRACKING) != 0;
 }
 
-namespace {
-struct GridPlace {
-    int point; // quarter point at or below
-    float way; // to the next one
-};
-} // namespace
-
-static bool findPlace(GridPlace *place) {
-    int index1, index2;
-    if (Lens_Get_ZoomIndex(&index1, &index2, zoomPosition()) != 0)
-        return false;
-    place->point = index1 * kQuarters + index2;
-    place->way = 0;
-    if (index1 < kTeleTag) {
-        const unsigned int quarter = quarterLength(index1);
-        const unsigned int from = ZM_Step_Run[index1] + static_cast<unsigned int>(index2) * quarter;
-        place->way = static_cast<float>(zoomPosition() - from) / static_cast<float>(quarter);
-    }
-    return true;
+static const unsigned int (*separationsToFollow())[kQuarters] {
+    return isObjectFollowed() ? measureSeparations() : nullptr;
 }
 
 // Of a table over the grid.
-static float valueAt(const unsigned int (*table)[kQuarters], GridPlace place) {
+static float valueAt(const unsigned int (*table)[kQuarters], const GridPlace &place) {
     const unsigned int *values = table[0] + place.point;
     const float here = static_cast<float>(values[0]);
-    return place.way == 0 ? here : here + place.way * (static_cast<float>(values[1]) - here);
-}
-
-// ---- Where the measured infinity line is off, by what the same object says further toward tele
-
-namespace {
-struct Sighting {
-    int point;
-    float behind;     // the measured infinity line, in steps
-    float separation; // of the built-in lines there
-};
-} // namespace
-
-static Sighting last = {kUnknown, 0, 0};
-static float offsets[kTagPoints];
-static bool isLearned[kTagPoints];
-
-static void learnOffset(const Sighting &now) {
-    if (last.point == kUnknown || last.point >= now.point)
-        return;
-    const int tag = last.point / kQuarters;
-    const float miss = last.behind - now.behind / now.separation * last.separation;
-    if (fabsf(miss) > kMostOffset * halfDepthSteps(tag))
-        return; // another object
-    offsets[tag] += isLearned[tag] ? (miss - offsets[tag]) / 2 : miss;
-    isLearned[tag] = true;
+    const float share = static_cast<float>(place.way) / static_cast<float>(place.quarter);
+    return here + share * (static_cast<float>(values[1]) - here);
 }
 
 static bool sight(Sighting *sighting) {
     GridPlace place;
-    const unsigned int(*separations)[kQuarters] =
-        isObjectFollowed() ? measureSeparations() : nullptr;
-    if (separations == nullptr || !findPlace(&place))
+    const unsigned int(*separations)[kQuarters] = separationsToFollow();
+    if (separations == nullptr || !findGridPlace(&place))
         return false;
     const float infinity = valueAt(g_FLineInfo.tagPosition, place);
     const float behind = infinity - static_cast<float>(focusPosition());
-    *sighting = {place.point, behind, valueAt(separations, place)};
+    *sighting = {place.point + 1, behind, valueAt(separations, place)};
     return sighting->separation >= 1;
+}
+
+// Where the measured infinity line is off, by what the same object says further toward tele.
+static void learnOffset(const Sighting &last, const Sighting &now) {
+    if (last.next == 0 || last.next >= now.next)
+        return;
+    const unsigned int tag = (last.next - 1) / kQuarters;
+    const float miss = last.behind - now.behind / now.separation * last.separation;
+    if (fabsf(miss) > kMostOffset * halfDepthSteps(static_cast<int>(tag)))
+        return; // another object
+    float *const offset = &object.offsets[tag];
+    *offset = *offset == 0 ? miss : (*offset + miss) / 2;
 }
 
 void noteObjectInFocus() {
     Sighting now;
     if (!sight(&now))
         return;
-    learnOffset(now);
-    last = now;
-    const int tag = now.point / kQuarters;
-    const float behind = now.behind - offsets[tag];
-    const float miss = fabsf(behind - share * now.separation);
-    if (sharePoint > now.point && miss < kSameObject * halfDepthSteps(tag))
+    learnOffset(object.last, now);
+    object.last = now;
+    const unsigned int tag = (now.next - 1) / kQuarters;
+    const float behind = now.behind - object.offsets[tag];
+    const float miss = fabsf(behind - object.share * now.separation);
+    if (object.next > now.next && miss < kSameObject * halfDepthSteps(static_cast<int>(tag)))
         return;
-    share = behind / now.separation;
-    sharePoint = now.point;
+    object.share = behind / now.separation;
+    object.next = now.next;
 }
 
 bool chooseObjectLine() {
     const unsigned int(*separations)[kQuarters] =
-        isObjectFollowed() && sharePoint != kUnknown ? measureSeparations() : nullptr;
+        object.next != 0 ? separationsToFollow() : nullptr;
     if (separations == nullptr)
         return false;
-    followLineBehind(separations, share);
-    TRACE_FORMAT("Share: %d\n", static_cast<int>(share * 1000));
+    followLineBehind(separations, object.share);
+    TRACE_FORMAT("Share: %d\n", static_cast<int>(object.share * 1000));
     return true;
 }

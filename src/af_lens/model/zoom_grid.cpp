@@ -43,3 +43,14 @@ int Lens_Get_ZoomIndex(int *index1, int *index2, unsigned int zp) {
                   : static_cast<int>((zp - ZM_Step_Run[section]) / quarterLength(section));
     return 0;
 }
+
+bool findGridPlace(GridPlace *place) {
+    int index1, index2;
+    if (Lens_Get_ZoomIndex(&index1, &index2, zoomPosition()) != 0)
+        return false;
+    const unsigned int quarterPoint = static_cast<unsigned int>(index2);
+    place->point = static_cast<unsigned int>(index1 * kQuarters) + quarterPoint;
+    place->quarter = index1 == kTeleTag ? 1 : quarterLength(index1);
+    place->way = zoomPosition() - ZM_Step_Run[index1] - quarterPoint * place->quarter;
+    return true;
+}

@@ -22,5 +22,15 @@ inline unsigned int quarterLength(int index1) {
     return sectionLength(index1) >> 2;
 }
 
+/// Where the zoom stands between two points of the grid.
+struct GridPlace {
+    unsigned int point;   ///< Quarter point at or below, counted over the whole grid.
+    unsigned int way;     ///< Zoom steps from there,
+    unsigned int quarter; ///< of so many to the next one.
+};
+
+/// @return false outside the grid.
+bool findGridPlace(GridPlace *place);
+
 /// The number of the section that holds @p zp, 15 for the tele end exactly, -1 for none.
 int findZoomSection(unsigned int zp);

@@ -69,21 +69,16 @@ bool chooseTrackedLine(MS_Action_em zType) {
 
 // From between two grid points to one of them: the stretch of line that belongs to it.
 static void planToGrid(MS_Action_em zType, TrackedStep *step) {
-    int index1, index2;
-    if (Lens_Get_ZoomIndex(&index1, &index2, zoomPosition()) != 0 || index1 == kTeleTag)
+    GridPlace place;
+    if (!findGridPlace(&place) || place.way == 0)
         return;
-    const unsigned int quarter = quarterLength(index1);
-    const unsigned int way =
-        zoomPosition() - ZM_Step_Run[index1] - static_cast<unsigned int>(index2) * quarter;
-    if (way == 0)
-        return;
-    const unsigned int steps = zType == MS_Z_TELE ? quarter - way : way;
-    const unsigned int *line = Lens_Get_FocusLine()->tagPosition[index1] + index2;
     const bool isToTele = zType == MS_Z_TELE;
+    const unsigned int steps = isToTele ? place.quarter - place.way : place.way;
+    const unsigned int *line = Lens_Get_FocusLine()->tagPosition[0] + place.point;
     step->fType = focusDirection(line[isToTele ? 0 : 1], line[isToTele ? 1 : 0]);
     step->zStep = static_cast<unsigned char>(steps);
     step->fStep = static_cast<unsigned char>(
-        static_cast<unsigned int>(stepsBetween(line[0], line[1])) * steps / quarter);
+        static_cast<unsigned int>(stepsBetween(line[0], line[1])) * steps / place.quarter);
 }
 
 // Without a grid, before start-up, a step is none, and no move would come to an end.
