@@ -6,7 +6,6 @@
 #include "autofocus/moves.h"
 #include "autofocus/types.h"
 #include "autofocus_control.h"
-#include "platform/arithmetic.h"
 
 static const int kBeyond = 12; // a move is surely in the direction that it was driven in
 
@@ -16,8 +15,7 @@ int focusBacklash() {
 
 static unsigned int startOfRunUp(MS_Action_em fType, unsigned int target) {
     const unsigned int runUp = static_cast<unsigned int>(focusBacklash() + kBeyond);
-    return fType == MS_F_FAR ? maxOf(target - runUp, FM_Near_Limit)
-                             : minOf(target + runUp, FM_Far_Limit);
+    return keepFocusInTravel(fType == MS_F_FAR ? target - runUp : target + runUp);
 }
 
 static int runFocusTo(unsigned int target) {
