@@ -169,6 +169,9 @@ TEST(RealLens, nothing_to_see_is_said_and_an_order_or_a_cancel_ends_the_search) 
         startForRealLens({"", 4, 1, 1, 1, 1, false, 0});
         EXPECT_EQ(focusOnce(), AF_OUTCOME_FLAT);
         expectSound();
+        placeLens(ZM_Tele_Limit, 11300);
+        EXPECT_EQ(focusOnce(), AF_OUTCOME_FLAT);
+        EXPECT_LT(runFrames(), 400u); // no further than the lines and their margins
     });
     run([] { // a sensor that has stopped
         startForRealLens({"", 4, 1, 1, 1, 1, false, 0});

@@ -155,6 +155,7 @@ static const float kSweepStep = 2.5f; // half depths
 static const int kLongestSweepStep = 24;
 static const float kRiseDeviations = 8;
 static const float kWideRiseDeviations = 5;
+static const unsigned int kRounding = 2;
 
 namespace {
 struct Rise {
@@ -172,8 +173,10 @@ static void watch(Rise *rise, unsigned int value, int position) {
     }
 }
 
+// Higher than the mean, by more than the rounding of the statistics: on a still picture the noise
+// is less than that.
 static bool isClear(const Rise &rise, unsigned int samples, float deviations) {
-    return isClearlyHigher(rise.highest * samples, rise.sum, deviations); // than the mean
+    return isClearlyHigher((rise.highest - kRounding) * samples, rise.sum, deviations);
 }
 
 static BracketOutcome sweep(Bracket *bracket) {

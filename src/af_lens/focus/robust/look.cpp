@@ -25,11 +25,11 @@ LookSetting looking;
 
 // Off the grid the object may be in focus in the range of either neighbour.
 static void takeRange(int index1, int index2) {
-    unsigned int near = 0, far = 0;
+    unsigned int near, far;
     Lens_Get_SearchRange(index1, index2, &near, &far);
-    const int next = index1 * kQuarters + index2 + 1;
-    if (next / kQuarters < kTagPoints) {
-        unsigned int nextNear = near, nextFar = far;
+    if (index1 < kTeleTag) {
+        unsigned int nextNear, nextFar;
+        const int next = index1 * kQuarters + index2 + 1;
         Lens_Get_SearchRange(next / kQuarters, next % kQuarters, &nextNear, &nextFar);
         near = minOf(near, nextNear);
         far = maxOf(far, nextFar);
