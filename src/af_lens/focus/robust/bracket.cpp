@@ -81,8 +81,8 @@ static bool isLowerBeside(const Looks &looks, int side) {
 }
 
 static int longestJump() {
-    const float most = looking.noise > kMuchNoise ? kLongestInNoise : kLongestJump;
-    return halfDepthsBetween(kLeastLongest, most, kMostLongest);
+    const float longest = looking.noise > kMuchNoise ? kLongestInNoise : kLongestJump;
+    return halfDepthsBetween(kLeastLongest, longest, kMostLongest);
 }
 
 // The side to go on, 0 when both are known.
@@ -91,7 +91,7 @@ static int chooseSide(const Looks &looks, int present) {
     const bool isNearOpen = looks.at[0].position > looking.near && !isLowerBeside(looks, -1);
     const bool isFarOpen = looks.at[last].position < looking.far && !isLowerBeside(looks, 1);
     if (!isNearOpen || !isFarOpen)
-        return isFarOpen - isNearOpen;
+        return isFarOpen ? 1 : isNearOpen ? -1 : 0;
     return looks.best == last ? 1 : looks.best == 0 ? -1 : present;
 }
 
