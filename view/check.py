@@ -187,6 +187,19 @@ def keep_when_killed(program):
         require(again.wait(5) == 0, "a killed program leaves a log that plays")
 
 
+def play_story(page):
+    """To its last picture; what it tells must be so."""
+    page.run("document.querySelector('#story').click()")
+    page.until("caption.textContent.includes('just been switched on')")
+    page.until("caption.textContent.includes('Let go')", limit=60)
+    page.until("caption.textContent.includes('Sharp again')", limit=60)
+    require("sharp" in page.run("document.getElementById('truth').textContent") and
+            page.run("view.serial.some(line => line.text.includes('toward tele'))"),
+            "the story ends with a sharp picture")
+    page.run("document.querySelector('#story').click()")
+    require(page.run("caption.hidden"), "and stops at a click")
+
+
 def reload_and_more(browser, page, address):
     page.ask("Page.reload")
     page.until(READY + " && view.samples.length > 50", what="the page after a reload")
@@ -226,6 +239,7 @@ def check(page, browser, address, terminal, picture):
     hide(page)
     search_robustly(page)
     break_sensor(page)
+    play_story(page)
     reload_and_more(browser, page, address)
     fits = "document.documentElement.scrollHeight <= innerHeight && " \
            "document.documentElement.scrollWidth <= innerWidth"

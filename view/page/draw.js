@@ -328,6 +328,7 @@ function series(pen, field, x, y, ink, thick, isClipped) {
   pen.stroke();
 }
 
+const BRIEFLY = { 1: 'home', 7: 'home', 3: 'zoom', 4: 'hand', 5: 'AF', 6: 'to', 8: 'curve' };
 const INKS = { 1: 'value', 7: 'value', 3: 'zoom', 4: 'focus', 5: 'object', 6: 'focus', 8: 'value' };
 
 function drawStretches(pen, x, left, right) {
@@ -339,12 +340,13 @@ function drawStretches(pen, x, left, right) {
       j++;
     const from = Math.max(left, x(model.samples[i][T])), to = Math.min(right, x(model.samples[j][T] + 40));
     if (INKS[activity] && to > from)
-      stretch(pen, from, to, colour(INKS[activity]), ACTIVITIES[activity]);
+      stretch(pen, from, to, colour(INKS[activity]), [ACTIVITIES[activity], BRIEFLY[activity]]);
     i = j + 1;
   }
 }
 
-function stretch(pen, from, to, ink, text) {
+// In the longest of its names that fits.
+function stretch(pen, from, to, ink, names) {
   pen.fillStyle = ink;
   pen.globalAlpha = 0.28;
   pen.fillRect(from, 3, to - from, 15);
@@ -352,8 +354,9 @@ function stretch(pen, from, to, ink, text) {
   pen.fillRect(from, 3, 2, 15);
   pen.textAlign = 'left';
   pen.fillStyle = colour('text');
-  if (pen.measureText(text).width + 8 < to - from)
-    pen.fillText(text, from + 5, 14);
+  const name = names.find(one => pen.measureText(one).width + 3 <= to - from);
+  if (name)
+    pen.fillText(name, from + 3, 14);
 }
 
 function drawSeconds(pen, x, end, bottom) {

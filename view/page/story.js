@@ -1,9 +1,10 @@
 // The story that plays by itself: from power-on to an object that comes nearer, with captions.
-import { model, last, ACTIVITY, ERROR } from './model.js';
+import { model, last, ZOOM, ACTIVITY, ERROR } from './model.js';
 import { order, send, input, frame } from './orders.js';
 
 const caption = document.getElementById('caption');
 const button = document.getElementById('story');
+const LET_GO_AT = 18600; // steps; tele ends at some 20500
 let playing = 0;
 
 const wait = ms => new Promise(done => setTimeout(done, ms));
@@ -36,17 +37,19 @@ async function play(mine) {
   say('Now autofocus. Each dot on the hill is a picture; the higher, the sharper. The top is what it looks for.');
   await until(mine, () => rests() && model.state.runs > 0);
   await pause(2500);
-  say('A controller holds “tele”. While it zooms, the lens follows its focus line, and the picture stays sharp.');
+  say('A controller holds “tele”. While it zooms, here at half speed, the lens follows its focus line, and the picture stays sharp.');
+  await order('pace 0.5');
   await send(frame('tele'));
-  await pause(5200);
+  await until(mine, () => last()?.[ZOOM] > LET_GO_AT);
   await send(frame('stopZoom'));
+  await order('pace 1');
   say('Let go, and it focuses once more.');
   await until(mine, () => doing() === 5, 3000).catch(fail);
   await until(mine, rests);
   await pause(2500);
   say('Something comes to 3 m. The orange line, where this object is sharp, moves away: the picture blurs. Nobody presses anything …');
   const runs = model.state.runs;
-  await order('pace 0.4');
+  await order('pace 0.5');
   await input('set distance 3');
   await until(mine, () => doing() === 5);
   say('… but the library has seen it. It tries positions and climbs the new hill, here in slow motion.');
