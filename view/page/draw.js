@@ -381,15 +381,15 @@ function drawMarks(pen, x, left) {
       continue;
     pen.fillStyle = colour('focus');
     pen.beginPath();
-    pen.moveTo(at, 21);
-    pen.lineTo(at - 4, 28);
-    pen.lineTo(at + 4, 28);
+    pen.moveTo(at, 19);
+    pen.lineTo(at - 3, 25);
+    pen.lineTo(at + 3, 25);
     pen.fill();
     const label = text.replace('zoom toward ', '').replace('focus toward ', '').replace(/^(zoom|focus): /, '');
-    if (at + 6 > free && label.length < 22) {
+    if (at > free && label.length < 22) {
       pen.textAlign = 'left';
-      pen.fillText(label, at + 6, 30);
-      free = at + 12 + pen.measureText(label).width;
+      pen.fillText(label, at - 3, 34);
+      free = at + 6 + pen.measureText(label).width;
     }
   }
 }
