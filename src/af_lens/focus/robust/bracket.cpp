@@ -13,7 +13,6 @@
 // blur gives it: the cube root of its square, less the floor's, is inverse to the distance. So two
 // looks on both sides say where between them the peak is.
 
-static const int kMostLooks = 24;
 static const float kFirstJump = 10; // half depths
 static const float kLongestJump = 110;
 static const float kLongestInNoise = 40;
@@ -30,15 +29,6 @@ static const float kTooNear = 2;
 static const float kStepAside = 2.5f;
 static const int kInsideInTwentieths = 3; // of the bracket
 static const float kFloorShare = 0.8f;
-
-namespace {
-struct Looks {
-    int count;
-    int best;
-    unsigned int lowest;
-    Look at[kMostLooks]; // by position
-};
-} // namespace
 
 static void insert(Looks *looks, const Look &look) {
     int place = looks->count++;
@@ -199,13 +189,12 @@ static BracketOutcome sweep(Bracket *bracket) {
     return kBracketed;
 }
 
-BracketOutcome findBracket(Bracket *bracket) {
-    Looks looks;
-    looks.count = 0;
-    looks.lowest = UINT_MAX;
-    if (!lookAt(static_cast<int>(focusPosition()), &looks) || !jump(&looks))
+BracketOutcome findBracket(Looks *looks, Bracket *bracket) {
+    looks->count = 0;
+    looks->lowest = UINT_MAX;
+    if (!lookAt(static_cast<int>(focusPosition()), looks) || !jump(looks))
         return kBracketBroken;
-    if (!isClearlyHigher(looks.at[looks.best].wide, looks.lowest, kLeastContrast))
+    if (!isClearlyHigher(looks->at[looks->best].wide, looks->lowest, kLeastContrast))
         return sweep(bracket);
-    return narrow(&looks, bracket) ? kBracketed : kBracketBroken;
+    return narrow(looks, bracket) ? kBracketed : kBracketBroken;
 }

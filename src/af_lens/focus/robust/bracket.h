@@ -2,6 +2,8 @@
 // nearer ones.
 #pragma once
 
+#include "af_lens/focus/robust/look.h"
+
 /// What has been found.
 enum BracketOutcome {
     kBracketed,
@@ -14,4 +16,14 @@ struct Bracket {
     int width;    ///< Between the looks around it.
 };
 
-BracketOutcome findBracket(Bracket *bracket);
+static const int kMostLooks = 24;
+
+/// Room for what is seen meanwhile, which a thread's stack has not.
+struct Looks {
+    int count;
+    int best;            ///< The first of the highest by the wide value.
+    unsigned int lowest; ///< Wide value.
+    Look at[kMostLooks]; ///< By position.
+};
+
+BracketOutcome findBracket(Looks *looks, Bracket *bracket);

@@ -13,7 +13,6 @@
 #include <limits.h>
 #include <math.h>
 
-static const int kMostSamples = 48;
 static const int kMostFrames = 128;
 static const float kBeside = 1.8f; // units on either side of the peak
 static const float kStep = 0.75f;
@@ -24,21 +23,6 @@ static const float kEndDeviations = 3;
 static const float kChangeOfLight = 0.25f;
 static const float kFitReach = 2.6f; // units
 static const float kFitShare = 0.56f;
-
-namespace {
-struct Sample {
-    int position;
-    unsigned int value; // the judged one
-    unsigned int wide;
-    float ratio;
-};
-
-struct Samples {
-    int count;
-    int top; // the first of the highest
-    Sample at[kMostSamples];
-};
-} // namespace
 
 unsigned int judgedValue(const Judging &judging, const Look &look) {
     return judging.isWide ? look.wide : look.narrow;
@@ -183,18 +167,18 @@ static void findLowest(const Samples &seen, FinePass *pass) {
     }
 }
 
-void runFinePassOver(int estimate, int margin, const Judging &judging, FinePass *pass) {
+void runFinePassOver(int estimate, int margin, const Judging &judging, Samples *seen,
+                     FinePass *pass) {
     const int from = estimate - static_cast<int>(kBeside * judging.unit) - margin;
     pass->end = kPassBroken;
     pass->vertex = estimate;
     if (!approach(from))
         return;
-    Samples seen;
-    pass->end = runOver(judging, &seen);
+    pass->end = runOver(judging, seen);
     brakeFocus();
-    if (pass->end == kPassBroken || seen.count == 0)
+    if (pass->end == kPassBroken || seen->count == 0)
         return;
-    fit(judging, seen, pass);
-    pass->ratio = seen.at[seen.top].ratio;
-    findLowest(seen, pass);
+    fit(judging, *seen, pass);
+    pass->ratio = seen->at[seen->top].ratio;
+    findLowest(*seen, pass);
 }

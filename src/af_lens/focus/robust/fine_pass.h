@@ -32,5 +32,22 @@ struct Look;
 unsigned int judgedValue(const Judging &judging, const Look &look);
 float detailOf(const Look &look);
 
+static const int kMostSamples = 48;
+
+struct Sample {
+    int position;
+    unsigned int value; ///< The judged one.
+    unsigned int wide;
+    float ratio; ///< Narrow over check value.
+};
+
+/// Room for what is seen meanwhile, which a thread's stack has not.
+struct Samples {
+    int count;
+    int top; ///< The first of the highest.
+    Sample at[kMostSamples];
+};
+
 /// Run over @p estimate, which may be off by @p margin steps.
-void runFinePassOver(int estimate, int margin, const Judging &judging, FinePass *pass);
+void runFinePassOver(int estimate, int margin, const Judging &judging, Samples *seen,
+                     FinePass *pass);

@@ -38,6 +38,9 @@ static const float kCurvature = 0.047f; // of a hill one half depth from its top
 static const float kLeastCurvature = kCurvature / 5;
 static const float kMostCurvature = kCurvature * 5;
 
+static Looks looks;
+static Samples samples;
+
 // The narrow value, unless it does not stand out of the noise.
 static Judging chooseJudging(const RunSummary &seen) {
     if (isClearlyHigher(seen.peak, seen.floor, kContrastDeviations * looking.noise))
@@ -95,7 +98,7 @@ static void lookElsewhere(const Judging &judging, Attempt *attempt) {
 // One pass, and what it has found put to the proof. @return false when a command interrupts.
 static bool attemptPass(const Judging &judging, Attempt *attempt) {
     FinePass *pass = &attempt->pass;
-    runFinePassOver(attempt->estimate, attempt->margin, judging, pass);
+    runFinePassOver(attempt->estimate, attempt->margin, judging, &samples, pass);
     if (pass->end == kPassBroken)
         return false;
     TRACE_FORMAT_OF("lensFocusCtrl", "Pass: %d top: %d curvature: %d\n", pass->vertex,
@@ -153,7 +156,7 @@ static AF_Outcome_em returnTo(int position, unsigned int *value) {
 static AF_Outcome_em search(int start, unsigned int *value) {
     *value = 0;
     Bracket bracket;
-    const BracketOutcome outcome = findBracket(&bracket);
+    const BracketOutcome outcome = findBracket(&looks, &bracket);
     if (outcome == kBracketBroken)
         return AF_OUTCOME_NONE;
     if (outcome == kNothingSeen)
