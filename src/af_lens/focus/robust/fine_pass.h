@@ -2,6 +2,8 @@
 // what it has seen.
 #pragma once
 
+#include "af_lens/focus/robust/look.h"
+
 /// Which values a run trusts.
 struct Judging {
     bool isWide; ///< The wide value: the narrow one does not stand out of the noise.
@@ -28,7 +30,6 @@ struct FinePass {
 
 /// The value that is judged, and the ratio to the coarser band, which no change of the light
 /// touches.
-struct Look;
 unsigned int judgedValue(const Judging &judging, const Look &look);
 float detailOf(const Look &look);
 
