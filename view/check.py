@@ -198,6 +198,11 @@ def play_story(page):
             "the story ends with a sharp picture")
     page.run("document.querySelector('#story').click()")
     require(page.run("caption.hidden"), "and stops at a click")
+    page.run("document.querySelector('#story').click()")
+    page.until("caption.textContent.includes('holds') && view.state.activity === 3", limit=60)
+    page.run("document.querySelector('#story').click()")
+    page.until("view.state.activity !== 3 && view.state.pace === 1")
+    require(page.run(ZOOM) < 18000, "and lets go of what it holds, at real time")
 
 
 def reload_and_more(browser, page, address):

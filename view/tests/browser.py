@@ -72,7 +72,8 @@ class Browser:
     def __init__(self, width=1280, height=720):
         to_read, self.writes = os.pipe()
         self.reads, to_write = os.pipe()
-        self.profile = tempfile.TemporaryDirectory()
+        # A process of the browser may write into it after the browser has ended.
+        self.profile = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
         self.size = (width, height)
         self.pages = {}
         self.number = 0
