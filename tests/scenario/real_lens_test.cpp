@@ -132,6 +132,25 @@ TEST(RealLens, robust_search_is_not_led_astray_by_a_change_of_light) {
     EXPECT_GE(*good, 127); // of 128
 }
 
+// No pass finds the peak of what comes nearer inside, so that all is tried once more.
+TEST(RealLens, order_during_the_second_try_of_a_search_replaces_the_run) {
+    for (int ms = 1600; ms < 3000; ms += 100)
+        run([=] {
+            startForRealLens({"", 0, 0, 0, 1, 1, false, 0});
+            vcam::setObjectDistanceM(8);
+            placeLens(ZM_Step_Run[12], 10800);
+            command(CMD_NONE);
+            passMs(300);
+            vcam::Flaws flaws;
+            flaws.approach = 0.03;
+            vcam::setFlaws(flaws);
+            const int ticket = AF_Manager_Autofocus_API();
+            passMs(ms);
+            AF_Manager_Zoom_Wide_API();
+            EXPECT_EQ(AF_Manager_Wait_Ticket_API(ticket, kLongMs), AF_OUTCOME_REPLACED) << ms;
+        });
+}
+
 // With the flaw and without the setting it misses, else this would show nothing.
 TEST(RealLens, built_in_search_told_of_slack_or_delay_finds_what_it_misses_untold) {
     for (const bool isSlack : {true, false}) {
