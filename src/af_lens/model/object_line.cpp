@@ -15,14 +15,14 @@ static const float kMostOffset = 1.5f; // the same, of a measured line
 
 namespace {
 struct Sighting {
-    unsigned int next; // grid point, from where it was seen; 0: not yet
+    unsigned int next; // the grid point after the one it was seen from; 0: not yet
     float behind;      // the measured infinity line, in steps
     float separation;  // of the built-in lines there
 };
 
 struct Followed {
     float share;       // of the way from infinity to 2 m
-    unsigned int next; // grid point, from where that is remembered; 0: unknown
+    unsigned int next; // the grid point after the one it is remembered from; 0: unknown
     Sighting last;
     float offsets[kTagPoints]; // of the measured infinity line; 0: not learned
 };
@@ -38,7 +38,7 @@ static const unsigned int (*separationsToFollow())[kQuarters] {
     return isObjectFollowed() ? measureSeparations() : nullptr;
 }
 
-// Of a table over the grid.
+// Of a table over the grid. At the tele end, where no next value is, its share is nothing.
 static float valueAt(const unsigned int (*table)[kQuarters], const GridPlace &place) {
     const unsigned int *values = table[0] + place.point;
     const float here = static_cast<float>(values[0]);

@@ -26,4 +26,6 @@ struct Looks {
     Look at[kMostLooks]; ///< By position.
 };
 
+/// From where the lens stands; it is left at the last look. @p bracket is written where there is
+/// one.
 BracketOutcome findBracket(Looks *looks, Bracket *bracket);

@@ -13,8 +13,8 @@
 #include <limits.h>
 #include <math.h>
 
-static const int kMostFrames = 128;
-static const float kBeside = 1.8f; // units on either side of the peak
+static const int kMostFrames = 128; // also where none of them is a new sample
+static const float kBeside = 1.8f;  // units on either side of the peak
 static const float kStep = 0.75f;
 static const float kStepInNoise = 0.45f;
 static const float kMuchNoise = 0.004f;
